@@ -1,0 +1,15 @@
+# Cross build for 32-bit Windows hosts with the mingw-w64 compilers.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR i686)
+set(MINGW_TRIPLE i686-w64-mingw32)
+set(CMAKE_C_COMPILER ${MINGW_TRIPLE}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${MINGW_TRIPLE}-g++-posix)
+set(CMAKE_RC_COMPILER ${MINGW_TRIPLE}-windres)
+set(CMAKE_FIND_ROOT_PATH /usr/${MINGW_TRIPLE})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(WIDL ${MINGW_TRIPLE}-widl)
+set(WIDL_FLAGS --win32)
+set(WINE_DLL_DIR /usr/lib/x86_64-linux-gnu/wine/x86_64-windows)  # only stdole2.tlb is taken from here
+set(WINE_PROGRAM wine)

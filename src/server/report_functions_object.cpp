@@ -1,0 +1,65 @@
+#include "server/report_functions_object.h"
+
+namespace mervane::server {
+
+namespace {
+const IID kReportFunctionsV0 = {0x378004BF, 0x4EA6, 0x452A, {0xA8, 0xA2, 0x82, 0xDF, 0x4A, 0x2D, 0x03, 0x60}};
+const IID kReportFunctionsV1 = {0xA257575B, 0xEDF5, 0x4CD7, {0xB3, 0x91, 0xD5, 0xD6, 0xF0, 0x23, 0x14, 0x1B}};
+const IID kReportFunctionsV2 = {0x04D075D2, 0xFF89, 0x4FC6, {0xB9, 0xBB, 0xE3, 0xFA, 0x38, 0xBF, 0x0B, 0xF3}};
+
+HRESULT store(Text& field, BSTR value) {
+  return guarded([&] {
+    field = win::toText(value);
+    return S_OK;
+  });
+}
+
+HRESULT answerFalse(VARIANT_BOOL* result) { return putOut(result, VARIANT_FALSE); }
+}  // namespace
+
+std::span<const IID* const> ReportFunctionsObject::earlierInterfaceIds() {
+  static const IID* const ids[] = {&kReportFunctionsV0, &kReportFunctionsV1, &kReportFunctionsV2};
+  return ids;
+}
+
+HRESULT ReportFunctionsObject::put_SqlConnString(BSTR value) { return store(settings_.sqlConnString, value); }
+HRESULT ReportFunctionsObject::put_SqlDatabase(BSTR value) { return store(settings_.sqlDatabase, value); }
+HRESULT ReportFunctionsObject::put_SqlLogin(BSTR value) { return store(settings_.sqlLogin, value); }
+HRESULT ReportFunctionsObject::put_SqlPassword(BSTR value) { return store(settings_.sqlPassword, value); }
+HRESULT ReportFunctionsObject::put_SqlServer(BSTR value) { return store(settings_.sqlServer, value); }
+HRESULT ReportFunctionsObject::get_SqlServer(BSTR* value) { return putOut(value, settings_.sqlServer); }
+HRESULT ReportFunctionsObject::put_UserPassword(BSTR value) { return store(settings_.userPassword, value); }
+HRESULT ReportFunctionsObject::put_AppName(BSTR value) { return store(settings_.appName, value); }
+HRESULT ReportFunctionsObject::put_Path(BSTR value) { return store(settings_.path, value); }
+HRESULT ReportFunctionsObject::put_UserName(BSTR value) { return store(settings_.userName, value); }
+HRESULT ReportFunctionsObject::put_OdbcServer(BSTR value) { return store(settings_.odbcServer, value); }
+HRESULT ReportFunctionsObject::put_ParenthWnd(LONG value) {
+  settings_.parentHwnd = value;
+  return S_OK;
+}
+HRESULT ReportFunctionsObject::put_Module(BSTR value) { return store(settings_.module, value); }
+HRESULT ReportFunctionsObject::put_RegistryPath(BSTR value) { return store(settings_.registryPath, value); }
+
+HRESULT ReportFunctionsObject::NewVisualReport(VARIANT_BOOL* result) { return answerFalse(result); }
+
+HRESULT ReportFunctionsObject::CopyReport(BSTR, BSTR, BSTR, BSTR*, vdReportType) { return S_OK; }
+
+HRESULT ReportFunctionsObject::DeleteReport(BSTR, BSTR, VARIANT_BOOL* result) { return answerFalse(result); }
+
+HRESULT ReportFunctionsObject::EditVisualReport(BSTR*, BSTR) { return S_OK; }
+
+HRESULT ReportFunctionsObject::GetReports(_Reports**) { return S_OK; }
+
+HRESULT ReportFunctionsObject::RecentReportsRemove(short) { return S_OK; }
+
+HRESULT ReportFunctionsObject::RecentReportsAdd(BSTR, BSTR, short* result) { return putOut<short>(result, 0); }
+
+HRESULT ReportFunctionsObject::RecentReportsGet(_Reports**) { return S_OK; }
+
+HRESULT ReportFunctionsObject::Export(VARIANT_BOOL* result) { return answerFalse(result); }
+
+HRESULT ReportFunctionsObject::Import(VARIANT_BOOL* result) { return answerFalse(result); }
+
+HRESULT ReportFunctionsObject::GetFavourites(_Reports**, VARIANT_BOOL*) { return S_OK; }
+
+}  // namespace mervane::server

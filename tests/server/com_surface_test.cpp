@@ -1,0 +1,475 @@
+// The COM surface as a host and a type-library browser see it: the embedded
+// type library member by member, the exports by ordinal, the version block,
+// registration, creation by CLSID and ProgID, earlier interface ids, and
+// late-bound calls with the argument forms that script hosts send.
+#include <windows.h>
+#include <oleauto.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Mervane100.h"
+#include "base/win/com.h"
+
+using mervane::win::Bstr;
+using mervane::win::ComPtr;
+using mervane::win::Variant;
+
+namespace {
+
+// GetProcAddress's generic pointer, turned into the export's real type.
+template <class F>
+F exportOf(HMODULE dll, const char* name) {
+  return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(dll, name)));
+}
+
+std::wstring dllPath() {
+  wchar_t exe[MAX_PATH];
+  GetModuleFileNameW(nullptr, exe, MAX_PATH);
+  std::wstring path(exe);
+  path = path.substr(0, path.find_last_of(L'\\'));  // tests/server -> build root
+  path = path.substr(0, path.find_last_of(L'\\'));
+  path = path.substr(0, path.find_last_of(L'\\'));
+  return path + L"\\src\\server\\Mervane100.dll";
+}
+
+class ComEnvironment : public ::testing::Environment {
+ public:
+  void SetUp() override { CoInitialize(nullptr); }
+  void TearDown() override { CoUninitialize(); }
+};
+const auto* const kEnv = ::testing::AddGlobalTestEnvironment(new ComEnvironment);
+
+ComPtr<ITypeLib> typeLibrary() {
+  ComPtr<ITypeLib> lib;
+  EXPECT_EQ(LoadTypeLibEx(dllPath().c_str(), REGKIND_NONE, lib.put()), S_OK);
+  return lib;
+}
+
+std::wstring memberName(ITypeInfo* info, MEMBERID id) {
+  BSTR name = nullptr;
+  info->GetDocumentation(id, &name, nullptr, nullptr, nullptr);
+  Bstr owned = Bstr::attach(name);
+  return name ? std::wstring(name) : L"";
+}
+
+struct Slot {
+  std::wstring name;
+  INVOKEKIND kind;
+  MEMBERID id;
+  std::vector<std::wstring> params;
+};
+
+// The vtable view of a dual interface, slot by slot.
+std::vector<Slot> slotsOf(REFIID iid) {
+  auto lib = typeLibrary();
+  ComPtr<ITypeInfo> dispatchView, info;
+  EXPECT_EQ(lib->GetTypeInfoOfGuid(iid, dispatchView.put()), S_OK);
+  HREFTYPE ref;
+  EXPECT_EQ(dispatchView->GetRefTypeOfImplType(static_cast<UINT>(-1), &ref), S_OK);
+  EXPECT_EQ(dispatchView->GetRefTypeInfo(ref, info.put()), S_OK);
+  TYPEATTR* attr;
+  info->GetTypeAttr(&attr);
+  EXPECT_EQ(attr->typekind, TKIND_INTERFACE);
+  EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FHIDDEN);
+  EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FDUAL);
+  EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FNONEXTENSIBLE);
+  EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FOLEAUTOMATION);
+  std::vector<Slot> slots;
+  for (UINT i = 0; i < attr->cFuncs; ++i) {
+    FUNCDESC* fd;
+    info->GetFuncDesc(i, &fd);
+    Slot s{memberName(info.get(), fd->memid), fd->invkind, fd->memid, {}};
+    BSTR names[16] = {};
+    UINT count = 0;
+    info->GetNames(fd->memid, names, 16, &count);
+    for (UINT n = 1; n < count; ++n) s.params.push_back(names[n]);
+    for (UINT n = 0; n < count; ++n) SysFreeString(names[n]);
+    EXPECT_EQ(fd->oVft, static_cast<SHORT>((7 + i) * sizeof(void*))) << i;
+    info->ReleaseFuncDesc(fd);
+    slots.push_back(s);
+  }
+  info->ReleaseTypeAttr(attr);
+  return slots;
+}
+
+TEST(TypeLibrary, IdentityVersionAndLocale) {
+  auto lib = typeLibrary();
+  TLIBATTR* attr;
+  ASSERT_EQ(lib->GetLibAttr(&attr), S_OK);
+  EXPECT_TRUE(IsEqualGUID(attr->guid, LIBID_Mervane100));
+  EXPECT_EQ(attr->wMajorVerNum, 1);
+  EXPECT_EQ(attr->wMinorVerNum, 6);
+  EXPECT_EQ(attr->lcid, 0x409u);
+  lib->ReleaseTLibAttr(attr);
+  BSTR name = nullptr;
+  lib->GetDocumentation(-1, &name, nullptr, nullptr, nullptr);
+  EXPECT_STREQ(name, L"Mervane100");
+  SysFreeString(name);
+}
+
+TEST(TypeLibrary, ReportFunctionsSlotsInContractOrder) {
+  auto slots = slotsOf(IID__ReportFunctions);
+  const struct {
+    const wchar_t* name;
+    INVOKEKIND kind;
+    MEMBERID id;
+  } expected[] = {
+      {L"SqlConnString", INVOKE_PROPERTYPUT, 0x6803000C}, {L"SqlDatabase", INVOKE_PROPERTYPUT, 0x6803000B},
+      {L"SqlLogin", INVOKE_PROPERTYPUT, 0x6803000A},      {L"SqlPassword", INVOKE_PROPERTYPUT, 0x68030009},
+      {L"SqlServer", INVOKE_PROPERTYPUT, 0x68030008},     {L"SqlServer", INVOKE_PROPERTYGET, 0x68030008},
+      {L"NewVisualReport", INVOKE_FUNC, 0x6003000D},      {L"UserPassword", INVOKE_PROPERTYPUT, 0x68030007},
+      {L"AppName", INVOKE_PROPERTYPUT, 0x68030006},       {L"Path", INVOKE_PROPERTYPUT, 0x68030005},
+      {L"UserName", INVOKE_PROPERTYPUT, 0x68030004},      {L"OdbcServer", INVOKE_PROPERTYPUT, 0x68030003},
+      {L"ParenthWnd", INVOKE_PROPERTYPUT, 0x68030002},    {L"CopyReport", INVOKE_FUNC, 0x6003000E},
+      {L"DeleteReport", INVOKE_FUNC, 0x6003000F},         {L"EditVisualReport", INVOKE_FUNC, 0x60030010},
+      {L"Module", INVOKE_PROPERTYPUT, 0x68030001},        {L"RegistryPath", INVOKE_PROPERTYPUT, 0x68030000},
+      {L"GetReports", INVOKE_FUNC, 0x60030012},           {L"RecentReportsRemove", INVOKE_FUNC, 0x60030014},
+      {L"RecentReportsAdd", INVOKE_FUNC, 0x60030015},     {L"RecentReportsGet", INVOKE_FUNC, 0x60030016},
+      {L"Export", INVOKE_FUNC, 0x60030017},               {L"Import", INVOKE_FUNC, 0x60030019},
+      {L"GetFavourites", INVOKE_FUNC, 0x6003001A},
+  };
+  ASSERT_EQ(slots.size(), std::size(expected));
+  for (size_t i = 0; i < slots.size(); ++i) {
+    EXPECT_EQ(slots[i].name, expected[i].name) << i;
+    EXPECT_EQ(slots[i].kind, expected[i].kind) << i;
+    EXPECT_EQ(slots[i].id, expected[i].id) << i;
+  }
+  EXPECT_EQ(slots[13].params, (std::vector<std::wstring>{L"OldRepName", L"OldRepFileName", L"RepPath",
+                                                         L"NewFileName", L"iReportType"}));
+  EXPECT_EQ(slots[24].params, (std::vector<std::wstring>{L"oReports", L"bStripPath"}));
+}
+
+TEST(TypeLibrary, CollectionItemAndPrinterSlots) {
+  auto reports = slotsOf(IID__Reports);
+  ASSERT_EQ(reports.size(), 5u);
+  EXPECT_EQ(reports[0].name, L"Add");
+  EXPECT_EQ(reports[0].id, 0x60030001);
+  EXPECT_EQ(reports[0].params, (std::vector<std::wstring>{L"ReportTitle", L"FileName", L"sKey", L"rhs"}));
+  EXPECT_EQ(reports[1].name, L"Item");
+  EXPECT_EQ(reports[1].id, 0);
+  EXPECT_EQ(reports[2].name, L"Count");
+  EXPECT_EQ(reports[3].name, L"Remove");
+  EXPECT_EQ(reports[4].name, L"NewEnum");
+  EXPECT_EQ(reports[4].id, DISPID_NEWENUM);
+
+  auto item = slotsOf(IID__ReportItem);
+  const wchar_t* itemNames[] = {L"Favourite", L"RegKey", L"FileName", L"ReportTitle", L"ReportType",
+                                L"ApplicationData"};
+  const MEMBERID itemIds[] = {0x68030003, 0x68030002, 0x68030001, 0x68030000, 0x68030004, 0x68030005};
+  ASSERT_EQ(item.size(), 12u);
+  for (size_t i = 0; i < 12; ++i) {
+    EXPECT_EQ(item[i].name, itemNames[i / 2]);
+    EXPECT_EQ(item[i].id, itemIds[i / 2]);
+    EXPECT_EQ(item[i].kind, i % 2 ? INVOKE_PROPERTYGET : INVOKE_PROPERTYPUT);
+  }
+
+  auto printer = slotsOf(IID__cPrinter);
+  ASSERT_EQ(printer.size(), 20u);
+  EXPECT_EQ(printer[0].name, L"PaperBin");
+  EXPECT_EQ(printer[0].id, 0x6803000D);
+  EXPECT_EQ(printer[9].name, L"ToPage");
+  EXPECT_EQ(printer[9].kind, INVOKE_PROPERTYPUT);
+  EXPECT_EQ(printer[18].name, L"ShowPrinterDialog");
+  EXPECT_EQ(printer[18].id, 0x6003000E);
+  EXPECT_EQ(printer[18].params, (std::vector<std::wstring>{L"OwnerhWnd", L"rhs"}));
+  EXPECT_EQ(printer[19].name, L"Orientation");
+  EXPECT_EQ(printer[19].kind, INVOKE_PROPERTYPUT);
+}
+
+TEST(TypeLibrary, OptionalArgumentsCarryTheirDefaults) {
+  auto lib = typeLibrary();
+  ComPtr<ITypeInfo> dispatchView, info;
+  lib->GetTypeInfoOfGuid(IID__ReportFunctions, dispatchView.put());
+  HREFTYPE ref;
+  dispatchView->GetRefTypeOfImplType(static_cast<UINT>(-1), &ref);
+  dispatchView->GetRefTypeInfo(ref, info.put());
+  auto defaultOf = [&](UINT func, UINT param) {
+    FUNCDESC* fd;
+    info->GetFuncDesc(func, &fd);
+    PARAMDESC& pd = fd->lprgelemdescParam[param].paramdesc;
+    EXPECT_TRUE(pd.wParamFlags & PARAMFLAG_FOPT);
+    EXPECT_TRUE(pd.wParamFlags & PARAMFLAG_FHASDEFAULT);
+    Variant v;
+    VariantChangeType(v.get(), &pd.pparamdescex->varDefaultValue, 0, VT_I4);
+    info->ReleaseFuncDesc(fd);
+    return V_I4(v.get());
+  };
+  EXPECT_EQ(defaultOf(13, 4), 1);  // CopyReport iReportType = vdCrystal
+  EXPECT_EQ(defaultOf(24, 1), 0);  // GetFavourites bStripPath = False
+}
+
+TEST(TypeLibrary, EnumerationAliasesAndClasses) {
+  auto lib = typeLibrary();
+  const GUID enumId = {0x1938F557, 0xAB72, 0x4340, {0x88, 0xF3, 0x01, 0x91, 0xEA, 0xAF, 0xE1, 0x1C}};
+  ComPtr<ITypeInfo> e;
+  ASSERT_EQ(lib->GetTypeInfoOfGuid(enumId, e.put()), S_OK);
+  EXPECT_EQ(memberName(e.get(), MEMBERID_NIL), L"vdReportType");
+  VARDESC* vd;
+  e->GetVarDesc(1, &vd);
+  EXPECT_EQ(memberName(e.get(), vd->memid), L"vdVardo");
+  EXPECT_EQ(V_I4(vd->lpvarValue), 2);
+  e->ReleaseVarDesc(vd);
+
+  struct Alias {
+    GUID iid;
+    const wchar_t* name;
+  } aliases[] = {
+      {{0x378004BF, 0x4EA6, 0x452A, {0xA8, 0xA2, 0x82, 0xDF, 0x4A, 0x2D, 0x03, 0x60}}, L"ReportFunctions___v0"},
+      {{0x04D075D2, 0xFF89, 0x4FC6, {0xB9, 0xBB, 0xE3, 0xFA, 0x38, 0xBF, 0x0B, 0xF3}}, L"ReportFunctions___v2"},
+      {{0x7A62C4BE, 0x763D, 0x497F, {0xA2, 0xE6, 0x75, 0xC8, 0xD1, 0x1E, 0x04, 0x61}}, L"ReportItem___v1"},
+      {{0x96E793B6, 0xEF91, 0x477E, {0xB2, 0xBB, 0x1F, 0xF1, 0x11, 0x6B, 0x48, 0x4A}}, L"cPrinter___v0"},
+  };
+  for (const Alias& a : aliases) {
+    ComPtr<ITypeInfo> info;
+    ASSERT_EQ(lib->GetTypeInfoOfGuid(a.iid, info.put()), S_OK) << a.name;
+    TYPEATTR* attr;
+    info->GetTypeAttr(&attr);
+    EXPECT_EQ(attr->typekind, TKIND_ALIAS);
+    EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FHIDDEN);
+    info->ReleaseTypeAttr(attr);
+    EXPECT_EQ(memberName(info.get(), MEMBERID_NIL), a.name);
+  }
+
+  ComPtr<ITypeInfo> item;
+  ASSERT_EQ(lib->GetTypeInfoOfGuid(CLSID_ReportItem, item.put()), S_OK);
+  TYPEATTR* attr;
+  item->GetTypeAttr(&attr);
+  EXPECT_FALSE(attr->wTypeFlags & TYPEFLAG_FCANCREATE);
+  item->ReleaseTypeAttr(attr);
+  ComPtr<ITypeInfo> functions;
+  ASSERT_EQ(lib->GetTypeInfoOfGuid(CLSID_ReportFunctions, functions.put()), S_OK);
+  functions->GetTypeAttr(&attr);
+  EXPECT_TRUE(attr->wTypeFlags & TYPEFLAG_FCANCREATE);
+  functions->ReleaseTypeAttr(attr);
+}
+
+TEST(Module, ExportsByOrdinalAndVersionBlock) {
+  HMODULE dll = LoadLibraryW(dllPath().c_str());
+  ASSERT_NE(dll, nullptr);
+  const char* names[] = {"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer"};
+  for (int ordinal = 1; ordinal <= 4; ++ordinal)
+    EXPECT_EQ(GetProcAddress(dll, MAKEINTRESOURCEA(ordinal)), GetProcAddress(dll, names[ordinal - 1])) << ordinal;
+
+  DWORD handle = 0;
+  DWORD size = GetFileVersionInfoSizeW(dllPath().c_str(), &handle);
+  ASSERT_GT(size, 0u);
+  std::vector<char> block(size);
+  ASSERT_TRUE(GetFileVersionInfoW(dllPath().c_str(), 0, size, block.data()));
+  auto value = [&](const wchar_t* name) {
+    wchar_t* text = nullptr;
+    UINT len = 0;
+    std::wstring query = std::wstring(L"\\StringFileInfo\\040904B0\\") + name;
+    if (!VerQueryValueW(block.data(), query.c_str(), reinterpret_cast<void**>(&text), &len)) return std::wstring(L"<none>");
+    return std::wstring(text);
+  };
+  EXPECT_EQ(value(L"FileDescription"), L"Provides access to reports.");
+  EXPECT_EQ(value(L"FileVersion"), L"13.00.0009");
+  EXPECT_EQ(value(L"ProductVersion"), L"13.00.0009");
+  EXPECT_EQ(value(L"InternalName"), L"Mervane100");
+  EXPECT_EQ(value(L"OriginalFilename"), L"Mervane100.dll");
+  EXPECT_EQ(value(L"OLESelfRegister"), L"");
+  VS_FIXEDFILEINFO* fixed = nullptr;
+  UINT len = 0;
+  ASSERT_TRUE(VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&fixed), &len));
+  EXPECT_EQ(fixed->dwFileVersionMS, 0x000D0000u);
+  EXPECT_EQ(fixed->dwFileVersionLS, 0x00000009u);
+}
+
+TEST(Module, ClassFactoriesAndUnloadCounting) {
+  HMODULE dll = LoadLibraryW(dllPath().c_str());
+  auto getClassObject = exportOf<HRESULT(WINAPI*)(REFCLSID, REFIID, void**)>(dll, "DllGetClassObject");
+  auto canUnload = exportOf<HRESULT(WINAPI*)()>(dll, "DllCanUnloadNow");
+  ASSERT_TRUE(getClassObject && canUnload);
+  ComPtr<IClassFactory> none;
+  EXPECT_EQ(getClassObject(CLSID_ReportItem, IID_IClassFactory, none.putVoid()), CLASS_E_CLASSNOTAVAILABLE);
+  EXPECT_EQ(canUnload(), S_OK);
+  {
+    ComPtr<IClassFactory> factory;
+    ASSERT_EQ(getClassObject(CLSID_Reports, IID_IClassFactory, factory.putVoid()), S_OK);
+    ASSERT_EQ(factory->LockServer(TRUE), S_OK);
+    factory.reset();
+    EXPECT_EQ(canUnload(), S_FALSE);
+    ASSERT_EQ(getClassObject(CLSID_Reports, IID_IClassFactory, factory.putVoid()), S_OK);
+    factory->LockServer(FALSE);
+    ComPtr<_Reports> reports;
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID__Reports, reports.putVoid()), S_OK);
+    factory.reset();
+    EXPECT_EQ(canUnload(), S_FALSE);
+  }
+  EXPECT_EQ(canUnload(), S_OK);
+}
+
+TEST(Registration, CreatesByProgIdAndAnswersEarlierInterfaces) {
+  for (const wchar_t* progId : {L"Mervane100.ReportFunctions", L"Mervane100.Reports", L"Mervane100.cPrinter"}) {
+    CLSID clsid;
+    ASSERT_EQ(CLSIDFromProgID(progId, &clsid), S_OK) << progId;
+    ComPtr<IDispatch> object;
+    EXPECT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object.putVoid()), S_OK);
+  }
+  ComPtr<IUnknown> item;
+  EXPECT_NE(CoCreateInstance(CLSID_ReportItem, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, item.putVoid()), S_OK);
+
+  ComPtr<_ReportFunctions> functions;
+  ASSERT_EQ(CoCreateInstance(CLSID_ReportFunctions, nullptr, CLSCTX_INPROC_SERVER, IID__ReportFunctions,
+                             functions.putVoid()),
+            S_OK);
+  const IID older = {0x378004BF, 0x4EA6, 0x452A, {0xA8, 0xA2, 0x82, 0xDF, 0x4A, 0x2D, 0x03, 0x60}};
+  ComPtr<IUnknown> viaOld;
+  ASSERT_EQ(functions->QueryInterface(older, viaOld.putVoid()), S_OK);
+  EXPECT_EQ(viaOld.get(), static_cast<IUnknown*>(functions.get()));
+
+  HKEY key;
+  EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, L"CLSID\\{905CB68A-BFE1-42D3-A918-B1A9CD0DEDBC}\\InprocServer32", 0,
+                          KEY_READ, &key),
+            ERROR_SUCCESS);
+  wchar_t model[32] = {};
+  DWORD size = sizeof(model);
+  RegQueryValueExW(key, L"ThreadingModel", nullptr, nullptr, reinterpret_cast<BYTE*>(model), &size);
+  RegCloseKey(key);
+  EXPECT_STREQ(model, L"Apartment");
+}
+
+TEST(Registration, UnregisterRemovesEverythingAndRegisterRestoresIt) {
+  HMODULE dll = LoadLibraryW(dllPath().c_str());
+  auto reg = exportOf<HRESULT(WINAPI*)()>(dll, "DllRegisterServer");
+  auto unreg = exportOf<HRESULT(WINAPI*)()>(dll, "DllUnregisterServer");
+  ASSERT_EQ(unreg(), S_OK);
+  CLSID clsid;
+  EXPECT_NE(CLSIDFromProgID(L"Mervane100.Reports", &clsid), S_OK);
+  HKEY key;
+  EXPECT_NE(RegOpenKeyExW(HKEY_CLASSES_ROOT, L"CLSID\\{A3F5B2B6-B041-4F38-BDD8-33CAA848D92B}", 0, KEY_READ, &key),
+            ERROR_SUCCESS);
+  EXPECT_NE(RegOpenKeyExW(HKEY_CLASSES_ROOT, L"Interface\\{378004BF-4EA6-452A-A8A2-82DF4A2D0360}", 0, KEY_READ, &key),
+            ERROR_SUCCESS);
+  EXPECT_NE(RegOpenKeyExW(HKEY_CLASSES_ROOT, L"TypeLib\\{C3361E46-0FAB-4E02-B99A-6D5BA5367EE4}\\1.6", 0, KEY_READ,
+                          &key),
+            ERROR_SUCCESS);
+  ASSERT_EQ(reg(), S_OK);
+  EXPECT_EQ(CLSIDFromProgID(L"Mervane100.Reports", &clsid), S_OK);
+  EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, L"Interface\\{378004BF-4EA6-452A-A8A2-82DF4A2D0360}", 0, KEY_READ, &key),
+            ERROR_SUCCESS);
+  RegCloseKey(key);
+}
+
+// Late binding as a script host does it.
+class LateBound : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    CLSID clsid;
+    ASSERT_EQ(CLSIDFromProgID(L"Mervane100.Reports", &clsid), S_OK);
+    ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, reports.putVoid()), S_OK);
+  }
+  DISPID idOf(const wchar_t* name) {
+    LPOLESTR n = const_cast<LPOLESTR>(name);
+    DISPID id = 0;
+    EXPECT_EQ(reports->GetIDsOfNames(IID_NULL, &n, 1, 0, &id), S_OK);
+    return id;
+  }
+  HRESULT call(DISPID id, WORD flags, std::vector<VARIANT*> argsInOrder, VARIANT* result, UINT* argError = nullptr) {
+    std::vector<VARIANT> reversed;
+    for (auto it = argsInOrder.rbegin(); it != argsInOrder.rend(); ++it) reversed.push_back(**it);
+    DISPPARAMS dp = {reversed.data(), nullptr, static_cast<UINT>(reversed.size()), 0};
+    return reports->Invoke(id, IID_NULL, 0, flags, &dp, result, nullptr, argError);
+  }
+  ComPtr<IDispatch> reports;
+};
+
+TEST_F(LateBound, ByReferenceVariantsAreCoercedAndWrittenBack) {
+  // A script variable holding a number, passed to a by-reference string parameter.
+  Variant number, file, key;
+  V_VT(number.get()) = VT_I4;
+  V_I4(number.get()) = 42;
+  VARIANT numberRef;
+  V_VT(&numberRef) = VT_BYREF | VT_VARIANT;
+  V_VARIANTREF(&numberRef) = number.get();
+  V_VT(file.get()) = VT_BSTR;
+  V_BSTR(file.get()) = SysAllocString(L"a.rpt");
+  VARIANT fileRef;
+  V_VT(&fileRef) = VT_BYREF | VT_VARIANT;
+  V_VARIANTREF(&fileRef) = file.get();
+  Variant result;
+  ASSERT_EQ(call(idOf(L"Add"), DISPATCH_METHOD, {&numberRef, &fileRef}, result.get()), S_OK);
+  ASSERT_EQ(V_VT(result.get()), VT_DISPATCH);
+  ComPtr<IDispatch> item(V_DISPATCH(result.get()));
+  // The variable now holds the text the collection saw, as a by-reference BSTR would.
+  EXPECT_EQ(V_VT(number.get()), VT_BSTR);
+  EXPECT_STREQ(V_BSTR(number.get()), L"42");
+
+  // The default member read with an argument returns the same item as Item.
+  Variant position, viaDefault, viaItem;
+  V_VT(position.get()) = VT_R8;
+  V_R8(position.get()) = 1.0;
+  ASSERT_EQ(call(DISPID_VALUE, DISPATCH_METHOD | DISPATCH_PROPERTYGET, {position.get()}, viaDefault.get()), S_OK);
+  ASSERT_EQ(call(idOf(L"Item"), DISPATCH_PROPERTYGET, {position.get()}, viaItem.get()), S_OK);
+  EXPECT_EQ(V_DISPATCH(viaDefault.get()), V_DISPATCH(viaItem.get()));
+  EXPECT_EQ(V_DISPATCH(viaDefault.get()), item.get());
+}
+
+TEST_F(LateBound, WrongTypesAndCountsGiveAutomationErrors) {
+  Variant empty, text;
+  V_VT(text.get()) = VT_BSTR;
+  V_BSTR(text.get()) = SysAllocString(L"x");
+  Variant result;
+  // Too many arguments.
+  EXPECT_EQ(call(idOf(L"Remove"), DISPATCH_METHOD, {text.get(), text.get()}, result.get()), DISP_E_BADPARAMCOUNT);
+  // Unknown member.
+  EXPECT_EQ(call(0x1234, DISPATCH_METHOD, {}, result.get()), DISP_E_MEMBERNOTFOUND);
+  // A missing required argument.
+  EXPECT_EQ(call(idOf(L"Add"), DISPATCH_METHOD, {text.get()}, result.get()), DISP_E_PARAMNOTOPTIONAL);
+
+  // A string where a number is declared, on another object.
+  CLSID clsid;
+  CLSIDFromProgID(L"Mervane100.ReportFunctions", &clsid);
+  ComPtr<IDispatch> functions;
+  ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, functions.putVoid()), S_OK);
+  LPOLESTR name = const_cast<LPOLESTR>(L"RecentReportsAdd");
+  DISPID add;
+  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &add);
+  name = const_cast<LPOLESTR>(L"RecentReportsRemove");
+  DISPID remove;
+  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &remove);
+  UINT argError = 99;
+  DISPPARAMS one = {text.get(), nullptr, 1, 0};
+  EXPECT_EQ(functions->Invoke(remove, IID_NULL, 0, DISPATCH_METHOD, &one, nullptr, nullptr, &argError),
+            DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(argError, 0u);
+  // An object where a collection is declared.
+  VARIANT obj;
+  V_VT(&obj) = VT_DISPATCH;
+  V_DISPATCH(&obj) = functions.get();
+  name = const_cast<LPOLESTR>(L"GetReports");
+  DISPID getReports;
+  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &getReports);
+  DISPPARAMS objArg = {&obj, nullptr, 1, 0};
+  EXPECT_EQ(functions->Invoke(getReports, IID_NULL, 0, DISPATCH_METHOD, &objArg, nullptr, nullptr, &argError),
+            DISP_E_TYPEMISMATCH);
+  // Nothing where a collection is declared is accepted.
+  V_DISPATCH(&obj) = nullptr;
+  EXPECT_EQ(functions->Invoke(getReports, IID_NULL, 0, DISPATCH_METHOD, &objArg, nullptr, nullptr, &argError), S_OK);
+  (void)add;
+}
+
+TEST_F(LateBound, PropertyPutWithNamedArgument) {
+  CLSID clsid;
+  CLSIDFromProgID(L"Mervane100.ReportFunctions", &clsid);
+  ComPtr<IDispatch> functions;
+  ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, functions.putVoid()), S_OK);
+  LPOLESTR name = const_cast<LPOLESTR>(L"SqlServer");
+  DISPID id;
+  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &id);
+  Variant value;
+  V_VT(value.get()) = VT_I4;  // a number given to a string property
+  V_I4(value.get()) = 7;
+  DISPID put = DISPID_PROPERTYPUT;
+  DISPPARAMS dp = {value.get(), &put, 1, 1};
+  ASSERT_EQ(functions->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYPUT, &dp, nullptr, nullptr, nullptr), S_OK);
+  Variant read;
+  DISPPARAMS none = {nullptr, nullptr, 0, 0};
+  ASSERT_EQ(functions->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, read.get(), nullptr, nullptr), S_OK);
+  EXPECT_STREQ(V_BSTR(read.get()), L"7");
+}
+
+}  // namespace
