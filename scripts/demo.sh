@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Builds the library, registers it in a private Wine prefix as a host would,
+# and runs a sample host session on the bundled example reports folder.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$(pwd)
+scripts/setup.sh
+cmake -S . -B build/win64 -G Ninja -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-x86_64.cmake >/dev/null
+cmake --build build/win64 -j "$(nproc)" >/dev/null
+prefix="$root/build/demo-prefix"
+dlls=("$root/build/win64/src/server/Mervane100.dll")
+[[ -f "$root/build/win64/host/MervaneHost.dll" ]] && dlls+=("$root/build/win64/host/MervaneHost.dll")
+tests/wine/prepare-prefix.sh "$prefix" "${dlls[@]}" >/dev/null
+export WINEPREFIX="$prefix" WINEDEBUG=-all LANG=C.UTF-8
+reports="$(winepath -w "$root/examples/reports")\\"
+xvfb-run -a wine cscript //nologo "$(winepath -w "$root/examples/host-session.vbs")" "$reports"
