@@ -1,0 +1,14 @@
+// Deleting a report never destroys it: the file moves into the "Deleted
+// Reports" subfolder of its folder (made on first use, an existing file there
+// never replaced) and its stored value is removed.
+#pragma once
+
+#include "catalogue/session_settings.h"
+#include "components/services.h"
+
+namespace mervane {
+
+// True once it has run to its end, whatever could be moved.
+bool deleteReport(const SessionSettings& session, Services& services, const Text& repPath, const Text& repFileName);
+
+}  // namespace mervane
