@@ -472,4 +472,61 @@ TEST_F(LateBound, PropertyPutWithNamedArgument) {
   EXPECT_STREQ(V_BSTR(read.get()), L"7");
 }
 
+TEST(EarlyBound, LongTextsAndEmbeddedNulsAreStoredUnchanged) {
+  ComPtr<_Reports> reports;
+  ASSERT_EQ(CoCreateInstance(CLSID_Reports, nullptr, CLSCTX_INPROC_SERVER, IID__Reports, reports.putVoid()), S_OK);
+  std::wstring big(1 << 20, L'x');
+  big[10] = L'\0';
+  big[500000] = L';';
+  BSTR title = SysAllocStringLen(big.data(), static_cast<UINT>(big.size()));
+  BSTR file = SysAllocStringLen(L"a\0b.rpt", 7);
+  BSTR key = SysAllocString(L"");
+  ComPtr<_ReportItem> item;
+  ASSERT_EQ(reports->Add(&title, &file, &key, item.put()), S_OK);
+  BSTR back = nullptr;
+  item->get_ReportTitle(&back);
+  EXPECT_EQ(SysStringLen(back), big.size());
+  EXPECT_EQ(std::wstring(back, SysStringLen(back)), big);
+  SysFreeString(back);
+  item->get_FileName(&back);
+  EXPECT_EQ(SysStringLen(back), 7u);
+  SysFreeString(back);
+  item->put_RegKey(nullptr);  // a null BSTR is the empty text
+  item->get_RegKey(&back);
+  EXPECT_EQ(SysStringLen(back), 0u);
+  SysFreeString(back);
+  SysFreeString(title);
+  SysFreeString(file);
+  SysFreeString(key);
+  LONG count = -1;
+  reports->get_Count(&count);
+  EXPECT_EQ(count, 1);  // an empty key adds without a key
+
+  // Selectors that select nothing: objects, arrays, huge and negative numbers.
+  VARIANT v;
+  VariantInit(&v);
+  V_VT(&v) = VT_DISPATCH;
+  V_DISPATCH(&v) = reports.get();
+  ComPtr<_ReportItem> none;
+  EXPECT_EQ(reports->get_Item(&v, none.put()), S_OK);
+  EXPECT_FALSE(none);
+  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, 2);
+  V_VT(&v) = VT_ARRAY | VT_VARIANT;
+  V_ARRAY(&v) = array;
+  EXPECT_EQ(reports->get_Item(&v, none.put()), S_OK);
+  EXPECT_FALSE(none);
+  EXPECT_EQ(reports->Remove(&v), S_OK);
+  SafeArrayDestroy(array);
+  V_VT(&v) = VT_R8;
+  V_R8(&v) = 1e300;
+  EXPECT_EQ(reports->get_Item(&v, none.put()), S_OK);
+  EXPECT_FALSE(none);
+  V_VT(&v) = VT_I4;
+  V_I4(&v) = -1;
+  EXPECT_EQ(reports->Remove(&v), S_OK);
+  EXPECT_EQ(reports->get_Item(nullptr, none.put()), S_OK);
+  reports->get_Count(&count);
+  EXPECT_EQ(count, 1);
+}
+
 }  // namespace
