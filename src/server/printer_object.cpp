@@ -1,4 +1,10 @@
+// cPrinter: property gets and lets read and store the object's fields; the
+// print dialog itself lives in printing/win.
 #include "server/printer_object.h"
+
+#include <cstdint>
+
+#include "printing/win/print_dialog.h"
 
 namespace mervane::server {
 
@@ -31,6 +37,16 @@ HRESULT PrinterObject::get_MinPage(LONG* value) { return putOut<LONG>(value, sta
 HRESULT PrinterObject::put_PrintFlags(LONG value) { state_.printFlags = value; return S_OK; }
 HRESULT PrinterObject::put_Orientation(short value) { state_.orientation = value; return S_OK; }
 
-HRESULT PrinterObject::ShowPrinterDialog(LONG*, VARIANT_BOOL* result) { return putOut(result, VARIANT_FALSE); }
+// The owner arrives as the 32-bit handle the host holds; window handles are
+// 32-bit values on 64-bit Windows too, so it is widened with its sign.
+HRESULT PrinterObject::ShowPrinterDialog(LONG* OwnerhWnd, VARIANT_BOOL* result) {
+  if (!result) return E_POINTER;
+  *result = VARIANT_FALSE;
+  return guarded([&] {
+    HWND owner = OwnerhWnd ? reinterpret_cast<HWND>(static_cast<std::intptr_t>(*OwnerhWnd)) : nullptr;
+    *result = toVariantBool(printing::win::showPrinterDialog(state_, owner));
+    return S_OK;
+  });
+}
 
 }  // namespace mervane::server
