@@ -2,24 +2,84 @@
 '   cscript host-session.vbs <reports folder with trailing \>
 Option Explicit
 On Error Resume Next
-Dim folder, fn, reports, item
+Dim folder, examples, root, fn, settings, reports, item, favourites, recent, key, value, marked
+
 folder = WScript.Arguments(0)
+examples = Left(folder, InStrRev(Left(folder, Len(folder) - 1), "\"))
+root = "Mervane100 Demo"
+
+' The host's own settings: where its older-format reports are found, and a
+' fresh catalogue for this demonstration.
+Set settings = CreateObject("MervaneHost.Settings")
+If Err.Number <> 0 Then WScript.Echo "MervaneHost is not registered (" & Hex(Err.Number) & ")" : WScript.Quit 1
+settings.SaveSetting root, "Company", "ProgramReports", examples
+settings.DeleteSetting root, "Reports", ""
+settings.DeleteSetting root, "RecentReports", ""
 
 Set fn = CreateObject("Mervane100.ReportFunctions")
 If Err.Number <> 0 Then WScript.Echo "Mervane100 is not registered (" & Hex(Err.Number) & ")" : WScript.Quit 1
-fn.RegistryPath = "Mervane100 Demo"
+fn.RegistryPath = root
 fn.Path = folder
 fn.AppName = "Mervane100 Demo"
 fn.Module = ""
 
 Set reports = CreateObject("Mervane100.Reports")
 fn.GetReports reports
-WScript.Echo "Reports in " & folder & ": " & reports.Count
+WScript.Echo "Reports in " & folder & " (" & reports.Count & "):"
+ShowList reports
+
+' The user marks two reports as favourites: the host rewrites their stored
+' values with the flag Y, under the key the library handed out.
+marked = 0
 For Each item In reports
-  WScript.Echo "  " & item.FileName & "  [" & item.ReportType & "]  " & item.ReportTitle & _
-               "  app data " & item.ApplicationData & IIf(item.Favourite, "  (favourite)", "")
+  If item.ReportType = "Crystal" And marked < 2 Then
+    value = settings.GetSetting(root, "Reports", item.RegKey, "")
+    settings.SaveSetting root, "Reports", item.RegKey, item.ReportTitle & ";Y;" & item.ApplicationData
+    marked = marked + 1
+  End If
 Next
+
+' The user opens a few reports; the host keeps them in the recent list.
+For Each item In reports
+  If item.ReportType = "Vardo" Or marked > 0 Then fn.RecentReportsAdd item.RegKey, item.ReportTitle
+  marked = marked - 1
+  If marked < -2 Then Exit For
+Next
+
+Set favourites = CreateObject("Mervane100.Reports")
+fn.GetFavourites favourites, True
+WScript.Echo ""
+WScript.Echo "Favourites (" & favourites.Count & "):"
+For Each item In favourites
+  WScript.Echo "  " & item.FileName & "  " & item.ReportTitle
+Next
+
+Set recent = CreateObject("Mervane100.Reports")
+fn.RecentReportsGet recent
+WScript.Echo ""
+WScript.Echo "Recently used (" & recent.Count & "), newest first:"
+For Each item In recent
+  WScript.Echo "  " & item.RegKey & ". " & item.ReportTitle & "  " & item.FileName & IIf(item.Favourite, "  *", "")
+Next
+
+Set reports = CreateObject("Mervane100.Reports")
+fn.GetReports reports
+WScript.Echo ""
+WScript.Echo "The catalogue again, favourites marked *:"
+ShowList reports
 If Err.Number <> 0 Then WScript.Echo "error " & Hex(Err.Number) : Err.Clear
+
+Sub ShowList(list)
+  Dim r
+  For Each r In list
+    WScript.Echo "  " & Pad(r.FileName, 24) & Pad(r.ReportType, 9) & Pad(r.ReportTitle, 28) & _
+                 "data " & r.ApplicationData & IIf(r.Favourite, "  *", "")
+  Next
+End Sub
+
+Function Pad(s, n)
+  If Len(s) >= n Then Pad = s & " " Else Pad = s & Space(n - Len(s))
+End Function
 
 Function IIf(c, a, b)
   If c Then IIf = a Else IIf = b

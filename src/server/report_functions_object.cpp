@@ -1,5 +1,11 @@
 #include "server/report_functions_object.h"
 
+#include "catalogue/catalogue_scan.h"
+#include "connections/recent_reports.h"
+#include "maintenance/delete_report.h"
+#include "server/com_report_list.h"
+#include "server/windows_services.h"
+
 namespace mervane::server {
 
 namespace {
@@ -44,22 +50,70 @@ HRESULT ReportFunctionsObject::NewVisualReport(VARIANT_BOOL* result) { return an
 
 HRESULT ReportFunctionsObject::CopyReport(BSTR, BSTR, BSTR, BSTR*, vdReportType) { return S_OK; }
 
-HRESULT ReportFunctionsObject::DeleteReport(BSTR, BSTR, VARIANT_BOOL* result) { return answerFalse(result); }
+HRESULT ReportFunctionsObject::DeleteReport(BSTR RepPath, BSTR RepFileName, VARIANT_BOOL* result) {
+  if (!result) return E_POINTER;
+  *result = VARIANT_FALSE;
+  return guarded([&] {
+    WindowsServices services;
+    *result = toVariantBool(deleteReport(settings_, services, win::toText(RepPath), win::toText(RepFileName)));
+    return S_OK;
+  });
+}
 
 HRESULT ReportFunctionsObject::EditVisualReport(BSTR*, BSTR) { return S_OK; }
 
-HRESULT ReportFunctionsObject::GetReports(_Reports**) { return S_OK; }
+HRESULT ReportFunctionsObject::GetReports(_Reports** oReports) {
+  return guarded([&] {
+    WindowsServices services;
+    std::unique_ptr<ComReportList> list;
+    if (oReports && *oReports) list = std::make_unique<ComReportList>(*oReports);
+    scanCatalogue(settings_, services, list.get());
+    return S_OK;
+  });
+}
 
-HRESULT ReportFunctionsObject::RecentReportsRemove(short) { return S_OK; }
+HRESULT ReportFunctionsObject::RecentReportsRemove(short iRegIndex) {
+  return guarded([&] {
+    WindowsServices services;
+    removeRecentReport(settings_, services, iRegIndex);
+    return S_OK;
+  });
+}
 
-HRESULT ReportFunctionsObject::RecentReportsAdd(BSTR, BSTR, short* result) { return putOut<short>(result, 0); }
+HRESULT ReportFunctionsObject::RecentReportsAdd(BSTR sFileName, BSTR sReportTitle, short* result) {
+  if (!result) return E_POINTER;
+  *result = 0;
+  return guarded([&] {
+    WindowsServices services;
+    *result = addRecentReport(settings_, services, win::toText(sFileName), win::toText(sReportTitle));
+    return S_OK;
+  });
+}
 
-HRESULT ReportFunctionsObject::RecentReportsGet(_Reports**) { return S_OK; }
+HRESULT ReportFunctionsObject::RecentReportsGet(_Reports** RepColl) {
+  return guarded([&] {
+    WindowsServices services;
+    std::unique_ptr<ComReportList> list;
+    if (RepColl && *RepColl) list = std::make_unique<ComReportList>(*RepColl);
+    listRecentReports(settings_, services, list.get());
+    return S_OK;
+  });
+}
 
 HRESULT ReportFunctionsObject::Export(VARIANT_BOOL* result) { return answerFalse(result); }
 
 HRESULT ReportFunctionsObject::Import(VARIANT_BOOL* result) { return answerFalse(result); }
 
-HRESULT ReportFunctionsObject::GetFavourites(_Reports**, VARIANT_BOOL*) { return S_OK; }
+HRESULT ReportFunctionsObject::GetFavourites(_Reports** oReports, VARIANT_BOOL* bStripPath) {
+  return guarded([&] {
+    WindowsServices services;
+    std::unique_ptr<ComReportList> list;
+    if (oReports && *oReports) list = std::make_unique<ComReportList>(*oReports);
+    // Only the automation True strips the folder; any other value counts as False.
+    bool strip = bStripPath && *bStripPath == VARIANT_TRUE;
+    listFavourites(settings_, services, list.get(), strip);
+    return S_OK;
+  });
+}
 
 }  // namespace mervane::server

@@ -1,0 +1,229 @@
+#include "base/win/form.h"
+
+#include <commctrl.h>
+
+#include <vector>
+
+namespace mervane::win {
+
+namespace {
+
+constexpr wchar_t kFormClass[] = L"Mervane100Form";
+
+HINSTANCE thisModule() {
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     reinterpret_cast<LPCWSTR>(&thisModule), &module);
+  return module;
+}
+
+void registerClassOnce() {
+  static bool done = [] {
+    INITCOMMONCONTROLSEX icc = {sizeof(icc), ICC_PROGRESS_CLASS | ICC_TAB_CLASSES | ICC_TREEVIEW_CLASSES |
+                                                 ICC_STANDARD_CLASSES | ICC_WIN95_CLASSES};
+    InitCommonControlsEx(&icc);
+    WNDCLASSEXW wc = {};
+    wc.cbSize = sizeof(wc);
+    wc.lpfnWndProc = DefWindowProcW;  // replaced per window in Form::load
+    wc.hInstance = thisModule();
+    wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+    wc.lpszClassName = kFormClass;
+    RegisterClassExW(&wc);
+    return true;
+  }();
+  (void)done;
+}
+
+struct ControlSearch {
+  int id;
+  HWND found;
+};
+
+BOOL CALLBACK findControl(HWND h, LPARAM p) {
+  auto* s = reinterpret_cast<ControlSearch*>(p);
+  if (GetDlgCtrlID(h) != s->id) return TRUE;
+  s->found = h;
+  return FALSE;
+}
+
+BOOL CALLBACK collectEnabledWindow(HWND h, LPARAM p) {
+  auto* list = reinterpret_cast<std::vector<HWND>*>(p);
+  if (IsWindowVisible(h) && IsWindowEnabled(h)) list->push_back(h);
+  return TRUE;
+}
+
+int screenDpi() {
+  HDC dc = GetDC(nullptr);
+  int dpi = dc ? GetDeviceCaps(dc, LOGPIXELSX) : 96;
+  if (dc) ReleaseDC(nullptr, dc);
+  return dpi > 0 ? dpi : 96;
+}
+
+}  // namespace
+
+Form::Form(std::wstring caption, int clientWidthTwips, int clientHeightTwips)
+    : caption_(std::move(caption)), clientWidth_(clientWidthTwips), clientHeight_(clientHeightTwips) {}
+
+Form::~Form() {
+  if (hwnd_) {
+    SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
+    DestroyWindow(hwnd_);
+  }
+  if (font_) DeleteObject(font_);
+}
+
+int Form::pixelsX(int twips) const { return MulDiv(twips, screenDpi(), 1440); }
+int Form::pixelsY(int twips) const { return MulDiv(twips, screenDpi(), 1440); }
+
+void Form::load() {
+  if (hwnd_) return;
+  registerClassOnce();
+  // Tahoma 8.25 pt, as every form of the library is laid out.
+  font_ = CreateFontW(-MulDiv(825, screenDpi(), 7200), 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
+                      OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY, DEFAULT_PITCH, L"Tahoma");
+  RECT r = {0, 0, pixelsX(clientWidth_), pixelsY(clientHeight_)};
+  AdjustWindowRectEx(&r, windowStyle_, FALSE, windowExStyle_);
+  int width = r.right - r.left, height = r.bottom - r.top;
+  int x = (GetSystemMetrics(SM_CXSCREEN) - width) / 2, y = (GetSystemMetrics(SM_CYSCREEN) - height) / 2;
+  hwnd_ = CreateWindowExW(windowExStyle_, kFormClass, caption_.c_str(), windowStyle_, x, y, width, height, nullptr,
+                          nullptr, thisModule(), nullptr);
+  if (!hwnd_) return;
+  SetWindowLongPtrW(hwnd_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+  SetWindowLongPtrW(hwnd_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Form::windowProc));
+  SendMessageW(hwnd_, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
+  onLoad();
+}
+
+void Form::addControls(std::span<const ControlLayout> controls) {
+  for (const ControlLayout& c : controls) {
+    HWND parent = c.parentId ? control(c.parentId) : hwnd_;
+    if (!parent) parent = hwnd_;
+    HWND h = CreateWindowExW(0, c.windowClass, c.text, WS_CHILD | WS_VISIBLE | c.style, pixelsX(c.left),
+                             pixelsY(c.top), pixelsX(c.width), pixelsY(c.height), parent,
+                             reinterpret_cast<HMENU>(static_cast<INT_PTR>(c.id)), thisModule(), nullptr);
+    if (h) SendMessageW(h, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
+  }
+}
+
+HWND Form::control(int id) const {
+  if (!hwnd_) return nullptr;
+  if (HWND h = GetDlgItem(hwnd_, id)) return h;
+  // Controls inside frames are grandchildren.
+  ControlSearch search{id, nullptr};
+  EnumChildWindows(hwnd_, findControl, reinterpret_cast<LPARAM>(&search));
+  return search.found;
+}
+
+void Form::setCaption(const std::wstring& caption) {
+  caption_ = caption;
+  if (hwnd_) SetWindowTextW(hwnd_, caption.c_str());
+}
+
+void Form::setText(int id, const std::wstring& text) {
+  if (HWND h = control(id)) SetWindowTextW(h, text.c_str());
+}
+
+std::wstring Form::text(int id) const {
+  HWND h = control(id);
+  if (!h) return std::wstring();
+  int length = GetWindowTextLengthW(h);
+  std::wstring out(static_cast<size_t>(length) + 1, L'\0');
+  out.resize(static_cast<size_t>(GetWindowTextW(h, out.data(), length + 1)));
+  return out;
+}
+
+void Form::showModeless() {
+  if (!hwnd_) load();
+  if (!hwnd_) return;
+  ShowWindow(hwnd_, SW_SHOW);
+  UpdateWindow(hwnd_);
+}
+
+bool Form::visible() const { return hwnd_ && IsWindowVisible(hwnd_); }
+
+void Form::hide() {
+  if (hwnd_) ShowWindow(hwnd_, SW_HIDE);
+}
+
+void Form::showModal() {
+  if (!hwnd_) load();
+  if (!hwnd_) return;
+  // Disable the thread's other windows, as a modal form does.
+  std::vector<HWND> disabled;
+  EnumThreadWindows(GetCurrentThreadId(), collectEnabledWindow, reinterpret_cast<LPARAM>(&disabled));
+  std::erase(disabled, hwnd_);
+  for (HWND h : disabled) EnableWindow(h, FALSE);
+
+  ShowWindow(hwnd_, SW_SHOW);
+  SetForegroundWindow(hwnd_);
+  MSG msg;
+  bool quit = false;
+  int quitCode = 0;
+  while (hwnd_ && IsWindowVisible(hwnd_)) {
+    BOOL got = GetMessageW(&msg, nullptr, 0, 0);
+    if (got == 0) {
+      quit = true;
+      quitCode = static_cast<int>(msg.wParam);
+      break;
+    }
+    if (got < 0) break;
+    if (!IsDialogMessageW(hwnd_, &msg)) {
+      TranslateMessage(&msg);
+      DispatchMessageW(&msg);
+    }
+  }
+  for (HWND h : disabled)
+    if (IsWindow(h)) EnableWindow(h, TRUE);
+  if (quit) PostQuitMessage(quitCode);
+}
+
+LRESULT Form::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  return DefWindowProcW(hwnd_, message, wParam, lParam);
+}
+
+LRESULT CALLBACK Form::windowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+  auto* form = reinterpret_cast<Form*>(GetWindowLongPtrW(hwnd, GWLP_USERDATA));
+  if (!form) return DefWindowProcW(hwnd, message, wParam, lParam);
+  try {
+    switch (message) {
+      case WM_CLOSE:
+        form->onCloseRequest();
+        return 0;
+      case WM_COMMAND:
+        form->onCommand(LOWORD(wParam), HIWORD(wParam));
+        return 0;
+      case WM_ACTIVATE:
+        if (LOWORD(wParam) != WA_INACTIVE && !form->activated_) {
+          form->activated_ = true;
+          PostMessageW(hwnd, WM_APP, 0, 0);  // run the first activation once the show is done
+        }
+        break;
+      case WM_APP:
+        form->onActivateFirstTime();
+        return 0;
+      default:
+        break;
+    }
+    return form->onMessage(message, wParam, lParam);
+  } catch (...) {
+    return 0;  // a handler's failure never leaves the window procedure
+  }
+}
+
+void processMessages() {
+  MSG msg;
+  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+    if (msg.message == WM_QUIT) {
+      PostQuitMessage(static_cast<int>(msg.wParam));
+      break;
+    }
+    TranslateMessage(&msg);
+    DispatchMessageW(&msg);
+  }
+}
+
+WaitCursor::WaitCursor() : previous_(SetCursor(LoadCursorW(nullptr, IDC_WAIT))) {}
+WaitCursor::~WaitCursor() { SetCursor(previous_ ? previous_ : LoadCursorW(nullptr, IDC_ARROW)); }
+
+}  // namespace mervane::win

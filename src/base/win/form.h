@@ -1,0 +1,86 @@
+// Form: the base of every window of the library.
+//
+// A form is laid out from a table of controls with their places in twips
+// (1/1440 inch), so each form's source reads like its layout table. It gives
+// what the host's users expect of its windows: a modeless show, a modal show
+// that disables the thread's other windows and returns when the form hides,
+// the close button turned into a hide, Tab, Enter and Esc handled as in a
+// dialog, the hourglass pointer, and one call to let waiting messages run.
+#pragma once
+
+#include <windows.h>
+
+#include <span>
+#include <string>
+
+namespace mervane::win {
+
+struct ControlLayout {
+  const wchar_t* windowClass;  // WC_STATIC, WC_BUTTON, PROGRESS_CLASS, ...
+  const wchar_t* text;
+  int id;
+  int left, top, width, height;  // twips, relative to the parent
+  DWORD style;                   // added to WS_CHILD | WS_VISIBLE
+  int parentId = 0;              // 0: the form; else a control (a frame) holding it
+};
+
+class Form {
+ public:
+  Form(std::wstring caption, int clientWidthTwips, int clientHeightTwips);
+  virtual ~Form();
+  Form(const Form&) = delete;
+  Form& operator=(const Form&) = delete;
+
+  // Creates the window, hidden, with its controls, then runs onLoad().
+  void load();
+  void showModeless();
+  // Returns when the form hides itself (or is destroyed).
+  void showModal();
+  void hide();
+  bool visible() const;
+  HWND hwnd() const { return hwnd_; }
+  HWND control(int id) const;
+  void setCaption(const std::wstring& caption);
+  void setText(int id, const std::wstring& text);
+  std::wstring text(int id) const;
+
+  int pixelsX(int twips) const;
+  int pixelsY(int twips) const;
+
+ protected:
+  void addControls(std::span<const ControlLayout> controls);
+  HFONT font() const { return font_; }
+  virtual void onLoad() {}
+  virtual void onCommand(int /*id*/, int /*code*/) {}
+  virtual void onActivateFirstTime() {}
+  // The close button or the system menu's Close: hide instead, by default.
+  virtual void onCloseRequest() { hide(); }
+  virtual LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam);
+  DWORD windowStyle_ = WS_POPUP | WS_CAPTION | WS_SYSMENU;
+  DWORD windowExStyle_ = WS_EX_DLGMODALFRAME;
+
+ private:
+  static LRESULT CALLBACK windowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+  std::wstring caption_;
+  int clientWidth_, clientHeight_;
+  HWND hwnd_ = nullptr;
+  HFONT font_ = nullptr;
+  bool activated_ = false;
+};
+
+// Lets the thread's waiting window messages be processed once.
+void processMessages();
+
+// The hourglass while an object of this type lives, then the pointer as before.
+class WaitCursor {
+ public:
+  WaitCursor();
+  ~WaitCursor();
+  WaitCursor(const WaitCursor&) = delete;
+  WaitCursor& operator=(const WaitCursor&) = delete;
+
+ private:
+  HCURSOR previous_;
+};
+
+}  // namespace mervane::win

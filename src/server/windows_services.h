@@ -1,0 +1,24 @@
+// The Services of a running library: the host's components through COM,
+// the Win32 file system, the library's own engine and forms.
+#pragma once
+
+#include "base/win/win32_file_system.h"
+#include "components/services.h"
+
+namespace mervane::server {
+
+class WindowsServices final : public Services {
+ public:
+  SettingsStore& settingsStore() override;
+  FileSystem& fileSystem() override { return files_; }
+  std::unique_ptr<EngineApplication> createEngine() override;
+  std::unique_ptr<LegacyReportService> createLegacyReportService() override;
+  std::unique_ptr<ReportPropertyReader> createReportPropertyReader() override;
+  std::unique_ptr<ScanWindow> loadScanWindow() override;
+  void processMessages() override;
+
+ private:
+  win::Win32FileSystem files_;
+};
+
+}  // namespace mervane::server
