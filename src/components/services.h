@@ -13,6 +13,9 @@
 
 namespace mervane {
 
+class DetailsDialog;  // the report details dialog, src/authoring/details_dialog.h
+class ArchiveWindow;  // the archive progress window, src/maintenance/export_import/archive_window.h
+
 // The small modeless window that shows the catalogue scan's progress.
 class ScanWindow {
  public:
@@ -36,6 +39,11 @@ class Services {
   virtual std::unique_ptr<LegacyReportService> createLegacyReportService() = 0;
   virtual std::unique_ptr<ReportPropertyReader> createReportPropertyReader() = 0;
   virtual std::unique_ptr<ScanWindow> loadScanWindow() = 0;
+  // Loaded (not shown) forms for one call; each throws when it cannot be made.
+  virtual std::unique_ptr<DetailsDialog> loadDetailsDialog();
+  virtual std::unique_ptr<ArchiveWindow> loadArchiveWindow();
+  // An OK-only message box with the exclamation icon.
+  virtual void showMessage(const Text& text, const Text& title);
   // Lets waiting window messages be processed once.
   virtual void processMessages() = 0;
 };

@@ -48,8 +48,6 @@ HRESULT ReportFunctionsObject::put_RegistryPath(BSTR value) { return store(setti
 
 HRESULT ReportFunctionsObject::NewVisualReport(VARIANT_BOOL* result) { return answerFalse(result); }
 
-HRESULT ReportFunctionsObject::CopyReport(BSTR, BSTR, BSTR, BSTR*, vdReportType) { return S_OK; }
-
 HRESULT ReportFunctionsObject::DeleteReport(BSTR RepPath, BSTR RepFileName, VARIANT_BOOL* result) {
   if (!result) return E_POINTER;
   *result = VARIANT_FALSE;
@@ -99,10 +97,6 @@ HRESULT ReportFunctionsObject::RecentReportsGet(_Reports** RepColl) {
     return S_OK;
   });
 }
-
-HRESULT ReportFunctionsObject::Export(VARIANT_BOOL* result) { return answerFalse(result); }
-
-HRESULT ReportFunctionsObject::Import(VARIANT_BOOL* result) { return answerFalse(result); }
 
 HRESULT ReportFunctionsObject::GetFavourites(_Reports** oReports, VARIANT_BOOL* bStripPath) {
   return guarded([&] {
