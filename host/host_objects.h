@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "MervaneHost.h"
+#include "host/vardo_format.h"
 #include "server/dispatch.h"
 
 namespace mervane::host {
@@ -73,6 +74,14 @@ class ReportPropertyReaderObject final
 
   HRESULT STDMETHODCALLTYPE GetTitle(BSTR path, BSTR* title) override;
   HRESULT STDMETHODCALLTYPE GetProperty(BSTR path, BSTR name, BSTR* value) override;
+
+ private:
+  // Hosts ask for a file's title and then its properties: the last file
+  // read is kept while its size and time stay the same.
+  const VardoProperties& document(BSTR path);
+  std::wstring cachedPath_;
+  WIN32_FILE_ATTRIBUTE_DATA cachedStamp_ = {};
+  std::unique_ptr<VardoProperties> cached_, lastUncached_;
 };
 
 }  // namespace mervane::host

@@ -77,10 +77,30 @@ HRESULT LegacyReportServiceObject::GetReportDefinition(ILegacyReportDefinition**
   });
 }
 
+const VardoProperties& ReportPropertyReaderObject::document(BSTR path) {
+  std::wstring file = fileArgument(wideOf(path));
+  WIN32_FILE_ATTRIBUTE_DATA stamp = {};
+  bool stamped = GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &stamp);
+  if (cached_ && stamped && file == cachedPath_ && stamp.nFileSizeLow == cachedStamp_.nFileSizeLow &&
+      stamp.nFileSizeHigh == cachedStamp_.nFileSizeHigh &&
+      CompareFileTime(&stamp.ftLastWriteTime, &cachedStamp_.ftLastWriteTime) == 0)
+    return *cached_;
+  cached_.reset();
+  auto read = std::make_unique<VardoProperties>(documentAt(path));
+  if (stamped) {
+    cachedPath_ = file;
+    cachedStamp_ = stamp;
+    cached_ = std::move(read);
+    return *cached_;
+  }
+  lastUncached_ = std::move(read);
+  return *lastUncached_;
+}
+
 HRESULT ReportPropertyReaderObject::GetTitle(BSTR path, BSTR* title) {
   if (!title) return E_POINTER;
   *title = nullptr;
-  return hostCall([&] { return putBstr(title, wideText(documentAt(path).find(u"Title").value_or(Text()))); });
+  return hostCall([&] { return putBstr(title, wideText(document(path).find(u"Title").value_or(Text()))); });
 }
 
 HRESULT ReportPropertyReaderObject::GetProperty(BSTR path, BSTR name, BSTR* value) {
@@ -89,7 +109,7 @@ HRESULT ReportPropertyReaderObject::GetProperty(BSTR path, BSTR name, BSTR* valu
   return hostCall([&] {
     std::wstring wanted = wideOf(name);
     Text key(wanted.begin(), wanted.end());
-    return putBstr(value, wideText(documentAt(path).find(key).value_or(Text())));
+    return putBstr(value, wideText(document(path).find(key).value_or(Text())));
   });
 }
 

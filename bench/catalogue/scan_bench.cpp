@@ -92,6 +92,8 @@ int main(int argc, char** argv) {
   server::WindowsServices services;
   WindowlessServices windowless(services);
   services.settingsStore().remove(session.registryPath, kReportsSection, Text());
+  // Older-format reports are found by folder-relative name under this folder.
+  services.settingsStore().write(session.registryPath, u"Company", u"ProgramReports", win::fromWide(temp));
 
   auto scan = [&](Services& s) {
     ReportCollection reports;

@@ -11,9 +11,7 @@ const ControlLayout kLayout[] = {
     {PROGRESS_CLASSW, L"", CalculatingForm::kProgressBar2, 120, 360, 4455, 255, 0},
 };
 
-constexpr std::uint64_t kPaintIntervalMs = 40;
-
-void setRedraw(HWND control, bool on) { SendMessageW(control, WM_SETREDRAW, on ? TRUE : FALSE, 0); }
+constexpr std::uint64_t kRefreshIntervalMs = 40;
 
 }  // namespace
 
@@ -23,49 +21,49 @@ CalculatingForm::CalculatingForm() : Form(L"Reading Reports...", 4680, 750) {
 
 void CalculatingForm::onLoad() {
   addControls(kLayout);
-  SendMessageW(control(kProgressBar2), PBM_SETRANGE32, 0, 100);
+  SendMessageW(control(kProgressBar2), PBM_SETRANGE32, 0, maximum_);
 }
 
 void CalculatingForm::show() {
   showModeless();
-  paintIfDue(true);
+  refresh(true);
 }
 
 void CalculatingForm::setMaximum(std::int32_t maximum) {
-  setRedraw(control(kProgressBar2), false);
-  SendMessageW(control(kProgressBar2), PBM_SETRANGE32, 0, maximum);
-  paintIfDue();
+  maximum_ = maximum;
+  refresh();
 }
 
 void CalculatingForm::setValue(std::int32_t value) {
-  setRedraw(control(kProgressBar2), false);
-  SendMessageW(control(kProgressBar2), PBM_SETPOS, value, 0);
-  paintIfDue();
+  value_ = value;
+  refresh();
 }
 
-std::int32_t CalculatingForm::value() {
-  return static_cast<std::int32_t>(SendMessageW(control(kProgressBar2), PBM_GETPOS, 0, 0));
-}
+std::int32_t CalculatingForm::value() { return value_; }
 
 void CalculatingForm::setLabel(const Text& text) {
-  setRedraw(control(kLabel1), false);
-  setText(kLabel1, std::wstring(text.begin(), text.end()));
-  paintIfDue();
+  label_ = text;
+  refresh();
 }
 
-// Lets the controls paint what they now hold, if the last paint is old
-// enough; until then their changes are kept without drawing.
-void CalculatingForm::paintIfDue(bool now) {
+// Hands the latest values to the controls when the last refresh is old
+// enough (or now); the controls repaint themselves from there.
+void CalculatingForm::refresh(bool now) {
   std::uint64_t tick = GetTickCount64();
-  if (!now && tick - lastPaint_ < kPaintIntervalMs) return;
-  lastPaint_ = tick;
-  for (int id : {kLabel1, kProgressBar2}) {
-    HWND h = control(id);
-    setRedraw(h, true);
-    InvalidateRect(h, nullptr, TRUE);
+  if (!now && tick - lastRefresh_ < kRefreshIntervalMs) return;
+  lastRefresh_ = tick;
+  HWND bar = control(kProgressBar2);
+  if (maximum_ != shownMaximum_) SendMessageW(bar, PBM_SETRANGE32, 0, shownMaximum_ = maximum_);
+  if (value_ != shownValue_) SendMessageW(bar, PBM_SETPOS, shownValue_ = value_, 0);
+  if (label_ != shownLabel_) {
+    shownLabel_ = label_;
+    setText(kLabel1, std::wstring(label_.begin(), label_.end()));
   }
 }
 
-void CalculatingForm::close() { hide(); }
+void CalculatingForm::close() {
+  refresh(true);
+  hide();
+}
 
 }  // namespace mervane::win

@@ -2,9 +2,9 @@
 // progress ("Reading Reports...", a label and a bar).
 //
 // The scan updates it once per file, thousands of times a second on a warm
-// folder. The label and the bar always hold the latest values, but they are
-// painted at most every 40 ms: a person sees no difference, and the scan
-// does not spend its time drawing.
+// folder. The form keeps the latest label and bar values and hands them to
+// its controls at most every 40 ms, and always when it is shown or closed: a
+// person sees no difference, and the scan does not spend its time drawing.
 #pragma once
 
 #include <cstdint>
@@ -32,8 +32,10 @@ class CalculatingForm final : public Form, public ScanWindow {
   void onCloseRequest() override {}  // the scan closes it; the user cannot
 
  private:
-  void paintIfDue(bool now = false);
-  std::uint64_t lastPaint_ = 0;
+  void refresh(bool now = false);
+  std::uint64_t lastRefresh_ = 0;
+  std::int32_t maximum_ = 100, value_ = 0, shownMaximum_ = 100, shownValue_ = 0;
+  Text label_ = u"Report 1 of 1", shownLabel_ = label_;
 };
 
 }  // namespace mervane::win
