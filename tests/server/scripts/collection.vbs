@@ -57,9 +57,6 @@ fn.SqlServer = "  srv\inst "
 Check fn.SqlServer = "  srv\inst ", "SqlServer reads back unchanged"
 fn.Path = "C:\Reports\" : fn.RegistryPath = "Mervane100 Tests" : fn.Module = " layouts " : fn.ParenthWnd = 12345
 Check Err.Number = 0, "session properties accept values"
-n = "unchanged"
-fn.CopyReport "Old", "old.rpt", "C:\nowhere\", n
-Check Err.Number = 0, "CopyReport with four arguments"
 
 Set p = CreateObject("Mervane100.cPrinter")
 p.MinPage = 1 : p.MaxPage = 9 : p.FromPage = 3 : p.ToPage = 4 : p.Orientation = 2 : p.PrintFlags = 0
