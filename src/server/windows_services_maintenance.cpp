@@ -1,12 +1,17 @@
 // The archive window and message boxes as services.
+#include "maintenance/export_import/win/archive_dialogs.h"
+#include "maintenance/export_import/win/archive_form.h"
 #include "server/windows_services.h"
-
-#include "maintenance/export_import/archive_window.h"
 
 namespace mervane::server {
 
-std::unique_ptr<ArchiveWindow> WindowsServices::loadArchiveWindow() { return Services::loadArchiveWindow(); }
+std::unique_ptr<ArchiveWindow> WindowsServices::loadArchiveWindow() {
+  auto form = std::make_unique<win::ArchiveForm>();
+  form->load();
+  if (!form->hwnd()) throw std::runtime_error("the archive window cannot be created");
+  return form;
+}
 
-void WindowsServices::showMessage(const Text& text, const Text& title) { Services::showMessage(text, title); }
+void WindowsServices::showMessage(const Text& text, const Text& title) { win::showExclamation(text, title); }
 
 }  // namespace mervane::server

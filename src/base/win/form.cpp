@@ -194,7 +194,9 @@ LRESULT CALLBACK Form::windowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM
         form->onCommand(LOWORD(wParam), HIWORD(wParam));
         return 0;
       case WM_ACTIVATE:
-        if (LOWORD(wParam) != WA_INACTIVE && !form->activated_) {
+        // A hidden form that owns a dialog is activated when the dialog closes:
+        // only the first activation while it is shown counts.
+        if (LOWORD(wParam) != WA_INACTIVE && !form->activated_ && IsWindowVisible(hwnd)) {
           form->activated_ = true;
           PostMessageW(hwnd, WM_APP, 0, 0);  // run the first activation once the show is done
         }
