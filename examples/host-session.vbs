@@ -28,22 +28,19 @@ fn.GetReports reports
 WScript.Echo "Reports in " & folder & " (" & reports.Count & "):"
 ShowList reports
 
-' The user marks two reports as favourites: the host rewrites their stored
-' values with the flag Y, under the key the library handed out.
-marked = 0
+' The user marks reports as favourites: the host rewrites their stored values
+' with the flag Y, under the key the library handed out in RegKey.
 For Each item In reports
-  If item.ReportType = "Crystal" And marked < 2 Then
-    value = settings.GetSetting(root, "Reports", item.RegKey, "")
-    settings.SaveSetting root, "Reports", item.RegKey, item.ReportTitle & ";Y;" & item.ApplicationData
-    marked = marked + 1
-  End If
+  Select Case item.FileName
+    Case "Monthly Sales.rpt", "Stock Valuation.rpt", "stock.report"
+      settings.SaveSetting root, "Reports", item.RegKey, item.ReportTitle & ";Y;" & item.ApplicationData
+  End Select
 Next
 
 ' The user opens a few reports; the host keeps them in the recent list.
-For Each item In reports
-  If item.ReportType = "Vardo" Or marked > 0 Then fn.RecentReportsAdd item.RegKey, item.ReportTitle
-  marked = marked - 1
-  If marked < -2 Then Exit For
+For Each key In Array("SALES.SRT", "Monthly Sales.rpt", "delivery.layout", "Stock Valuation.rpt")
+  Set item = reports(key)
+  fn.RecentReportsAdd item.RegKey, item.ReportTitle
 Next
 
 Set favourites = CreateObject("Mervane100.Reports")

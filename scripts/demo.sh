@@ -13,4 +13,6 @@ dlls=("$root/build/win64/src/server/Mervane100.dll")
 tests/wine/prepare-prefix.sh "$prefix" "${dlls[@]}" >/dev/null
 export WINEPREFIX="$prefix" WINEDEBUG=-all LANG=C.UTF-8
 reports="$(winepath -w "$root/examples/reports")\\"
-xvfb-run -a wine cscript //nologo "$(winepath -w "$root/examples/host-session.vbs")" "$reports"
+# The script host writes in the console (OEM) code page; the terminal reads UTF-8.
+xvfb-run -a -s "-screen 0 1280x1024x24" wine cscript //nologo "$(winepath -w "$root/examples/host-session.vbs")" "$reports" |
+  iconv -f CP850 -t UTF-8
