@@ -12,6 +12,7 @@ const ControlLayout kLayout[] = {
 };
 
 constexpr std::uint64_t kRefreshIntervalMs = 40;
+constexpr UINT_PTR kRefreshTimer = 1;
 
 }  // namespace
 
@@ -50,7 +51,10 @@ void CalculatingForm::setLabel(const Text& text) {
 // enough (or now); the controls repaint themselves from there.
 void CalculatingForm::refresh(bool now) {
   std::uint64_t tick = GetTickCount64();
-  if (!now && tick - lastRefresh_ < kRefreshIntervalMs) return;
+  if (!now && tick - lastRefresh_ < kRefreshIntervalMs) {
+    if (!refreshPending_ && hwnd()) refreshPending_ = SetTimer(hwnd(), kRefreshTimer, kRefreshIntervalMs, nullptr) != 0;
+    return;
+  }
   lastRefresh_ = tick;
   HWND bar = control(kProgressBar2);
   if (maximum_ != shownMaximum_) SendMessageW(bar, PBM_SETRANGE32, 0, shownMaximum_ = maximum_);
@@ -59,6 +63,16 @@ void CalculatingForm::refresh(bool now) {
     shownLabel_ = label_;
     setText(kLabel1, std::wstring(label_.begin(), label_.end()));
   }
+}
+
+LRESULT CalculatingForm::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_TIMER && wParam == kRefreshTimer) {
+    KillTimer(hwnd(), kRefreshTimer);
+    refreshPending_ = false;
+    refresh(true);
+    return 0;
+  }
+  return Form::onMessage(message, wParam, lParam);
 }
 
 void CalculatingForm::close() {
