@@ -8,17 +8,14 @@
 
 #include "host/host_call.h"
 #include "host/host_objects.h"
+#include "server/class_factory.h"
 #include "server/module.h"
 
 namespace mervane::host {
 namespace {
 
-using Creator = HRESULT (*)(REFIID, void**);
-
-template <class T>
-HRESULT createAndQuery(REFIID iid, void** out) {
-  return T::create()->QueryInterface(iid, out);
-}
+using server::createAndQuery;
+using server::Creator;
 
 struct CreatableClass {
   const CLSID* clsid;
@@ -33,43 +30,6 @@ const CreatableClass kClasses[] = {
      L"Mervane host legacy report service"},
     {&CLSID_ReportPropertyReader, &createAndQuery<ReportPropertyReaderObject>, L"MervaneHost.ReportPropertyReader",
      L"Mervane host report property reader"},
-};
-
-class ClassFactory final : public IClassFactory {
- public:
-  explicit ClassFactory(Creator creator) : creator_(creator) { server::objectCreated(); }
-  ClassFactory(const ClassFactory&) = delete;
-  ClassFactory& operator=(const ClassFactory&) = delete;
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (!server::sameIid(iid, IID_IUnknown) && !server::sameIid(iid, IID_IClassFactory)) return E_NOINTERFACE;
-    *out = static_cast<IClassFactory*>(this);
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++refs_); }
-  ULONG STDMETHODCALLTYPE Release() override {
-    long n = --refs_;
-    if (n == 0) delete this;
-    return static_cast<ULONG>(n);
-  }
-  HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (outer) return CLASS_E_NOAGGREGATION;
-    return hostCall([&] { return creator_(iid, out); });
-  }
-  HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
-    server::lockServer(lock != FALSE);
-    return S_OK;
-  }
-
- private:
-  ~ClassFactory() { server::objectDestroyed(); }
-  std::atomic<long> refs_{1};
-  Creator creator_;
 };
 
 std::wstring guidText(const GUID& g) {
@@ -142,10 +102,7 @@ extern "C" HRESULT WINAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** o
   return host::hostCall([&]() -> HRESULT {
     for (const host::CreatableClass& c : host::kClasses) {
       if (!server::sameIid(clsid, *c.clsid)) continue;
-      auto* factory = new host::ClassFactory(c.creator);
-      HRESULT hr = factory->QueryInterface(iid, out);
-      factory->Release();
-      return hr;
+      return server::ClassFactory::make(c.creator, iid, out);
     }
     return CLASS_E_CLASSNOTAVAILABLE;
   });
