@@ -7,7 +7,7 @@
 
 namespace mervane::server {
 
-class WindowsServices final : public Services {
+class WindowsServices : public Services {
  public:
   SettingsStore& settingsStore() override;
   FileSystem& fileSystem() override { return files_; }
