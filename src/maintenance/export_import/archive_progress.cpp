@@ -38,7 +38,7 @@ void ArchiveProgress::progress(const Text& fileName, std::int32_t originalSize, 
       {ValueLabel::originalSize, originalSize},     {ValueLabel::bytesRead, bytesRead},
       {ValueLabel::percentDone, percent},
   };
-  for (const auto& [label, value] : values) attempt([&] { view_.setValue(label, decimal(value)); });
+  for (const auto& entry : values) attempt([&] { view_.setValue(entry.first, decimal(entry.second)); });
   attempt([&] { view_.setBar(percent); });
   attempt([&] { view_.processMessages(); });
 }
