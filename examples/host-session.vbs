@@ -1,5 +1,5 @@
 ' A sample host session: what a host application does with the library.
-'   cscript host-session.vbs <reports folder with trailing \>
+'   cscript host-session.vbs <reports folder with trailing \> [<company database file>]
 Option Explicit
 On Error Resume Next
 Dim folder, examples, root, fn, settings, reports, item, favourites, recent, key, value, marked
@@ -22,6 +22,11 @@ fn.RegistryPath = root
 fn.Path = folder
 fn.AppName = "Mervane100 Demo"
 fn.Module = ""
+' The company's data: the example SQLite database through its ODBC driver.
+If WScript.Arguments.Count > 1 Then
+  fn.SqlDatabase = "company"
+  fn.SqlConnString = "Driver={SQLite3};Database=" & WScript.Arguments(1) & ";StepAPI=1;NoCreat=1"
+End If
 
 Set reports = CreateObject("Mervane100.Reports")
 fn.GetReports reports
