@@ -9,25 +9,16 @@
 #include <limits>
 #include <string>
 
+#include <zlib.h>
+
 namespace mervane::engine::model {
 namespace {
 
 constexpr std::array<std::uint8_t, 4> kMagic = {'M', 'V', 'R', 'D'};
 
-// The CRC-32 of zip and zlib (reflected polynomial 0xEDB88320).
-std::uint32_t crc32(const std::uint8_t* data, std::size_t size) {
-  static const auto table = [] {
-    std::array<std::uint32_t, 256> t{};
-    for (std::uint32_t i = 0; i < 256; ++i) {
-      std::uint32_t c = i;
-      for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
-      t[i] = c;
-    }
-    return t;
-  }();
-  std::uint32_t crc = 0xFFFFFFFFu;
-  for (std::size_t i = 0; i < size; ++i) crc = table[(crc ^ data[i]) & 0xFF] ^ (crc >> 8);
-  return crc ^ 0xFFFFFFFFu;
+// The CRC-32 of zip, from zlib.
+std::uint32_t crc32(const std::uint8_t* bytes, std::size_t size) {
+  return static_cast<std::uint32_t>(crc32_z(0, bytes, size));
 }
 
 std::uint16_t le16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] | (p[1] << 8)); }

@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <string>
 
+#include <zlib.h>
+
 #include "sample_definition.h"
 
 namespace mervane::engine::model {
@@ -40,19 +42,8 @@ std::string bytesField(std::uint32_t number, const std::string& payload) {
   return out + payload;
 }
 
-std::uint32_t crc32(const std::uint8_t* p, std::size_t n) {
-  static const auto table = [] {
-    std::array<std::uint32_t, 256> t{};
-    for (std::uint32_t i = 0; i < 256; ++i) {
-      std::uint32_t c = i;
-      for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
-      t[i] = c;
-    }
-    return t;
-  }();
-  std::uint32_t crc = 0xFFFFFFFFu;
-  for (std::size_t i = 0; i < n; ++i) crc = table[(crc ^ p[i]) & 0xFF] ^ (crc >> 8);
-  return ~crc;
+std::uint32_t crc32(const std::uint8_t* bytes, std::size_t size) {
+  return static_cast<std::uint32_t>(crc32_z(0, bytes, size));
 }
 
 // A stream with a valid header around `body`.
