@@ -6,9 +6,9 @@ packages=(
   cmake ninja-build g++ libgtest-dev googletest zlib1g-dev
   wine wine64 libwine-dev g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools libz-mingw-w64-dev
   xvfb xauth fonts-wine fonts-liberation
-  unixodbc unixodbc-dev libsqliteodbc sqlite3 odbc-postgresql
+  unixodbc unixodbc-dev libsqliteodbc sqlite3 odbc-postgresql postgresql
   zip unzip p7zip-full python3 python3-olefile
-  cups cups-daemon cups-client printer-driver-cups-pdf
+  cups cups-daemon cups-client printer-driver-cups-pdf poppler-utils
 )
 missing=()
 for p in "${packages[@]}"; do

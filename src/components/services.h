@@ -15,6 +15,7 @@ namespace mervane {
 
 class DetailsDialog;  // the report details dialog, src/authoring/details_dialog.h
 class ArchiveWindow;  // the archive progress window, src/maintenance/export_import/archive_window.h
+class DesignerWindow;  // the designer window, src/authoring/designer_window.h
 
 // The small modeless window that shows the catalogue scan's progress.
 class ScanWindow {
@@ -42,10 +43,13 @@ class Services {
   // Loaded (not shown) forms for one call; each throws when it cannot be made.
   virtual std::unique_ptr<DetailsDialog> loadDetailsDialog();
   virtual std::unique_ptr<ArchiveWindow> loadArchiveWindow();
+  virtual std::unique_ptr<DesignerWindow> loadDesignerWindow();
   // An OK-only message box with the exclamation icon.
   virtual void showMessage(const Text& text, const Text& title);
   // Lets waiting window messages be processed once.
   virtual void processMessages() = 0;
+  // The hourglass pointer on (true) or the normal pointer back (false).
+  virtual void setBusyPointer(bool /*busy*/) {}
 };
 
 }  // namespace mervane

@@ -61,6 +61,8 @@ struct FakeReport : EngineReport {
   void setTitle(const Text& t) override { title_ = t; }
   Text applicationDataText() override { return text_; }
   void saveAs(const Text&, int) override {}
+  std::shared_ptr<EngineDatabase> database() override { throw std::runtime_error("no database"); }
+  std::vector<std::shared_ptr<EngineSection>> sections() override { return {}; }
 };
 
 struct FakeEngine : EngineApplication {
@@ -73,6 +75,7 @@ struct FakeEngine : EngineApplication {
     if (it == files.end()) return nullptr;
     return std::make_unique<FakeReport>(it->second.first, it->second.second);
   }
+  std::unique_ptr<EngineReport> newReport() override { return std::make_unique<FakeReport>(Text(), Text()); }
 };
 
 struct FakeLegacy : LegacyReportService, LegacyReportDefinition {

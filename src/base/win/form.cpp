@@ -168,7 +168,7 @@ void Form::showModal() {
       break;
     }
     if (got < 0) break;
-    if (!IsDialogMessageW(hwnd_, &msg)) {
+    if (!preTranslateMessage(msg) && !IsDialogMessageW(hwnd_, &msg)) {
       TranslateMessage(&msg);
       DispatchMessageW(&msg);
     }

@@ -56,6 +56,9 @@ class Form {
   // The close button or the system menu's Close: hide instead, by default.
   virtual void onCloseRequest() { hide(); }
   virtual LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam);
+  // A message of the modal loop before the dialog keys see it (for menu
+  // accelerators); true when it was handled.
+  virtual bool preTranslateMessage(MSG& /*message*/) { return false; }
   DWORD windowStyle_ = WS_POPUP | WS_CAPTION | WS_SYSMENU;
   DWORD windowExStyle_ = WS_EX_DLGMODALFRAME;
 

@@ -1,14 +1,16 @@
 // What the engine needs from a report file on disk, kept apart from the
 // storage format so the engine's rules can be tested without one.
 //
-// A report file is a set of named parts. Today the engine reads two of them,
-// the title and the application-data text (the summary's comments), and
-// writes copies with a new title; every other part travels with the copy
-// untouched. When the engine learns its own report definition, it becomes one
-// more part read here and one more change carried by ReportChanges.
+// A report file is a set of named parts. The engine reads three of them: the
+// title and the application-data text (the summary's comments), and its own
+// report definition; it writes copies with a new title and definition, and
+// every other part travels with the copy untouched.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include "base/text.h"
 #include "components/report_engine.h"
@@ -24,6 +26,9 @@ struct ReportSummary {
 // What a copy changes against its source; everything else is copied as is.
 struct ReportChanges {
   Text title;
+  // The definition stream's new bytes; nothing: the source's stream (or its
+  // absence) is kept.
+  std::optional<std::vector<std::uint8_t>> definition;
 };
 
 // One opened report file.
@@ -31,6 +36,9 @@ class ReportFile {
  public:
   virtual ~ReportFile() = default;
   virtual const ReportSummary& summary() const = 0;
+  // The bytes of the engine's definition stream; nothing when the file has
+  // none (a report from another designer). Throws when it cannot be read.
+  virtual std::optional<std::vector<std::uint8_t>> definition() = 0;
   // Writes a new report file at `path` holding everything this one holds,
   // with `changes` applied. The file at `path` is replaced only once the new
   // one is complete; on failure (it throws) nothing at `path` has changed.
@@ -44,6 +52,9 @@ class ReportFiles {
   virtual ~ReportFiles() = default;
   // Null when the file is missing or is not a readable report file.
   virtual std::unique_ptr<ReportFile> open(const Text& path, OpenMethod method) = 0;
+  // Writes a new report file that holds only a summary with `changes.title`
+  // and the definition, as safely as ReportFile::writeCopy.
+  virtual void create(const Text& path, const ReportChanges& changes) = 0;
 };
 
 }  // namespace mervane::engine

@@ -18,6 +18,7 @@ class FakeFile : public ReportFile {
  public:
   FakeFile(ReportSummary summary, std::vector<Saved>& saves) : summary_(std::move(summary)), saves_(saves) {}
   const ReportSummary& summary() const override { return summary_; }
+  std::optional<std::vector<std::uint8_t>> definition() override { return std::nullopt; }
   void writeCopy(const Text& path, const ReportChanges& changes) override { saves_.push_back({path, changes.title}); }
 
  private:
@@ -32,13 +33,14 @@ class FakeFiles : public ReportFiles {
     if (path == u"missing.rpt") return nullptr;
     return std::make_unique<FakeFile>(ReportSummary{u"Sales; 2023", u"Dept=4;AppData=17;"}, saves);
   }
+  void create(const Text& path, const ReportChanges& changes) override { saves.push_back({path, changes.title}); }
   std::vector<OpenMethod> methods;
   std::vector<Saved> saves;
 };
 
 TEST(Engine, ReportsSaveTheirOwnTitleInTheFormatAskedFor) {
   auto files = std::make_shared<FakeFiles>();
-  Engine engine(files);
+  Engine engine(EngineParts{files, nullptr, {}});
   EXPECT_EQ(engine.openReport(u"missing.rpt"), nullptr);
   auto first = engine.openReport(u"a.rpt", OpenMethod::ByTemporaryCopy);
   auto second = engine.openReport(u"a.rpt");

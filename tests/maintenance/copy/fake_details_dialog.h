@@ -80,6 +80,7 @@ struct SavingEngine : EngineApplication {
     if (it == files.end()) return nullptr;
     return std::make_unique<SavingReport>(path, it->second, saves, failSave);
   }
+  std::unique_ptr<EngineReport> newReport() override { throw std::logic_error("unexpected new report"); }
 };
 
 // Copies that refuse to overwrite, as the real file system does.

@@ -332,6 +332,7 @@ class Reader {
         case 5: t.subLocation = text(f, e); return true;
         case 6: t.delimiter = text(f, e); return true;
         case 7: t.headerRow = flag(f, e); return true;
+        case 8: t.connection = text(f, e); return true;
         default: return false;
       }
     });
@@ -517,6 +518,7 @@ void writeTable(Writer& w, const Table& t) {
   w.text(5, withoutPasswords(t.subLocation));
   w.text(6, t.delimiter);
   w.flag(7, t.headerRow);
+  w.text(8, withoutPasswords(t.connection));
   w.unknown(t.unknown);
 }
 

@@ -46,7 +46,8 @@
 //                    3 record filter, 4 sort field (SortField, list),
 //                    5 group (Group, list)
 //     Table          1 alias, 2 database type, 3 log-on (LogOn), 4 location,
-//                    5 sub-location, 6 delimiter, 7 header row
+//                    5 sub-location, 6 delimiter, 7 header row,
+//                    8 connect text (without its password)
 //     LogOn          1 server, 2 database, 3 user   (no password, ever)
 //     TableLink      1 from (FieldRef), 2 to (FieldRef), 3 join type
 //     SortField      1 field (FieldRef), 2 direction

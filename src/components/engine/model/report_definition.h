@@ -249,6 +249,10 @@ struct Table {
   LogOn logOn;
   Text location;     // SQL: the table's name, as qualified as the database needs; text file: its path
   Text subLocation;  // SQL: the location the table was read from before it was re-pointed
+  // SQL: the connect text that reaches the table's database (an OLE DB
+  // string, the host's "ODBC;..." text or an ODBC string); empty: the
+  // report's own log-on. Stored without its password.
+  Text connection;
   Text delimiter = u",";  // text files only
   bool headerRow = true;  // text files only: the first line names the columns
   UnknownFields unknown;

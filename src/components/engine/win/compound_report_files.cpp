@@ -24,6 +24,9 @@ using win::ComPtr;
 using win::check;
 
 constexpr wchar_t kSummaryStream[] = L"\005SummaryInformation";
+// The engine's own report definition (model/definition_stream.h).
+constexpr wchar_t kDefinitionStream[] = L"ReportDefinition";
+constexpr ULONGLONG kLargestDefinition = 16u << 20;
 // A summary holds a few strings and perhaps a thumbnail; anything larger is
 // not one.
 constexpr ULONGLONG kLargestSummary = 16u << 20;
@@ -295,6 +298,50 @@ void writeTitle(IStorage* storage, const Text& title) {
   check(props->Commit(STGC_DEFAULT));
 }
 
+// The definition stream's bytes; nothing when the storage has none.
+std::optional<std::vector<std::uint8_t>> readDefinition(IStorage* storage) {
+  ComPtr<IStream> stream;
+  HRESULT hr = storage->OpenStream(kDefinitionStream, nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0, stream.put());
+  if (hr == STG_E_FILENOTFOUND) return std::nullopt;
+  check(hr);
+  ULONGLONG size = streamSize(stream.get());
+  if (size > kLargestDefinition) throw ComError(kDamaged);
+  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
+  readExactly(stream.get(), size, bytes.data());
+  return bytes;
+}
+
+void writeDefinition(IStorage* storage, const std::vector<std::uint8_t>& bytes) {
+  HRESULT hr = storage->DestroyElement(kDefinitionStream);
+  if (FAILED(hr) && hr != STG_E_FILENOTFOUND) check(hr);
+  ComPtr<IStream> stream;
+  check(storage->CreateStream(kDefinitionStream, STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE, 0, 0,
+                              stream.put()));
+  for (std::size_t done = 0; done < bytes.size();) {
+    ULONG want = static_cast<ULONG>(std::min<std::size_t>(bytes.size() - done, kCopyChunk));
+    ULONG written = 0;
+    check(stream->Write(bytes.data() + done, want, &written));
+    if (written != want) throw ComError(STG_E_WRITEFAULT);
+    done += written;
+  }
+  check(stream->Commit(STGC_DEFAULT));
+}
+
+// Writes a new compound file at `target` through a temporary file beside
+// it; `fill` puts the content into the new storage.
+template <class Fill>
+void writeReportFile(const std::wstring& target, Fill fill) {
+  TemporaryFile temporary(target);
+  {
+    ComPtr<IStorage> copy;
+    check(StgCreateDocfile(temporary.path().c_str(), STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE, 0,
+                           copy.put()));
+    fill(copy.get());
+    check(copy->Commit(STGC_DEFAULT));
+  }
+  temporary.moveTo(target);
+}
+
 class CompoundReportFile final : public ReportFile {
  public:
   CompoundReportFile(std::wstring path, ComPtr<IStorage> snapshot, ReportSummary summary)
@@ -302,11 +349,15 @@ class CompoundReportFile final : public ReportFile {
 
   const ReportSummary& summary() const override { return summary_; }
 
+  std::optional<std::vector<std::uint8_t>> definition() override {
+    ComPtr<IStorage> source = snapshot_ ? snapshot_ : openStorageFile(path_);
+    return readDefinition(source.get());
+  }
+
   void writeCopy(const Text& path, const ReportChanges& changes) override {
     const std::wstring target = fullPath(win::toWide(path));
     ComPtr<IStorage> source = snapshot_ ? snapshot_ : openStorageFile(path_);
     requireReadable(source.get(), 0);
-
     TemporaryFile temporary(target);
     {
       ComPtr<IStorage> copy;
@@ -314,6 +365,7 @@ class CompoundReportFile final : public ReportFile {
                              copy.put()));
       check(source->CopyTo(0, nullptr, nullptr, copy.get()));
       writeTitle(copy.get(), changes.title);
+      if (changes.definition) writeDefinition(copy.get(), *changes.definition);
       check(copy->Commit(STGC_DEFAULT));
     }
     source.reset();  // the target may be the source itself
@@ -327,6 +379,13 @@ class CompoundReportFile final : public ReportFile {
 };
 
 }  // namespace
+
+void CompoundReportFiles::create(const Text& path, const ReportChanges& changes) {
+  writeReportFile(fullPath(win::toWide(path)), [&](IStorage* storage) {
+    writeTitle(storage, changes.title);
+    if (changes.definition) writeDefinition(storage, *changes.definition);
+  });
+}
 
 std::unique_ptr<ReportFile> CompoundReportFiles::open(const Text& path, OpenMethod method) {
   try {

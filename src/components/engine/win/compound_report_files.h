@@ -1,6 +1,8 @@
 // Report files as OLE compound files: the summary is read from the standard
-// SummaryInformation property set (title and comments), and a copy is the
-// whole storage copied into a new compound file with a new title.
+// SummaryInformation property set (title and comments), the engine's
+// definition from its own stream "ReportDefinition", and a copy is the whole
+// storage copied into a new compound file with a new title (and, when the
+// report was changed, a new definition stream).
 //
 // Opening:
 //  - OpenMethod::Default reads the summary and closes the file before open()
@@ -24,6 +26,7 @@ namespace mervane::engine {
 class CompoundReportFiles final : public ReportFiles {
  public:
   std::unique_ptr<ReportFile> open(const Text& path, OpenMethod method) override;
+  void create(const Text& path, const ReportChanges& changes) override;
 };
 
 }  // namespace mervane::engine

@@ -7,7 +7,9 @@
 namespace mervane {
 
 std::unique_ptr<EngineApplication> createEngineApplication() {
-  return std::make_unique<engine::Engine>(std::make_shared<engine::CompoundReportFiles>());
+  engine::EngineParts parts;
+  parts.files = std::make_shared<engine::CompoundReportFiles>();
+  return std::make_unique<engine::Engine>(std::move(parts));
 }
 
 }  // namespace mervane

@@ -1,0 +1,88 @@
+// Table re-pointing: one log-on for the main report, then the table rule for
+// every table of the main report and of each subreport one level down.
+#include "connections/report_locations.h"
+
+#include <memory>
+#include <vector>
+
+#include "base/attempt.h"
+
+namespace mervane {
+namespace {
+
+constexpr char16_t kAdoDriverFile[] = u"crdb_ado.dll";
+constexpr char16_t kAdoServerType[] = u"OLE DB (ADO)";
+constexpr char16_t kHostDatabase[] = u"Halyard";
+constexpr char16_t kHostDatabaseLower[] = u"halyard";
+
+Text lower(const Text& text) {
+  Text result = text;
+  for (char16_t& c : result)
+    if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c - u'A' + u'a');
+  return result;
+}
+
+// A table of the host's data is named "Halyard" (in any letter case) or
+// not named at all.
+bool isHostTable(const Text& logOnDatabase) {
+  return lower(logOnDatabase) == kHostDatabaseLower || trim(logOnDatabase).empty();
+}
+
+void repointTable(EngineTable& table, const ReportLocations& s) {
+  int type = 0;
+  attempt([&] { type = table.databaseType(); });
+  if (type != kSqlTableDatabaseType) return;
+
+  Text database;
+  attempt([&] { database = table.logOnDatabaseName(); });
+  if (isHostTable(database)) {
+    attempt([&] { table.setLogOnInfo(hostConnectText(s), kHostDatabase, s.userName, s.userPassword); });
+    return;
+  }
+  attempt([&] { table.setLogOnInfo(s.sqlServer, s.sqlDatabase, s.sqlLogin, s.sqlPassword); });
+  Text location;
+  attempt([&] { location = table.location(); });
+  attempt([&] { table.setTableLocation(s.sqlDatabase, location, s.sqlConnString); });
+}
+
+void repointTables(EngineReport& report, const ReportLocations& s) {
+  std::shared_ptr<EngineDatabase> database;
+  attempt([&] { database = report.database(); });
+  if (!database) return;
+  std::vector<std::shared_ptr<EngineTable>> tables;
+  attempt([&] { tables = database->tables(); });
+  for (const auto& table : tables)
+    if (table) repointTable(*table, s);
+}
+
+}  // namespace
+
+Text hostConnectText(const ReportLocations& s) {
+  return u"ODBC;DATABASE=Halyard;UID=" + s.userName + u";PWD=" + s.userPassword + u";DSN=" + s.odbcName;
+}
+
+void setReportLocations(EngineReport* report, const ReportLocations& s) {
+  if (!report) return;
+  attempt([&] {
+    report->database()->logOnServerEx(kAdoDriverFile, s.sqlServer, s.sqlDatabase, s.sqlLogin, s.sqlPassword,
+                                      kAdoServerType, s.sqlConnString);
+  });
+  repointTables(*report, s);
+
+  std::vector<std::shared_ptr<EngineSection>> sections;
+  attempt([&] { sections = report->sections(); });
+  for (const auto& section : sections) {
+    std::vector<std::shared_ptr<EngineReportObject>> objects;
+    attempt([&] { objects = section->reportObjects(); });
+    for (const auto& object : objects) {
+      int kind = 0;
+      attempt([&] { kind = object->kind(); });
+      if (kind != kSubreportObjectKind) continue;
+      std::shared_ptr<EngineReport> subreport;
+      attempt([&] { subreport = object->openSubreport(); });
+      if (subreport) repointTables(*subreport, s);
+    }
+  }
+}
+
+}  // namespace mervane

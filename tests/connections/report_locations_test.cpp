@@ -1,0 +1,184 @@
+// Table re-pointing against the engine's real report objects: a definition
+// with host tables, company tables, a text file and subreports (one of them
+// holding a subreport of its own) goes through the routine, and the
+// definition and the in-memory log-on are read back.
+#include "connections/report_locations.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "components/engine/engine.h"
+#include "components/engine/model/definition_stream.h"
+
+namespace mervane {
+namespace {
+
+using namespace engine;
+using model::DatabaseType;
+
+// One report file held in memory; saving records the definition's bytes.
+struct MemoryFiles : ReportFiles {
+  std::vector<std::uint8_t> stored;
+  std::vector<std::uint8_t> saved;
+  struct File : ReportFile {
+    MemoryFiles& files;
+    ReportSummary summary_{u"Sales", u"AppData=3;"};
+    explicit File(MemoryFiles& f) : files(f) {}
+    const ReportSummary& summary() const override { return summary_; }
+    std::optional<std::vector<std::uint8_t>> definition() override { return files.stored; }
+    void writeCopy(const Text&, const ReportChanges& changes) override {
+      if (changes.definition) files.saved = *changes.definition;
+    }
+  };
+  std::unique_ptr<ReportFile> open(const Text&, OpenMethod) override { return std::make_unique<File>(*this); }
+  void create(const Text&, const ReportChanges&) override {}
+};
+
+model::Table sqlTable(Text alias, Text database) {
+  model::Table t;
+  t.alias = alias;
+  t.location = alias;
+  t.logOn.server = u"oldserver";
+  t.logOn.database = std::move(database);
+  return t;
+}
+
+model::ReportObject subreportObject(Text name, model::ReportDefinition definition) {
+  model::ReportObject o;
+  o.kind = model::ObjectKind::Subreport;
+  o.subreport.name = std::move(name);
+  o.subreport.definition = model::Deep<model::ReportDefinition>(std::move(definition));
+  return o;
+}
+
+model::ReportDefinition sampleReport() {
+  model::ReportDefinition main = model::blankReport();
+  main.data.tables = {sqlTable(u"Users", u"Halyard"),     sqlTable(u"Shifts", u"hALYARD"),
+                      sqlTable(u"Notes", u"   "),         sqlTable(u"Customers", u"oldcompany"),
+                      sqlTable(u"Archive", u"Halyard2"),  sqlTable(u"Rates", u"Halyard")};
+  main.data.tables[5].type = DatabaseType::DelimitedTextFile;
+  main.data.tables[5].location = u"/data/rates.csv";
+
+  model::ReportDefinition inner = model::blankReport();
+  inner.data.tables = {sqlTable(u"Deep", u"oldcompany")};
+  model::ReportDefinition sub = model::blankReport();
+  sub.data.tables = {sqlTable(u"Orders", u"oldcompany"), sqlTable(u"Staff", u"")};
+  sub.sections[2].objects.push_back(subreportObject(u"Inner", inner));
+
+  model::ReportObject text;  // any other kind is passed over
+  text.kind = model::ObjectKind::Text;
+  main.sections[0].objects.push_back(text);
+  main.sections[2].objects.push_back(subreportObject(u"Orders", sub));
+  return main;
+}
+
+ReportLocations session(Text userPassword = u"u-secret") {
+  return {u"HalyardDSN", u"ana", std::move(userPassword), u"SRV\\SQL",  u"company",
+          u"sa",         u"sql-secret", u"Provider=SQLOLEDB.1;Password=sql-secret;User ID=sa;Initial Catalog=company;Data Source=SRV\\SQL"};
+}
+
+class ReportLocationsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    files_->stored = model::writeDefinition(sampleReport());
+    engine_ = std::make_unique<Engine>(EngineParts{files_, nullptr, {}});
+    report_ = engine_->openReport(u"sales.rpt", OpenMethod::ByTemporaryCopy);
+    ASSERT_TRUE(report_);
+  }
+  Report& report() { return static_cast<Report&>(*report_); }
+  model::ReportDefinition& definition() { return report().document().definition; }
+  model::ReportDefinition& sub() { return *definition().sections[2].objects[0].subreport.definition; }
+
+  std::shared_ptr<MemoryFiles> files_ = std::make_shared<MemoryFiles>();
+  std::unique_ptr<Engine> engine_;
+  std::unique_ptr<EngineReport> report_;
+};
+
+TEST_F(ReportLocationsTest, HostTablesGetTheUsersOdbcLogOnAndOthersTheSqlServer) {
+  const ReportLocations s = session();
+  setReportLocations(report_.get(), s);
+  const Text host = u"ODBC;DATABASE=Halyard;UID=ana;PWD=u-secret;DSN=HalyardDSN";
+  ASSERT_EQ(hostConnectText(s), host);
+
+  ReportDocument& doc = report().document();
+  EXPECT_TRUE(doc.logOn.given);
+  EXPECT_EQ(doc.logOn.server, u"SRV\\SQL");
+  EXPECT_EQ(doc.logOn.connectionString, s.sqlConnString);
+
+  for (const char16_t* alias : {u"Users", u"Shifts", u"Notes"}) {
+    SCOPED_TRACE(toUtf8(alias));
+    auto& tables = definition().data.tables;
+    auto& t = *std::find_if(tables.begin(), tables.end(), [&](auto& x) { return x.alias == alias; });
+    EXPECT_EQ(t.logOn.server, host);
+    EXPECT_EQ(t.logOn.database, u"Halyard");
+    EXPECT_EQ(t.logOn.user, u"ana");
+    EXPECT_EQ(t.location, alias);  // nothing else changes for host tables
+    EXPECT_EQ(t.subLocation, u"");
+    EXPECT_EQ(doc.secretsFor({u"", alias})->password, u"u-secret");
+    EXPECT_EQ(doc.secretsFor({u"", alias})->connectText, host);
+  }
+  // "Halyard2" only begins like the host's database: a company table.
+  for (const char16_t* alias : {u"Customers", u"Archive"}) {
+    SCOPED_TRACE(toUtf8(alias));
+    auto& tables = definition().data.tables;
+    auto& t = *std::find_if(tables.begin(), tables.end(), [&](auto& x) { return x.alias == alias; });
+    EXPECT_EQ(t.logOn.server, u"SRV\\SQL");
+    EXPECT_EQ(t.logOn.database, u"company");
+    EXPECT_EQ(t.logOn.user, u"sa");
+    EXPECT_EQ(t.location, alias);  // the name stays; the database is the session's
+    EXPECT_EQ(t.subLocation, u"company");
+    EXPECT_EQ(t.connection, s.sqlConnString);
+    EXPECT_EQ(doc.secretsFor({u"", alias})->password, u"sql-secret");
+  }
+  const model::Table& rates = definition().data.tables[5];
+  EXPECT_EQ(rates.logOn.server, u"oldserver");
+  EXPECT_EQ(doc.secretsFor({u"", u"Rates"}), nullptr);
+
+  // The subreport's tables get the same rule; its own subreport is not
+  // looked into.
+  EXPECT_EQ(sub().data.tables[0].logOn.database, u"company");
+  EXPECT_EQ(sub().data.tables[0].connection, s.sqlConnString);
+  EXPECT_EQ(sub().data.tables[1].logOn.server, host);
+  EXPECT_EQ(doc.secretsFor({u"Orders", u"Staff"})->password, u"u-secret");
+  const model::Table& deep = sub().sections[2].objects[0].subreport.definition->data.tables[0];
+  EXPECT_EQ(deep.logOn.database, u"oldcompany");
+  EXPECT_EQ(deep.logOn.server, u"oldserver");
+}
+
+TEST_F(ReportLocationsTest, AnEmptyPasswordStillGivesEverySeparator) {
+  setReportLocations(report_.get(), session(u""));
+  EXPECT_EQ(definition().data.tables[0].logOn.server, u"ODBC;DATABASE=Halyard;UID=ana;PWD=;DSN=HalyardDSN");
+}
+
+TEST_F(ReportLocationsTest, TheRepointedReportSavesWithoutAnyPassword) {
+  setReportLocations(report_.get(), session());
+  report().save(u"copy.rpt");
+  ASSERT_FALSE(files_->saved.empty());
+  std::string bytes(files_->saved.begin(), files_->saved.end());
+  EXPECT_EQ(bytes.find("u-secret"), std::string::npos);
+  EXPECT_EQ(bytes.find("sql-secret"), std::string::npos);
+  // What was saved is the re-pointed report.
+  auto read = model::readDefinition(files_->saved);
+  ASSERT_TRUE(read.definition);
+  EXPECT_EQ(read.definition->data.tables[3].subLocation, u"company");
+  EXPECT_EQ(read.definition->data.tables[0].logOn.user, u"ana");
+}
+
+TEST(ReportLocations, AReportThatDidNotOpenPassesThrough) {
+  setReportLocations(nullptr, session());
+  // A report without a layout of ours has no tables and no sections; only
+  // the report-wide log-on is taken.
+  auto files = std::make_shared<MemoryFiles>();
+  Engine engine(EngineParts{files, nullptr, {}});
+  auto report = engine.openReport(u"x.rpt");
+  files->stored = {1, 2, 3};  // not a definition
+  setReportLocations(report.get(), session());
+  auto& doc = static_cast<Report&>(*report).document();
+  EXPECT_FALSE(doc.hasLayout);
+  EXPECT_TRUE(doc.logOn.given);
+  EXPECT_TRUE(doc.definition.data.tables.empty());
+}
+
+}  // namespace
+}  // namespace mervane
