@@ -8,7 +8,7 @@ packages=(
   xvfb xauth fonts-wine fonts-liberation
   unixodbc unixodbc-dev libsqliteodbc sqlite3 odbc-postgresql postgresql
   zip unzip p7zip-full python3 python3-olefile
-  cups cups-daemon cups-client printer-driver-cups-pdf poppler-utils
+  cups cups-daemon cups-client printer-driver-cups-pdf poppler-utils qpdf
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -1,0 +1,984 @@
+// The viewer control's window: tools, page area, and the threads behind
+// them. Everything here runs on the window's thread except the tasks handed
+// to the two workers (pages, find) and the print and export jobs; those
+// talk back only through the mailbox and posted messages.
+#include "authoring/viewer/win/viewer_control.h"
+
+#include <commctrl.h>
+#include <commdlg.h>
+#include <windowsx.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include "authoring/viewer/message_pages.h"
+#include "base/win/com.h"
+#include "components/engine/data/report_data.h"
+#include "components/engine/export/csv_writer.h"
+#include "components/engine/export/pdf_writer.h"
+#include "components/engine/win/gdi_measure.h"
+#include "printing/win/report_printing.h"
+
+namespace mervane::viewer::win {
+
+namespace {
+
+namespace layout = engine::layout;
+using mervane::win::fromWide;
+using mervane::win::toWide;
+
+constexpr wchar_t kControlClass[] = L"MervaneReportViewer";
+constexpr wchar_t kPagesClass[] = L"MervaneReportPages";
+constexpr UINT kPageReady = WM_APP + 1;
+constexpr UINT kFindDone = WM_APP + 2;
+constexpr UINT kExportProgress = WM_APP + 3;
+constexpr UINT_PTR kCountTimer = 1;
+constexpr std::size_t kCachedPages = 12;
+constexpr int kToolHeight = 30;  // pixels at 96 dpi
+constexpr int kLineStep = 40;
+
+bool registerClasses(WNDPROC control, WNDPROC pages) {
+  static const bool done = [&] {
+    WNDCLASSW wc{};
+    wc.hInstance = GetModuleHandleW(nullptr);
+    wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    wc.lpfnWndProc = control;
+    wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+    wc.lpszClassName = kControlClass;
+    bool ok = RegisterClassW(&wc) != 0;
+    wc.lpfnWndProc = pages;
+    wc.hbrBackground = nullptr;
+    wc.style = CS_HREDRAW | CS_VREDRAW;
+    wc.lpszClassName = kPagesClass;
+    return ok && RegisterClassW(&wc) != 0;
+  }();
+  return done;
+}
+
+std::wstring windowText(HWND window) {
+  int length = GetWindowTextLengthW(window);
+  std::wstring text(static_cast<std::size_t>(std::max(0, length)) + 1, L'\0');
+  GetWindowTextW(window, text.data(), length + 1);
+  text.resize(static_cast<std::size_t>(std::max(0, length)));
+  return text;
+}
+
+bool endsWithNoCase(const std::wstring& text, const std::wstring& tail) {
+  return text.size() >= tail.size() && equalsNoCase(fromWide(text.substr(text.size() - tail.size()).c_str()),
+                                                    fromWide(tail.c_str()));
+}
+
+int screenDpi() {
+  int dpi = 96;
+  if (HDC screen = GetDC(nullptr)) {
+    dpi = GetDeviceCaps(screen, LOGPIXELSY);
+    ReleaseDC(nullptr, screen);
+  }
+  return dpi;
+}
+
+bool ctrlDown() { return (GetKeyState(VK_CONTROL) & 0x8000) != 0; }
+
+}  // namespace
+
+// What the worker threads hand back to the window.
+struct ViewerControl::Mailbox {
+  std::mutex lock;
+  std::atomic<std::uint64_t> live{0};  // the generation the window shows; 0: none
+  struct Delivery {
+    std::uint64_t generation;
+    std::int32_t number;
+    std::shared_ptr<const layout::Page> page;
+  };
+  std::vector<Delivery> pages;
+  struct Found {
+    std::uint64_t generation;
+    std::optional<FindHit> hit;
+  };
+  std::optional<Found> found;
+};
+
+// One thread running tasks in order. Tasks left when it stops still run
+// (they are quick: the runs they use have been cancelled).
+class ViewerControl::Worker {
+ public:
+  Worker() : thread_([this] { loop(); }) {}
+  ~Worker() {
+    {
+      std::lock_guard guard(lock_);
+      stopping_ = true;
+    }
+    wake_.notify_one();
+    thread_.join();
+  }
+  void post(std::function<void()> task) {
+    {
+      std::lock_guard guard(lock_);
+      tasks_.push_back(std::move(task));
+    }
+    wake_.notify_one();
+  }
+
+ private:
+  void loop() {
+    for (;;) {
+      std::function<void()> task;
+      {
+        std::unique_lock guard(lock_);
+        wake_.wait(guard, [this] { return stopping_ || !tasks_.empty(); });
+        if (tasks_.empty()) return;
+        task = std::move(tasks_.front());
+        tasks_.pop_front();
+      }
+      try {
+        task();
+      } catch (...) {
+        // A page that could not be made stays "Loading…"; the run's own
+        // pages say what went wrong.
+      }
+    }
+  }
+  std::mutex lock_;
+  std::condition_variable wake_;
+  std::deque<std::function<void()>> tasks_;
+  bool stopping_ = false;
+  std::thread thread_;
+};
+
+struct ViewerControl::ExportJob {
+  std::thread thread;
+  std::atomic<bool> cancel{false};
+  std::atomic<bool> done{false};
+  std::atomic<bool> ok{false};
+  std::atomic<std::int32_t> pages{0};
+  std::wstring path;
+  ~ExportJob() {
+    cancel = true;
+    if (thread.joinable()) thread.join();
+  }
+};
+
+ViewerControl::ViewerControl()
+    : measure_(std::make_shared<engine::win::GdiMeasure>()), mailbox_(std::make_shared<Mailbox>()),
+      worker_(std::make_unique<Worker>()), finder_(std::make_unique<Worker>()) {}
+
+ViewerControl::~ViewerControl() {
+  if (hwnd_) DestroyWindow(hwnd_);  // WM_DESTROY stops the work
+  stopAll();
+  worker_.reset();
+  finder_.reset();
+}
+
+bool ViewerControl::create(HWND parent) {
+  if (hwnd_ || !registerClasses(controlProc, pageAreaProc)) return hwnd_ != nullptr;
+  RECT area{};
+  GetClientRect(parent, &area);
+  hwnd_ = CreateWindowExW(WS_EX_CONTROLPARENT, kControlClass, L"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0,
+                          area.right, area.bottom, parent, nullptr, GetModuleHandleW(nullptr), this);
+  return hwnd_ != nullptr;
+}
+
+// ---------------------------------------------------------------------------
+// Window procedures.
+// ---------------------------------------------------------------------------
+
+LRESULT CALLBACK ViewerControl::controlProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_NCCREATE) {
+    auto* self = static_cast<ViewerControl*>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
+    SetWindowLongPtrW(hwnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+    self->hwnd_ = hwnd;
+  }
+  auto* self = reinterpret_cast<ViewerControl*>(GetWindowLongPtrW(hwnd, GWLP_USERDATA));
+  if (!self) return DefWindowProcW(hwnd, message, wParam, lParam);
+  try {
+    return self->onMessage(message, wParam, lParam);
+  } catch (...) {
+    return DefWindowProcW(hwnd, message, wParam, lParam);
+  }
+}
+
+LRESULT CALLBACK ViewerControl::pageAreaProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_NCCREATE) {
+    auto* self = static_cast<ViewerControl*>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
+    SetWindowLongPtrW(hwnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+  }
+  auto* self = reinterpret_cast<ViewerControl*>(GetWindowLongPtrW(hwnd, GWLP_USERDATA));
+  if (!self) return DefWindowProcW(hwnd, message, wParam, lParam);
+  try {
+    return self->onPageAreaMessage(hwnd, message, wParam, lParam);
+  } catch (...) {
+    return DefWindowProcW(hwnd, message, wParam, lParam);
+  }
+}
+
+// The page box, find box and zoom box: Enter acts, Escape goes back to the
+// pages, and the viewer's own keys work there too.
+LRESULT CALLBACK ViewerControl::toolProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id,
+                                         DWORD_PTR data) {
+  auto* self = reinterpret_cast<ViewerControl*>(data);
+  try {
+    if (message == WM_GETDLGCODE) return DefSubclassProc(hwnd, message, wParam, lParam) | DLGC_WANTALLKEYS;
+    if (message == WM_CHAR && (wParam == VK_RETURN || wParam == VK_ESCAPE)) return 0;  // no beep
+    if (message == WM_KEYDOWN) {
+      if (wParam == VK_RETURN) {
+        if (id == kPageBox) {
+          if (auto page = parsePageBox(fromWide(windowText(hwnd).c_str()))) {
+            self->nav_.goTo(*page);
+            self->showPage(self->nav_.current());
+          }
+          SetFocus(self->area_);
+          self->updateTools();
+        } else if (id == kFindBox) {
+          self->find();
+        } else if (id == kZoomBox) {
+          if (auto zoom = parseZoom(fromWide(windowText(hwnd).c_str()))) self->setZoom(*zoom);
+          SetFocus(self->area_);
+        }
+        return 0;
+      }
+      if (wParam == VK_ESCAPE) {
+        SetFocus(self->area_);
+        self->updateTools();
+        return 0;
+      }
+      if (wParam == VK_F5 || (ctrlDown() && (wParam == 'P' || wParam == 'F'))) {
+        self->onKey(wParam);
+        return 0;
+      }
+    }
+    if (message == WM_NCDESTROY) RemoveWindowSubclass(hwnd, toolProc, id);
+  } catch (...) {
+    return 0;
+  }
+  return DefSubclassProc(hwnd, message, wParam, lParam);
+}
+
+LRESULT ViewerControl::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_CREATE:
+      makeTools();
+      return 0;
+    case WM_SIZE:
+      layoutTools();
+      return 0;
+    case WM_SETFOCUS:
+      if (area_) SetFocus(area_);
+      return 0;
+    case WM_COMMAND:
+      onCommand(LOWORD(wParam), HIWORD(wParam));
+      return 0;
+    case WM_TIMER:
+      if (wParam == kCountTimer) followCount();
+      return 0;
+    case kPageReady:
+      onPageReady();
+      return 0;
+    case kFindDone:
+      onFindDone();
+      return 0;
+    case kExportProgress:
+      onExportProgress();
+      return 0;
+    case WM_DESTROY:
+      KillTimer(hwnd_, kCountTimer);
+      stopAll();
+      return 0;
+    case WM_NCDESTROY:
+      SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
+      hwnd_ = nullptr;
+      area_ = nullptr;
+      if (font_) DeleteObject(font_);
+      font_ = nullptr;
+      return 0;
+    default:
+      return DefWindowProcW(hwnd_, message, wParam, lParam);
+  }
+}
+
+LRESULT ViewerControl::onPageAreaMessage(HWND area, UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_GETDLGCODE:
+      return DLGC_WANTALLKEYS | DLGC_WANTARROWS;
+    case WM_ERASEBKGND:
+      return 1;
+    case WM_PAINT: {
+      PAINTSTRUCT ps;
+      HDC dc = BeginPaint(area, &ps);
+      RECT client;
+      GetClientRect(area, &client);
+      // Drawn into a bitmap first, so the page never flickers.
+      HDC memory = CreateCompatibleDC(dc);
+      HBITMAP bitmap = CreateCompatibleBitmap(dc, std::max(1L, client.right), std::max(1L, client.bottom));
+      if (memory && bitmap) {
+        HGDIOBJ old = SelectObject(memory, bitmap);
+        paintPages(memory, client);
+        BitBlt(dc, 0, 0, client.right, client.bottom, memory, 0, 0, SRCCOPY);
+        SelectObject(memory, old);
+      } else {
+        paintPages(dc, client);
+      }
+      if (bitmap) DeleteObject(bitmap);
+      if (memory) DeleteDC(memory);
+      EndPaint(area, &ps);
+      return 0;
+    }
+    case WM_SIZE:
+      scrollTo(scroll_);
+      return 0;
+    case WM_LBUTTONDOWN:
+      SetFocus(area);
+      return 0;
+    case WM_KEYDOWN:
+      if (onKey(wParam)) return 0;
+      break;
+    case WM_VSCROLL:
+    case WM_HSCROLL: {
+      bool vertical = message == WM_VSCROLL;
+      SCROLLINFO si{sizeof(si), SIF_ALL};
+      GetScrollInfo(area, vertical ? SB_VERT : SB_HORZ, &si);
+      int at = vertical ? scroll_.y : scroll_.x;
+      switch (LOWORD(wParam)) {
+        case SB_LINEUP: at -= kLineStep; break;
+        case SB_LINEDOWN: at += kLineStep; break;
+        case SB_PAGEUP: at -= static_cast<int>(si.nPage); break;
+        case SB_PAGEDOWN: at += static_cast<int>(si.nPage); break;
+        case SB_THUMBTRACK:
+        case SB_THUMBPOSITION: at = si.nTrackPos; break;
+        case SB_TOP: at = 0; break;
+        case SB_BOTTOM: at = si.nMax; break;
+        default: return 0;
+      }
+      scrollTo(vertical ? ScrollPosition{scroll_.x, at} : ScrollPosition{at, scroll_.y});
+      return 0;
+    }
+    case WM_MOUSEWHEEL: {
+      int delta = GET_WHEEL_DELTA_WPARAM(wParam);
+      if (ctrlDown()) {
+        Zoom zoom{ZoomMode::Percent, static_cast<std::int32_t>(std::lround(scale() * 1440.0 * 100 / screenDpi()))};
+        zoom.percent = std::clamp(zoom.percent + (delta > 0 ? 25 : -25), kMinZoom, kMaxZoom);
+        setZoom(zoom);
+        return 0;
+      }
+      RECT client;
+      GetClientRect(area, &client);
+      SIZE content = contentSize();
+      int step = -delta * 3 * kLineStep / WHEEL_DELTA;
+      if (step > 0 && scroll_.y >= content.cy - client.bottom && nav_.next()) {
+        showPage(nav_.current(), 0);
+      } else if (step < 0 && scroll_.y <= 0 && nav_.previous()) {
+        showPage(nav_.current(), -1);
+      } else {
+        scrollTo({scroll_.x, scroll_.y + step});
+      }
+      return 0;
+    }
+    default:
+      break;
+  }
+  return DefWindowProcW(area, message, wParam, lParam);
+}
+
+bool ViewerControl::onKey(WPARAM key) {
+  RECT client{};
+  GetClientRect(area_, &client);
+  SIZE content = contentSize();
+  bool ctrl = ctrlDown();
+  switch (key) {
+    case VK_NEXT:
+    case VK_PRIOR: {
+      auto result = pageKey(key == VK_NEXT ? PageKey::Down : PageKey::Up, scroll_.y, content.cy, client.bottom);
+      if (result.pageStep == 0) scrollTo({scroll_.x, result.scrollY});
+      else if (result.pageStep > 0 ? nav_.next() : nav_.previous()) showPage(nav_.current(), result.scrollY);
+      return true;
+    }
+    case VK_HOME:
+      if (ctrl && nav_.first()) showPage(nav_.current());
+      else scrollTo({scroll_.x, 0});
+      return true;
+    case VK_END:
+      if (ctrl && nav_.lastPage()) showPage(nav_.current(), -1);
+      else scrollTo({scroll_.x, content.cy});
+      return true;
+    case VK_UP: scrollTo({scroll_.x, scroll_.y - kLineStep}); return true;
+    case VK_DOWN: scrollTo({scroll_.x, scroll_.y + kLineStep}); return true;
+    case VK_LEFT: scrollTo({scroll_.x - kLineStep, scroll_.y}); return true;
+    case VK_RIGHT: scrollTo({scroll_.x + kLineStep, scroll_.y}); return true;
+    case VK_F5: refresh(); return true;
+    case VK_F3: find(); return true;
+    case 'F':
+      if (!ctrl) return false;
+      SetFocus(GetDlgItem(hwnd_, kFindBox));
+      SendDlgItemMessageW(hwnd_, kFindBox, EM_SETSEL, 0, -1);
+      return true;
+    case 'P':
+      if (!ctrl) return false;
+      print();
+      return true;
+    default:
+      return false;
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Tools.
+// ---------------------------------------------------------------------------
+
+void ViewerControl::makeTools() {
+  NONCLIENTMETRICSW metrics{};
+  metrics.cbSize = sizeof(metrics);
+  if (SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0))
+    font_ = CreateFontIndirectW(&metrics.lfMessageFont);
+  struct Tool {
+    const wchar_t* windowClass;
+    const wchar_t* text;
+    int id;
+    DWORD style;
+  };
+  const Tool tools[] = {
+      {L"BUTTON", L"|<", kFirstButton, BS_PUSHBUTTON},
+      {L"BUTTON", L"<", kPreviousButton, BS_PUSHBUTTON},
+      {L"EDIT", L"", kPageBox, ES_AUTOHSCROLL | ES_CENTER | WS_BORDER},
+      {L"BUTTON", L">", kNextButton, BS_PUSHBUTTON},
+      {L"BUTTON", L">|", kLastButton, BS_PUSHBUTTON},
+      {L"COMBOBOX", L"", kZoomBox, CBS_DROPDOWN | WS_VSCROLL},
+      {L"EDIT", L"", kFindBox, ES_AUTOHSCROLL | WS_BORDER},
+      {L"BUTTON", L"Find", kFindButton, BS_PUSHBUTTON},
+      {L"BUTTON", L"Refresh", kRefreshButton, BS_PUSHBUTTON},
+      {L"BUTTON", L"Print\x2026", kPrintButton, BS_PUSHBUTTON},
+      {L"BUTTON", L"Export\x2026", kExportButton, BS_PUSHBUTTON},
+      {L"STATIC", L"", kStatusText, SS_LEFTNOWORDWRAP | SS_CENTERIMAGE},
+  };
+  for (const Tool& tool : tools) {
+    HWND control = CreateWindowExW(0, tool.windowClass, tool.text, WS_CHILD | WS_VISIBLE | WS_TABSTOP | tool.style,
+                                   0, 0, 10, 10, hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(tool.id)),
+                                   GetModuleHandleW(nullptr), nullptr);
+    if (control && font_) SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
+  }
+  SendDlgItemMessageW(hwnd_, kFindBox, EM_SETCUEBANNER, TRUE, reinterpret_cast<LPARAM>(L"Find"));
+  HWND zoomBox = GetDlgItem(hwnd_, kZoomBox);
+  for (const auto& choice : zoomChoices())
+    SendMessageW(zoomBox, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(toWide(choice.text).c_str()));
+  SetWindowSubclass(GetDlgItem(hwnd_, kPageBox), toolProc, kPageBox, reinterpret_cast<DWORD_PTR>(this));
+  SetWindowSubclass(GetDlgItem(hwnd_, kFindBox), toolProc, kFindBox, reinterpret_cast<DWORD_PTR>(this));
+  if (HWND zoomEdit = FindWindowExW(zoomBox, nullptr, L"EDIT", nullptr))
+    SetWindowSubclass(zoomEdit, toolProc, kZoomBox, reinterpret_cast<DWORD_PTR>(this));
+  area_ = CreateWindowExW(WS_EX_CLIENTEDGE, kPagesClass, L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_VSCROLL |
+                          WS_HSCROLL, 0, 0, 10, 10, hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(kPageArea)),
+                          GetModuleHandleW(nullptr), this);
+  updateTools();
+}
+
+void ViewerControl::layoutTools() {
+  RECT client;
+  GetClientRect(hwnd_, &client);
+  HDC screen = GetDC(hwnd_);
+  double unit = screen ? GetDeviceCaps(screen, LOGPIXELSY) / 96.0 : 1.0;
+  if (screen) ReleaseDC(hwnd_, screen);
+  auto px = [unit](int value) { return static_cast<int>(std::lround(value * unit)); };
+  struct Place {
+    int id, width;
+  };
+  const Place places[] = {{kFirstButton, 28}, {kPreviousButton, 28}, {kPageBox, 90},      {kNextButton, 28},
+                          {kLastButton, 28},  {kZoomBox, 100},       {kFindBox, 120},     {kFindButton, 44},
+                          {kRefreshButton, 60}, {kPrintButton, 56},  {kExportButton, 64}};
+  int x = px(4), top = px(4), height = px(kToolHeight - 8);
+  for (const Place& place : places) {
+    int gap = place.id == kZoomBox || place.id == kFindBox || place.id == kRefreshButton ? px(10) : px(2);
+    x += gap;
+    // A combo box's height includes its drop-down list.
+    int h = place.id == kZoomBox ? px(240) : height;
+    MoveWindow(GetDlgItem(hwnd_, place.id), x, top, px(place.width), h, TRUE);
+    x += px(place.width);
+  }
+  MoveWindow(GetDlgItem(hwnd_, kStatusText), x + px(10), top, std::max(0, static_cast<int>(client.right) - x - px(14)),
+             height, TRUE);
+  int toolHeight = px(kToolHeight);
+  MoveWindow(area_, 0, toolHeight, client.right, std::max(0, static_cast<int>(client.bottom) - toolHeight), TRUE);
+}
+
+void ViewerControl::onCommand(int id, int code) {
+  switch (id) {
+    case kFirstButton:
+      if (nav_.first()) showPage(nav_.current());
+      break;
+    case kPreviousButton:
+      if (nav_.previous()) showPage(nav_.current());
+      break;
+    case kNextButton:
+      if (nav_.next()) showPage(nav_.current());
+      break;
+    case kLastButton:
+      if (nav_.lastPage()) showPage(nav_.current());
+      break;
+    case kFindButton: find(); return;
+    case kRefreshButton: refresh(); break;
+    case kPrintButton: print(); break;
+    case kExportButton:
+      if (exportJob_ && !exportJob_->done) exportJob_->cancel = true;
+      else exportTo();
+      break;
+    case kZoomBox:
+      if (code == CBN_SELCHANGE) {
+        auto index = SendDlgItemMessageW(hwnd_, kZoomBox, CB_GETCURSEL, 0, 0);
+        if (index >= 0 && static_cast<std::size_t>(index) < zoomChoices().size())
+          setZoom(zoomChoices()[static_cast<std::size_t>(index)].zoom);
+        SetFocus(area_);
+      }
+      return;
+    default:
+      return;
+  }
+  if (code == BN_CLICKED && area_ && GetFocus() != GetDlgItem(hwnd_, kFindBox)) SetFocus(area_);
+}
+
+void ViewerControl::updateTools() {
+  if (!hwnd_) return;
+  bool running = source_ != nullptr;
+  HWND pageBox = GetDlgItem(hwnd_, kPageBox);
+  if (GetFocus() != pageBox) SetWindowTextW(pageBox, toWide(nav_.pageBoxText()).c_str());
+  EnableWindow(GetDlgItem(hwnd_, kFirstButton), running && nav_.current() > 1);
+  EnableWindow(GetDlgItem(hwnd_, kPreviousButton), running && nav_.current() > 1);
+  EnableWindow(GetDlgItem(hwnd_, kNextButton), running && nav_.current() < nav_.last());
+  EnableWindow(GetDlgItem(hwnd_, kLastButton), running && nav_.current() < nav_.last());
+  EnableWindow(GetDlgItem(hwnd_, kRefreshButton), report_ != nullptr || factory_ != nullptr);
+  EnableWindow(GetDlgItem(hwnd_, kPrintButton), running);
+  bool exporting = exportJob_ && !exportJob_->done;
+  EnableWindow(GetDlgItem(hwnd_, kExportButton), running || exporting);
+  SetDlgItemTextW(hwnd_, kExportButton, exporting ? L"Stop export" : L"Export\x2026");
+  HWND zoomEdit = FindWindowExW(GetDlgItem(hwnd_, kZoomBox), nullptr, L"EDIT", nullptr);
+  if (GetFocus() != zoomEdit) SetDlgItemTextW(hwnd_, kZoomBox, toWide(zoomText(zoom_)).c_str());
+}
+
+void ViewerControl::setStatus(const std::wstring& text) {
+  if (hwnd_) SetDlgItemTextW(hwnd_, kStatusText, text.c_str());
+}
+
+// ---------------------------------------------------------------------------
+// Runs and pages.
+// ---------------------------------------------------------------------------
+
+void ViewerControl::setReportSource(engine::Report* report) {
+  dropRun();
+  report_ = report;
+  updateTools();
+  if (area_) InvalidateRect(area_, nullptr, FALSE);
+}
+
+void ViewerControl::showAsPages() {
+  if (area_) ShowWindow(area_, SW_SHOW);
+  if (nav_.first() || scroll_.y != 0) showPage(nav_.current());
+}
+
+void ViewerControl::viewReport() {
+  if (!source_) refresh();
+}
+
+void ViewerControl::refresh() {
+  if (!report_ && !factory_) {
+    dropRun();
+    updateTools();
+    return;
+  }
+  std::unique_ptr<layout::PageSource> source;
+  try {
+    source = factory_ ? factory_() : report_->run(measure_);
+  } catch (const engine::data::DataError& error) {
+    source = messagePages(u"The report's data cannot be read", error.message());
+  } catch (const std::exception& error) {
+    source = messagePages(u"The report cannot be shown", fromUtf8(error.what()));
+  }
+  if (!source) source = messagePages(u"The report cannot be shown", u"The report engine made no pages.");
+  startRun(std::move(source));
+}
+
+void ViewerControl::startRun(std::unique_ptr<layout::PageSource> source) {
+  dropRun();
+  source_ = std::move(source);
+  generation_ += 1;
+  mailbox_->live = generation_;
+  nav_.reset();
+  scroll_ = {};
+  setStatus(L"");
+  followCount();
+  if (hwnd_ && !nav_.final()) SetTimer(hwnd_, kCountTimer, 100, nullptr);
+  request(1);
+  updateScrollBars();
+  if (area_) InvalidateRect(area_, nullptr, FALSE);
+}
+
+void ViewerControl::dropRun() {
+  if (findStop_) *findStop_ = true;
+  findStop_.reset();
+  hit_.reset();
+  mailbox_->live = 0;
+  if (hwnd_) KillTimer(hwnd_, kCountTimer);
+  cache_.clear();
+  requested_.clear();
+  nav_.reset();
+  if (!source_) return;
+  // A print job or export of this run keeps it going until it ends; else
+  // its background work stops now, and it is let go on the worker thread,
+  // since closing a run may wait for its threads.
+  bool inUse = (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->done);
+  if (!inUse) source_->cancel();
+  worker_->post([old = std::move(source_)] {});
+  source_.reset();
+}
+
+void ViewerControl::stopAll() {
+  if (exportJob_) exportJob_->cancel = true;
+  if (printJob_) printJob_->cancel();
+  if (source_) source_->cancel();
+  exportJob_.reset();
+  printJob_.reset();
+  dropRun();
+}
+
+void ViewerControl::followCount() {
+  if (!source_) return;
+  bool wasFinal = nav_.final();
+  nav_.update(source_->pagesKnown(), source_->pageCount());
+  if (nav_.final() && !wasFinal) {
+    if (hwnd_) KillTimer(hwnd_, kCountTimer);
+    // Pages that showed the count before it was known are made again.
+    for (auto it = cache_.begin(); it != cache_.end();)
+      it = it->second->provisional ? cache_.erase(it) : std::next(it);
+  }
+  if (!cachedPage(nav_.current())) request(nav_.current());
+  updateTools();
+}
+
+std::shared_ptr<const layout::Page> ViewerControl::cachedPage(std::int32_t number) {
+  auto found = cache_.find(number);
+  return found == cache_.end() ? nullptr : found->second;
+}
+
+bool ViewerControl::pageShown() const { return cache_.count(nav_.current()) != 0; }
+
+bool ViewerControl::busy() const {
+  return (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->done);
+}
+
+void ViewerControl::request(std::int32_t number) {
+  if (!source_ || number < 1 || cache_.count(number) || requested_[number]) return;
+  requested_[number] = true;
+  auto mailbox = mailbox_;
+  HWND window = hwnd_;
+  worker_->post([mailbox, window, source = source_, generation = generation_, number] {
+    if (mailbox->live != generation) return;
+    auto page = source->page(number);
+    {
+      std::lock_guard guard(mailbox->lock);
+      mailbox->pages.push_back({generation, number, std::move(page)});
+    }
+    PostMessageW(window, kPageReady, 0, 0);
+  });
+}
+
+void ViewerControl::onPageReady() {
+  std::vector<Mailbox::Delivery> delivered;
+  {
+    auto mailbox = mailbox_;
+    std::lock_guard guard(mailbox->lock);
+    delivered.swap(mailbox->pages);
+  }
+  bool current = false;
+  for (auto& delivery : delivered) {
+    if (delivery.generation != generation_ || !source_) continue;
+    requested_.erase(delivery.number);
+    if (!delivery.page) continue;  // past the end: the count will say so
+    pageWidth_ = delivery.page->width;
+    pageHeight_ = delivery.page->height;
+    cache_[delivery.number] = std::move(delivery.page);
+    current = current || delivery.number == nav_.current();
+  }
+  while (cache_.size() > kCachedPages) {
+    // Let go of the page farthest from the one shown.
+    auto farthest = std::max_element(cache_.begin(), cache_.end(), [this](const auto& a, const auto& b) {
+      return std::abs(a.first - nav_.current()) < std::abs(b.first - nav_.current());
+    });
+    cache_.erase(farthest);
+  }
+  followCount();
+  if (current) {
+    updateScrollBars();
+    scrollTo(scroll_.y < 0 ? ScrollPosition{scroll_.x, contentSize().cy} : scroll_);
+    InvalidateRect(area_, nullptr, FALSE);
+    // The next page is likely wanted next: have it ready.
+    if (nav_.current() < nav_.last()) request(nav_.current() + 1);
+  }
+}
+
+void ViewerControl::showPage(std::int32_t page, std::int32_t scrollY) {
+  nav_.goTo(page);
+  if (cachedPage(nav_.current())) {
+    updateScrollBars();
+    scrollTo({scroll_.x, scrollY < 0 ? contentSize().cy : scrollY});
+  } else {
+    scroll_.y = scrollY;  // -1: the bottom, once the page is in
+    request(nav_.current());
+  }
+  updateTools();
+  if (area_) InvalidateRect(area_, nullptr, FALSE);
+}
+
+// ---------------------------------------------------------------------------
+// Zoom, scrolling and painting.
+// ---------------------------------------------------------------------------
+
+void ViewerControl::setZoom(const Zoom& zoom) {
+  RECT client{};
+  if (area_) GetClientRect(area_, &client);
+  SIZE before = contentSize();
+  double relativeY = before.cy > 0 ? (scroll_.y + client.bottom / 2.0) / before.cy : 0;
+  zoom_ = zoom;
+  updateScrollBars();
+  SIZE after = contentSize();
+  // Keep the middle of the view where it was on the page.
+  scrollTo({scroll_.x, static_cast<std::int32_t>(relativeY * after.cy - client.bottom / 2.0)});
+  updateTools();
+  if (area_) InvalidateRect(area_, nullptr, FALSE);
+}
+
+double ViewerControl::scale() const {
+  RECT client{};
+  if (area_) GetClientRect(area_, &client);
+  return pixelsPerTwip(zoom_, client.right, client.bottom, pageWidth_, pageHeight_, screenDpi());
+}
+
+SIZE ViewerControl::contentSize() const {
+  double s = scale();
+  return {static_cast<LONG>(std::lround(pageWidth_ * s)) + 2 * kPageMargin,
+          static_cast<LONG>(std::lround(pageHeight_ * s)) + 2 * kPageMargin};
+}
+
+void ViewerControl::updateScrollBars() {
+  if (!area_) return;
+  RECT client;
+  GetClientRect(area_, &client);
+  SIZE content = contentSize();
+  SCROLLINFO si{sizeof(si), SIF_RANGE | SIF_PAGE | SIF_POS | SIF_DISABLENOSCROLL};
+  si.nMax = content.cy - 1;
+  si.nPage = static_cast<UINT>(std::max(0L, client.bottom));
+  si.nPos = scroll_.y;
+  SetScrollInfo(area_, SB_VERT, &si, TRUE);
+  si.nMax = content.cx - 1;
+  si.nPage = static_cast<UINT>(std::max(0L, client.right));
+  si.nPos = scroll_.x;
+  SetScrollInfo(area_, SB_HORZ, &si, TRUE);
+}
+
+void ViewerControl::scrollTo(ScrollPosition at) {
+  if (!area_) return;
+  RECT client;
+  GetClientRect(area_, &client);
+  SIZE content = contentSize();
+  ScrollPosition clamped = clampScroll(at, content.cx, content.cy, client.right, client.bottom);
+  bool moved = clamped.x != scroll_.x || clamped.y != scroll_.y;
+  scroll_ = clamped;
+  updateScrollBars();
+  if (moved) InvalidateRect(area_, nullptr, FALSE);
+}
+
+void ViewerControl::paintPages(HDC dc, const RECT& client) {
+  FillRect(dc, &client, GetSysColorBrush(COLOR_APPWORKSPACE));
+  if (!source_) return;
+  double s = scale();
+  int width = static_cast<int>(std::lround(pageWidth_ * s)), height = static_cast<int>(std::lround(pageHeight_ * s));
+  int left = width + 2 * kPageMargin < client.right ? (client.right - width) / 2 : kPageMargin - scroll_.x;
+  int top = kPageMargin - std::max(0, scroll_.y);
+  RECT shadow{left + 4, top + 4, left + width + 4, top + height + 4};
+  FillRect(dc, &shadow, GetSysColorBrush(COLOR_3DDKSHADOW));
+  auto page = cachedPage(nav_.current());
+  if (!page) {
+    RECT paper{left, top, left + width, top + height};
+    FillRect(dc, &paper, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+    SetBkMode(dc, TRANSPARENT);
+    SetTextColor(dc, RGB(96, 96, 96));
+    HGDIOBJ old = SelectObject(dc, font_ ? static_cast<HGDIOBJ>(font_) : GetStockObject(DEFAULT_GUI_FONT));
+    DrawTextW(dc, L"Loading\x2026", -1, &paper, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+    SelectObject(dc, old);
+    return;
+  }
+  engine::win::Placement at{s, s, left, top};
+  painter_.paint(dc, *page, at, true);
+  if (hit_ && hit_->page == nav_.current()) {
+    RECT mark{left + static_cast<int>(std::lround(hit_->box.x * s)), top + static_cast<int>(std::lround(hit_->box.y * s)),
+              left + static_cast<int>(std::lround((hit_->box.x + hit_->box.width) * s)),
+              top + static_cast<int>(std::lround((hit_->box.y + hit_->box.height) * s))};
+    InvertRect(dc, &mark);
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Find.
+// ---------------------------------------------------------------------------
+
+void ViewerControl::find() {
+  if (!source_ || !hwnd_) return;
+  Text needle = fromWide(windowText(GetDlgItem(hwnd_, kFindBox)).c_str());
+  if (needle.empty()) {
+    SetFocus(GetDlgItem(hwnd_, kFindBox));
+    return;
+  }
+  if (findStop_) *findStop_ = true;
+  findStop_ = std::make_shared<std::atomic<bool>>(false);
+  FindHit from = hit_ && hit_->page == nav_.current() ? *hit_ : FindHit{nav_.current(), -1, {}};
+  setStatus(L"Searching\x2026");
+  auto mailbox = mailbox_;
+  HWND window = hwnd_;
+  finder_->post([mailbox, window, source = source_, generation = generation_, needle, from, stop = findStop_] {
+    if (mailbox->live != generation || *stop) return;
+    auto hit = findNext([&source](std::int32_t n) { return source->page(n); }, needle, from,
+                        [&stop] { return stop->load(); });
+    if (*stop) return;
+    {
+      std::lock_guard guard(mailbox->lock);
+      mailbox->found = Mailbox::Found{generation, hit};
+    }
+    PostMessageW(window, kFindDone, 0, 0);
+  });
+}
+
+void ViewerControl::onFindDone() {
+  std::optional<Mailbox::Found> found;
+  {
+    auto mailbox = mailbox_;
+    std::lock_guard guard(mailbox->lock);
+    found.swap(mailbox->found);
+  }
+  if (!found || found->generation != generation_ || !source_) return;
+  hit_ = found->hit;
+  if (!hit_) {
+    setStatus(L"Not found");
+    InvalidateRect(area_, nullptr, FALSE);
+    return;
+  }
+  setStatus(L"");
+  nav_.update(source_->pagesKnown(), source_->pageCount());
+  nav_.goTo(hit_->page);
+  // Scroll so the text found stands in the upper part of the view.
+  RECT client;
+  GetClientRect(area_, &client);
+  std::int32_t y = kPageMargin + static_cast<std::int32_t>(std::lround(hit_->box.y * scale())) - client.bottom / 3;
+  showPage(nav_.current(), std::max(0, y));
+}
+
+// ---------------------------------------------------------------------------
+// Print and export.
+// ---------------------------------------------------------------------------
+
+void ViewerControl::print() {
+  if (!source_ || !hwnd_) return;
+  if (printJob_ && !printJob_->finished()) {
+    if (printJob_->progressWindow()) SetForegroundWindow(printJob_->progressWindow());
+    return;
+  }
+  auto choice = printing::win::askPrintChoice(GetAncestor(hwnd_, GA_ROOT), nav_.last(),
+                                              nav_.final() ? std::optional<std::int32_t>(nav_.last()) : std::nullopt);
+  if (choice) print(*choice);
+}
+
+void ViewerControl::print(const printing::win::PrintChoice& choice) {
+  if (!source_ || (printJob_ && !printJob_->finished())) return;
+  printJob_.reset();
+  std::wstring title = report_ ? toWide(report_->title()) : std::wstring();
+  if (title.empty()) title = L"Report";
+  auto source = source_;
+  printJob_ = std::make_unique<printing::win::PrintJob>(
+      GetAncestor(hwnd_, GA_ROOT), [source](std::int32_t n) { return source->page(n); }, choice, title,
+      [source] { return source->pageCount(); });
+}
+
+void ViewerControl::exportTo() {
+  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->done)) return;
+  wchar_t file[MAX_PATH] = {};
+  std::wstring title = report_ ? toWide(report_->title()) : std::wstring();
+  for (wchar_t& c : title)
+    if (wcschr(L"\\/:*?\"<>|", c)) c = L'_';
+  wcsncpy(file, title.c_str(), MAX_PATH - 1);
+  OPENFILENAMEW ofn{};
+  ofn.lStructSize = sizeof(ofn);
+  ofn.hwndOwner = GetAncestor(hwnd_, GA_ROOT);
+  ofn.lpstrFilter = L"PDF document (*.pdf)\0*.pdf\0CSV, comma-separated values (*.csv)\0*.csv\0";
+  ofn.lpstrFile = file;
+  ofn.nMaxFile = MAX_PATH;
+  ofn.lpstrTitle = L"Export Report";
+  ofn.lpstrDefExt = L"pdf";
+  ofn.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_NOCHANGEDIR | OFN_HIDEREADONLY;
+  if (!GetSaveFileNameW(&ofn)) return;
+  std::wstring path = file;
+  if (ofn.nFilterIndex == 2 && !endsWithNoCase(path, L".csv")) path += L".csv";
+  exportTo(path);
+}
+
+void ViewerControl::exportTo(const std::wstring& path) {
+  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->done)) return;
+  exportJob_.reset();
+  exportResult_.reset();
+  auto job = std::make_unique<ExportJob>();
+  job->path = path;
+  bool csv = endsWithNoCase(path, L".csv");
+  HWND window = hwnd_;
+  ExportJob* running = job.get();
+  job->thread = std::thread([running, window, csv, source = source_] {
+    std::filesystem::path target(running->path);
+    wchar_t temp[MAX_PATH] = {};
+    std::wstring folder = target.parent_path().wstring();
+    if (folder.empty()) folder = L".";
+    bool ok = false;
+    // Written beside the target under a name of its own, then renamed into
+    // place: the target is never half-written, and an old one stays until
+    // the new one is complete.
+    if (GetTempFileNameW(folder.c_str(), L"mvx", 0, temp)) {
+      try {
+        bool complete = false;
+        {
+          std::ofstream out(std::filesystem::path(temp), std::ios::binary | std::ios::trunc);
+          auto feed = [&source](std::int32_t n) { return source->page(n); };
+          auto progress = [running, window](std::int32_t n) {
+            running->pages = n;
+            PostMessageW(window, kExportProgress, 0, 0);
+            return !running->cancel.load();
+          };
+          if (out) {
+            complete = csv ? engine::exporting::writeCsv(feed, out, progress)
+                           : engine::exporting::writePdf(feed, out, progress);
+            out.close();
+            complete = complete && !out.fail();
+          }
+        }
+        ok = complete && !running->cancel &&
+             MoveFileExW(temp, target.wstring().c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+      } catch (...) {
+        ok = false;
+      }
+      if (!ok) DeleteFileW(temp);
+    }
+    running->ok = ok;
+    running->done = true;
+    PostMessageW(window, kExportProgress, 0, 0);
+  });
+  exportJob_ = std::move(job);
+  setStatus(L"Exporting\x2026");
+  updateTools();
+}
+
+void ViewerControl::onExportProgress() {
+  if (!exportJob_) return;
+  if (!exportJob_->done) {
+    setStatus(L"Exporting page " + std::to_wstring(exportJob_->pages.load()) + L"\x2026");
+    return;
+  }
+  if (exportJob_->thread.joinable()) exportJob_->thread.join();
+  exportResult_ = exportJob_->ok.load();
+  std::wstring name = std::filesystem::path(exportJob_->path).filename().wstring();
+  setStatus(exportJob_->ok ? L"Exported to " + name
+                           : exportJob_->cancel ? std::wstring(L"Export stopped") : L"Could not write " + name);
+  updateTools();
+}
+
+}  // namespace mervane::viewer::win

@@ -1,0 +1,171 @@
+// The report viewer control: a child window that shows a report's pages as
+// they will print, with a row of tools above them (first, previous, the page
+// box, next, last, zoom, find, refresh, print, export).
+//
+// Pages come from a run of the report (engine::Report::run), which lays
+// them out on its own threads. The window never waits for one: a page not
+// laid out yet is asked for on the control's worker thread and shows
+// "Loading…" until it comes; the page count is followed with a timer while
+// the run still counts; printing and export run on threads of their own and
+// can be cancelled. Closing the window cancels them all.
+//
+// Keys on the pages: Page Up/Down, Home/End (top and bottom of the page),
+// Ctrl+Home/End (first and last page), arrows scroll, Ctrl+F find, F5
+// refresh, Ctrl+P print.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "authoring/viewer/viewer_state.h"
+#include "components/engine/engine.h"
+#include "components/engine/layout/page_source.h"
+#include "components/engine/win/page_painter.h"
+
+namespace mervane::printing::win {
+class PrintJob;
+struct PrintChoice;
+}  // namespace mervane::printing::win
+
+namespace mervane::viewer::win {
+
+// Control ids of the tools, for tests and the keyboard.
+enum ViewerId : int {
+  kFirstButton = 1001,
+  kPreviousButton,
+  kPageBox,
+  kNextButton,
+  kLastButton,
+  kZoomBox,
+  kFindBox,
+  kFindButton,
+  kRefreshButton,
+  kPrintButton,
+  kExportButton,
+  kStatusText,
+  kPageArea,
+};
+
+class ViewerControl {
+ public:
+  using PageSourceFactory = std::function<std::unique_ptr<engine::layout::PageSource>()>;
+
+  ViewerControl();
+  ~ViewerControl();
+  ViewerControl(const ViewerControl&) = delete;
+  ViewerControl& operator=(const ViewerControl&) = delete;
+
+  // Makes the window, a visible child of `parent`; the parent places it.
+  bool create(HWND parent);
+  HWND hwnd() const { return hwnd_; }
+
+  // The report to show; null: an empty view. Shows nothing until
+  // viewReport() or refresh().
+  void setReportSource(engine::Report* report);
+  // Pages as they will print (the only view there is): back to the first
+  // page, the pages in front.
+  void showAsPages();
+  // Starts showing the report, unless a run of it is shown already.
+  void viewReport();
+  // Runs the report again as it now stands (its data read again).
+  void refresh();
+  // The print dialog, then the chosen pages printed in the background.
+  void print();
+  // Prints without asking (tests, the bench): pages as chosen.
+  void print(const printing::win::PrintChoice& choice);
+  // The save dialog (PDF or CSV), then the file written in the background.
+  void exportTo();
+  // Writes to `path` without asking, as PDF unless it ends in ".csv".
+  void exportTo(const std::wstring& path);
+
+  // Where runs come from instead of the report (tests; the designer's
+  // sample pages).
+  void setPageSourceFactory(PageSourceFactory factory) { factory_ = std::move(factory); }
+
+  // For tests and the designer window.
+  const PageNavigation& navigation() const { return nav_; }
+  Zoom zoom() const { return zoom_; }
+  void setZoom(const Zoom& zoom);
+  ScrollPosition scroll() const { return scroll_; }
+  bool pageShown() const;  // the current page is laid out and painted
+  bool busy() const;       // a print job or export still runs
+  std::optional<FindHit> findHit() const { return hit_; }
+  // The outcome of the last export: true written, false failed or
+  // cancelled; nothing while none finished.
+  std::optional<bool> lastExport() const { return exportResult_; }
+
+ private:
+  class Worker;
+  struct Mailbox;
+  static LRESULT CALLBACK controlProc(HWND, UINT, WPARAM, LPARAM);
+  static LRESULT CALLBACK pageAreaProc(HWND, UINT, WPARAM, LPARAM);
+  static LRESULT CALLBACK toolProc(HWND, UINT, WPARAM, LPARAM, UINT_PTR, DWORD_PTR);
+  LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam);
+  LRESULT onPageAreaMessage(HWND area, UINT message, WPARAM wParam, LPARAM lParam);
+  bool onKey(WPARAM key);
+
+  void makeTools();
+  void layoutTools();
+  void onCommand(int id, int code);
+  void startRun(std::unique_ptr<engine::layout::PageSource> source);
+  void dropRun();
+  void stopAll();
+  void followCount();
+  void showPage(std::int32_t page, std::int32_t scrollY = 0);
+  std::shared_ptr<const engine::layout::Page> cachedPage(std::int32_t number);
+  void request(std::int32_t number);
+  void onPageReady();
+  void find();
+  void onFindDone();
+  void onExportProgress();
+  void updateTools();
+  void updateScrollBars();
+  void paintPages(HDC dc, const RECT& client);
+  double scale() const;
+  SIZE contentSize() const;
+  void scrollTo(ScrollPosition at);
+  void setStatus(const std::wstring& text);
+
+  HWND hwnd_ = nullptr;
+  HWND area_ = nullptr;
+  HFONT font_ = nullptr;
+  engine::Report* report_ = nullptr;
+  PageSourceFactory factory_;
+  std::shared_ptr<engine::layout::TextMeasure> measure_;
+
+  // The run shown and its generation (each run a new one, so late answers
+  // about an earlier run are told apart).
+  std::shared_ptr<engine::layout::PageSource> source_;
+  std::uint64_t generation_ = 0;
+  PageNavigation nav_;
+  Zoom zoom_;
+  ScrollPosition scroll_;
+  std::map<std::int32_t, std::shared_ptr<const engine::layout::Page>> cache_;
+  std::map<std::int32_t, bool> requested_;
+  std::int32_t pageWidth_ = 11906, pageHeight_ = 16838;  // of the last page seen
+  std::optional<FindHit> hit_;
+  std::shared_ptr<std::atomic<bool>> findStop_;
+  engine::win::PagePainter painter_;
+
+  std::shared_ptr<Mailbox> mailbox_;
+  std::unique_ptr<Worker> worker_;  // pages, and letting go of old runs
+  std::unique_ptr<Worker> finder_;
+  std::unique_ptr<printing::win::PrintJob> printJob_;
+
+  struct ExportJob;
+  std::unique_ptr<ExportJob> exportJob_;
+  std::optional<bool> exportResult_;
+};
+
+}  // namespace mervane::viewer::win
