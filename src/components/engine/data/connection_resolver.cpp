@@ -165,7 +165,13 @@ class Resolver {
     return std::any_of(env_.drivers.begin(), env_.drivers.end(), [&](const Text& d) { return equalsNoCase(d, driver); });
   }
 
+  // The first installed driver of the family; for SQLite one for version 3
+  // first (Debian also lists the driver for SQLite 2 files, often without
+  // its library).
   std::optional<Text> firstDriverOf(DriverFamily family) const {
+    if (family == DriverFamily::Sqlite)
+      for (const Text& d : env_.drivers)
+        if (containsNoCase(d, u"SQLite3") || containsNoCase(d, u"SQLite 3")) return d;
     for (const Text& d : env_.drivers)
       if (driverFamily(d) == family) return d;
     return std::nullopt;

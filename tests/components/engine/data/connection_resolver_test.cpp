@@ -112,6 +112,9 @@ const std::vector<Row>& rows() {
       {"SQLite file on Windows", kIntegrated + u"Orders;Data Source=Q:\\orders.db",
        u"DRIVER={SQLite3};Database=Q:\\orders.db;NoCreat=1;StepAPI=1", false,
        [] { OdbcEnvironment e = machine(); e.unixDrives.clear(); return e; }()},
+      {"SQLite file: the SQLite 3 driver before the SQLite 2 one listed first",
+       kIntegrated + u"orders;Data Source=Z:\\srv\\Orders.db", u"DRIVER={SQLite3};Database=/srv/Orders.db;NoCreat=1;StepAPI=1",
+       false, withDrivers({u"SQLite", u"SQLite3"})},
       // Driver choice for servers.
       {"best driver 18", kIntegrated + u"C;Data Source=db01",
        u"DRIVER={ODBC Driver 18 for SQL Server};SERVER=db01;DATABASE=C;Trusted_Connection=yes", false,
