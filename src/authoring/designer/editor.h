@@ -1,0 +1,141 @@
+// The designer's editor: one report document, what is selected in it, the
+// gesture under way, and the list of commands that undo and redo walk.
+//
+// It knows nothing of windows. The control turns mouse and keys into calls
+// here, in surface twips (band_layout.h), and paints what it reads back:
+// the definition, the selection, and the previews of a gesture. Only a
+// finished gesture changes the report, as one command; each change marks
+// the report changed through the callback the control gives.
+//
+// Nothing is ever written to a file here. A report whose layout is not ours
+// (hasLayout false) and a read-only designer let a person look and select,
+// not change.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "authoring/designer/band_layout.h"
+#include "authoring/designer/commands.h"
+#include "authoring/designer/design_options.h"
+#include "components/engine/document.h"
+
+namespace mervane::authoring::designer {
+
+enum Modifier : unsigned { kShift = 1, kControl = 2 };
+
+enum class HitKind { Nothing, Handle, Object, BandEdge, BandHeader, BandBody };
+
+struct Hit {
+  HitKind kind = HitKind::Nothing;
+  std::size_t section = 0;
+  ObjectRef object;  // Object and Handle
+  int handle = 0;    // Handle
+};
+
+struct Gesture {
+  enum Kind { None, Move, Resize, BandEdge, Rubber } kind = None;
+  Point start;
+  Point current;
+  int handle = 0;
+  std::size_t section = 0;  // BandEdge
+  ObjectRef anchor;         // Move and Resize: the object grabbed
+  unsigned modifiers = 0;
+};
+
+class Editor {
+ public:
+  Editor() = default;
+
+  // The document to edit and what to call after each change; null: nothing
+  // to show. The undo list starts empty.
+  void setDocument(engine::ReportDocument* document, std::function<void()> changed = {});
+  engine::ReportDocument* document() const { return document_; }
+  const model::ReportDefinition* definition() const { return document_ ? &document_->definition : nullptr; }
+  bool editable() const { return document_ && document_->hasLayout && !options_.readOnly; }
+  DesignerOptions& options() { return options_; }
+  const DesignerOptions& options() const { return options_; }
+  const BandLayout& layout() const { return layout_; }
+  // Counts every change, undo and redo, so that a painter knows when to redraw.
+  std::uint64_t revision() const { return revision_; }
+
+  // Selection.
+  const Selection& selection() const { return selection_; }
+  void select(Selection selection);
+  void selectAll();
+  // The section that inserts and pastes go to: the selection's, else the
+  // band clicked last, else the details.
+  std::size_t currentSection() const;
+
+  Hit hitTest(Point p, std::int32_t slack) const;
+
+  // A mouse gesture: press, any number of drags, release (or cancel).
+  void press(Point p, unsigned modifiers, std::int32_t slack);
+  void dragTo(Point p);
+  void release(Point p);
+  void cancelGesture() { gesture_ = {}; }
+  const Gesture& gesture() const { return gesture_; }
+  // Where the selected objects would be if the gesture ended now, in the
+  // order of selection().objects; empty without a move or resize.
+  std::vector<Box> previewBoxes() const;
+  Box rubberBand() const { return boxBetween(gesture_.start, gesture_.current); }
+  // The height the dragged band edge gives its section.
+  std::int32_t previewSectionHeight() const;
+
+  // Arrow keys: move the selection by (dx, dy), or with `resize` grow it.
+  void nudge(std::int32_t dx, std::int32_t dy, bool resize);
+
+  // Changes. Each is one command; false when nothing changed.
+  bool execute(std::unique_ptr<Command> command);
+  bool undo();
+  bool redo();
+  bool canUndo() const { return !done_.empty(); }
+  bool canRedo() const { return !undone_.empty(); }
+  bool deleteSelection();
+  // The selected objects as bytes of our own clipboard format; empty when
+  // nothing is selected.
+  std::vector<std::uint8_t> copySelection() const;
+  // Puts copied objects into the current section; false for bytes that are
+  // not ours.
+  bool paste(std::span<const std::uint8_t> bytes);
+  // A new object in the current section at the place clicked last; with
+  // `parts`, the report's parts change in the same step (a new formula and
+  // the field that shows it).
+  bool insertObject(model::ReportObject object, const std::optional<ReportParts>& parts = std::nullopt);
+  // A new object dropped at `p` on the surface, in the band there.
+  bool placeObject(model::ReportObject object, Point p);
+  // A column dropped on the surface: the field where it fell and, in the
+  // details, a heading with the column's name above it in the page header.
+  bool dropColumn(const model::FieldRef& column, Point p);
+  bool setSectionHeight(std::size_t section, std::int32_t height);
+  bool changeReportParts(const ReportParts& parts);
+  bool addGroup(const model::Group& group);
+  // Sets a property of the selection by its key (properties.h); false when
+  // the value is refused or changes nothing.
+  bool setProperty(const Text& key, const Text& value);
+
+  // A name not yet used by any object, from `stem` and a number.
+  Text uniqueName(const Text& stem) const;
+
+ private:
+  void afterChange();
+  Point movedDelta(Point to) const;
+
+  engine::ReportDocument* document_ = nullptr;
+  std::function<void()> changed_;
+  DesignerOptions options_;
+  BandLayout layout_;
+  Selection selection_;
+  Gesture gesture_;
+  std::vector<std::unique_ptr<Command>> done_;
+  std::vector<std::unique_ptr<Command>> undone_;
+  std::uint64_t revision_ = 0;
+  std::size_t lastSection_ = static_cast<std::size_t>(-1);
+  Point insertAt_;  // section-local
+};
+
+}  // namespace mervane::authoring::designer

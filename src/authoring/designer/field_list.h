@@ -1,0 +1,57 @@
+// The field list beside the design surface: the report's tables with their
+// columns, the special fields and the report's formulas.
+//
+// Columns come from the database when it can be reached (a ColumnSource;
+// the ODBC one reads the database's catalogue); otherwise a table lists the
+// columns the report already uses, in its objects, links, sort fields,
+// groups and formulas, so that a report whose database is away can still be
+// designed.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "components/engine/document.h"
+
+namespace mervane::authoring::designer {
+
+namespace model = engine::model;
+
+class ColumnSource {
+ public:
+  virtual ~ColumnSource() = default;
+  // The columns of one of the report's tables; nothing when its database
+  // cannot be reached. Must not throw.
+  virtual std::optional<std::vector<Text>> columns(const engine::ReportDocument& document,
+                                                   const model::Table& table) = 0;
+};
+
+// The source that reads each table's database through ODBC.
+std::unique_ptr<ColumnSource> databaseColumns(int timeoutSeconds = 5);
+
+// What a table's connect text is at run time: the one given with its secrets,
+// else its own, else the report's log-on.
+Text connectTextFor(const engine::ReportDocument& document, const model::Table& table);
+
+struct FieldList {
+  struct TableEntry {
+    Text alias;
+    std::vector<Text> columns;
+    bool fromDatabase = false;  // false: the columns the report uses
+  };
+  struct SpecialEntry {
+    model::SpecialFieldKind kind;
+    Text name;
+  };
+  std::vector<TableEntry> tables;
+  std::vector<SpecialEntry> specials;
+  std::vector<Text> formulas;
+};
+
+// The columns of each table that the report refers to, in first-use order.
+FieldList usedFields(const engine::ReportDocument& document);
+// The full list: each table's columns from `source` where it answers.
+FieldList buildFieldList(const engine::ReportDocument& document, ColumnSource* source);
+
+}  // namespace mervane::authoring::designer

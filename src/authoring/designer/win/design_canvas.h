@@ -1,0 +1,70 @@
+// The design surface as a window: rulers along the top and left, the bands
+// with their names, the grid, the report objects as they will print, the
+// selection's handles, and the previews of a gesture under way. Mouse and
+// arrow keys go to the editor; painting is double-buffered, the objects
+// painted by the same painter as the report's pages.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+
+#include "authoring/designer/editor.h"
+#include "components/engine/win/page_painter.h"
+
+namespace mervane::authoring::win {
+
+class DesignCanvas {
+ public:
+  DesignCanvas() = default;
+  ~DesignCanvas();
+  DesignCanvas(const DesignCanvas&) = delete;
+  DesignCanvas& operator=(const DesignCanvas&) = delete;
+
+  // `acted` is called after each mouse gesture or key the editor took.
+  void create(HWND parent, int id, designer::Editor& editor, std::function<void()> acted);
+  HWND hwnd() const { return hwnd_; }
+  // After the report changed: new scroll range, fresh paint.
+  void refresh();
+  void setZoom(int percent);
+  int zoom() const { return zoom_; }
+  designer::Point toSurface(POINT client) const;
+  POINT toClient(designer::Point surface) const;
+  // Paints the whole client area into `dc` (the window's paint, and benchmarks).
+  void paint(HDC dc, const RECT& client);
+
+ private:
+  static LRESULT CALLBACK windowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+  LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam);
+  void onPaint();
+  void onMouse(UINT message, WPARAM wParam, LPARAM lParam);
+  bool onKey(WPARAM key);
+  void onScroll(int bar, int code);
+  void scrollTo(int x, int y);
+  void updateScrollBars();
+  void paintBands(HDC dc, const RECT& client);
+  void paintSelection(HDC dc);
+  void paintRulers(HDC dc, const RECT& client);
+  double pixelsPerTwip() const;
+  std::int32_t slackTwips() const;
+
+  HWND hwnd_ = nullptr;
+  designer::Editor* editor_ = nullptr;
+  std::function<void()> acted_;
+  engine::win::PagePainter painter_;  // the one that paints report pages
+  // The objects' items, kept while neither the report nor the view changes
+  // (a drag repaints often and changes neither until it ends).
+  engine::layout::Page scene_;
+  std::uint64_t sceneRevision_ = ~0ull;
+  designer::Box sceneVisible_;
+  HFONT uiFont_ = nullptr;
+  HDC buffer_ = nullptr;
+  HBITMAP bufferBitmap_ = nullptr;
+  HGDIOBJ bufferOld_ = nullptr;
+  SIZE bufferSize_{};
+  int zoom_ = 100;
+  int dpi_ = 96;
+  int scrollX_ = 0, scrollY_ = 0;  // pixels
+};
+
+}  // namespace mervane::authoring::win

@@ -1,0 +1,125 @@
+// The designer control: the report designer shown on the designer window's
+// Design tab. A child window holding the field list (left), the design
+// surface (middle) and the property panel (right), with the menus and keys
+// its host window takes from it.
+//
+// The host owns the menu bar: it calls appendMenus() once, forwards every
+// WM_COMMAND to onCommand() and every message of its loop to
+// translateAccelerator(). The File menu's commands (Save, Save As, Print,
+// Export, Close) are the host's to carry out: onCommand() returns false for
+// them, as for any id that is not the designer's.
+//
+// Nothing here writes a file: the report changes in memory, as one undoable
+// command per change, and the report is told it changed.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <memory>
+
+#include "authoring/designer/editor.h"
+#include "authoring/designer/field_list.h"
+
+namespace mervane::engine {
+class Report;
+}
+
+namespace mervane::authoring::win {
+
+class PropertyPanel;
+
+// Menu command ids.
+enum DesignerCommand : UINT {
+  // File: carried out by the host window.
+  kCommandSave = 0x7100,
+  kCommandSaveAs,
+  kCommandPrint,
+  kCommandExport,
+  kCommandClose,
+  // Edit
+  kCommandUndo = 0x7110,
+  kCommandRedo,
+  kCommandCut,
+  kCommandCopy,
+  kCommandPaste,
+  kCommandDelete,
+  kCommandSelectAll,
+  // Insert
+  kCommandInsertText = 0x7120,
+  kCommandInsertField,
+  kCommandInsertSpecialField,
+  kCommandInsertFormula,
+  kCommandInsertSummary,
+  kCommandInsertGroup,
+  kCommandInsertLine,
+  kCommandInsertBox,
+  kCommandInsertSubreport,
+  // Report
+  kCommandReportTitle = 0x7130,
+  kCommandRecordFilter,
+  kCommandSort,
+  kCommandLinks,
+  kCommandPageSetup,
+  // View
+  kCommandShowGrid = 0x7140,
+  kCommandSnapToGrid,
+  kCommandZoom50,
+  kCommandZoom75,
+  kCommandZoom100,
+  kCommandZoom150,
+  kCommandZoom200,
+};
+
+class DesignerControl {
+ public:
+  DesignerControl();
+  ~DesignerControl();
+  DesignerControl(const DesignerControl&) = delete;
+  DesignerControl& operator=(const DesignerControl&) = delete;
+
+  HWND create(HWND parent, int id = 0);
+  HWND hwnd() const;
+
+  // The report to design; null shows an empty designer. The report must
+  // outlive its time in the designer.
+  void setReport(engine::Report* report);
+  // The same for a document without a report object around it; `changed`
+  // is called after each change.
+  void setDocument(engine::ReportDocument* document, std::function<void()> changed);
+
+  // Display options by their numbers (design_options.h says which is which).
+  void setDisplayOption(int number, bool value);
+  void setShowGrid(bool show);
+  void setSnapToGrid(bool snap);
+  void setShowFieldList(bool show);
+  void setReadOnly(bool readOnly);
+  void setZoom(int percent);
+
+  // Where the field list's columns come from (by default each table's
+  // database through ODBC). Asked on a thread of its own.
+  void setColumnSource(std::shared_ptr<designer::ColumnSource> source);
+
+  void appendMenus(HMENU menuBar);
+  bool onCommand(UINT id);
+  bool translateAccelerator(MSG& message);
+
+  // For the host window and the tests.
+  designer::Editor& editor();
+  HWND canvas() const;
+  HWND fieldTree() const;
+  PropertyPanel& properties();
+  // The canvas's client point of a surface point.
+  POINT canvasPoint(designer::Point surface) const;
+  // The field list's item for a column, a special field (table empty,
+  // column its name) or a formula (table "@"); null when not listed.
+  void* fieldItem(const Text& table, const Text& column) const;
+  // Whether the field list's columns are still being read.
+  bool readingColumns() const;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace mervane::authoring::win

@@ -1,0 +1,299 @@
+// The designer control in a window of its own, driven with mouse messages
+// and keys as a person would: selecting, rubber band, dragging, arrow keys,
+// undo and redo, cut and paste, a column dragged from the field list, and a
+// value typed into the property panel.
+//
+// MERVANE_DIALOG_HOLD_MS keeps the window open that long at the end of the
+// first test, for screenshots.
+#include <windows.h>
+#include <commctrl.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "authoring/designer/win/designer_control.h"
+#include "authoring/designer/win/property_panel.h"
+
+namespace mervane::authoring::win {
+namespace {
+
+namespace model = engine::model;
+using designer::Point;
+
+struct FakeColumns final : designer::ColumnSource {
+  std::optional<std::vector<Text>> columns(const engine::ReportDocument&, const model::Table&) override {
+    return std::vector<Text>{u"OrderID", u"Customer", u"Amount"};
+  }
+};
+
+model::ReportObject text(Text name, std::int32_t x, std::int32_t y) {
+  model::ReportObject o;
+  o.name = name;
+  o.text = std::move(name);
+  o.x = x, o.y = y;
+  return o;
+}
+
+class DesignerWindow : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    doc.definition = model::blankReport();
+    doc.title = u"Orders";
+    doc.definition.data.tables.push_back({.alias = u"Orders", .location = u"Orders"});
+    doc.definition.sections[2].height = 720;
+    doc.definition.sections[2].objects = {text(u"First", 0, 0), text(u"Second", 2880, 240)};
+
+    WNDCLASSW wc{};
+    wc.lpfnWndProc = hostProc;
+    wc.hInstance = GetModuleHandleW(nullptr);
+    wc.lpszClassName = L"DesignerTestHost";
+    wc.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
+    RegisterClassW(&wc);
+    host = CreateWindowExW(0, L"DesignerTestHost", L"Designer test", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, 0, 0, 1200,
+                           800, nullptr, nullptr, nullptr, nullptr);
+    SetWindowLongPtrW(host, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&control));
+    control.create(host);
+    HMENU bar = CreateMenu();
+    control.appendMenus(bar);
+    SetMenu(host, bar);
+    control.setColumnSource(std::make_shared<FakeColumns>());
+    control.setDocument(&doc, [this] { ++changes; });
+    ShowWindow(host, SW_SHOW);
+    SendMessageW(host, WM_SIZE, 0, 0);
+    SetForegroundWindow(host);
+    for (int i = 0; i < 100 && control.readingColumns(); ++i) pump(20);
+    pump(50);
+  }
+  void TearDown() override {
+    control.setDocument(nullptr, {});
+    DestroyWindow(host);
+  }
+
+  static LRESULT CALLBACK hostProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+    auto* designer = reinterpret_cast<DesignerControl*>(GetWindowLongPtrW(hwnd, GWLP_USERDATA));
+    if (designer && message == WM_COMMAND && designer->onCommand(LOWORD(wParam))) return 0;
+    if (designer && message == WM_SIZE && designer->hwnd()) {
+      RECT r;
+      GetClientRect(hwnd, &r);
+      MoveWindow(designer->hwnd(), 0, 0, r.right, r.bottom, TRUE);
+    }
+    return DefWindowProcW(hwnd, message, wParam, lParam);
+  }
+
+  // The host's message loop, for a while.
+  void pump(DWORD ms = 30) {
+    const DWORD end = GetTickCount() + ms;
+    do {
+      MSG m;
+      while (PeekMessageW(&m, nullptr, 0, 0, PM_REMOVE)) {
+        if (control.translateAccelerator(m)) continue;
+        TranslateMessage(&m);
+        DispatchMessageW(&m);
+      }
+      Sleep(5);
+    } while (GetTickCount() < end);
+  }
+
+  LPARAM at(POINT p) { return MAKELPARAM(p.x, p.y); }
+  POINT onCanvas(std::size_t section, std::int32_t x, std::int32_t y) {
+    return control.canvasPoint({x, control.editor().layout().band(section)->bodyTop + y});
+  }
+  void mouse(HWND window, UINT message, POINT p, WPARAM keys = 0) {
+    PostMessageW(window, message, keys, at(p));
+    pump(10);
+  }
+  void drag(POINT from, POINT to, WPARAM keys = 0) {
+    HWND canvas = control.canvas();
+    mouse(canvas, WM_LBUTTONDOWN, from, MK_LBUTTON | keys);
+    mouse(canvas, WM_MOUSEMOVE, {(from.x + to.x) / 2, (from.y + to.y) / 2}, MK_LBUTTON | keys);
+    mouse(canvas, WM_MOUSEMOVE, to, MK_LBUTTON | keys);
+    mouse(canvas, WM_LBUTTONUP, to, keys);
+    pump(30);
+  }
+  void click(POINT p, WPARAM keys = 0) { drag(p, p, keys); }
+  // A key, with Ctrl held when asked, into the window that has the focus.
+  void key(UINT vk, bool ctrl = false, bool shift = false) {
+    BYTE state[256] = {};
+    GetKeyboardState(state);
+    state[VK_CONTROL] = ctrl ? 0x80 : 0;
+    state[VK_SHIFT] = shift ? 0x80 : 0;
+    SetKeyboardState(state);
+    HWND target = GetFocus() ? GetFocus() : control.canvas();
+    PostMessageW(target, WM_KEYDOWN, vk, 1);
+    PostMessageW(target, WM_KEYUP, vk, 0xC0000001);
+    pump(40);
+    state[VK_CONTROL] = state[VK_SHIFT] = 0;
+    SetKeyboardState(state);
+  }
+  const std::vector<model::ReportObject>& details() { return doc.definition.sections[2].objects; }
+  void hold() {
+    if (const char* ms = std::getenv("MERVANE_DIALOG_HOLD_MS")) pump(static_cast<DWORD>(std::atoi(ms)));
+  }
+
+  engine::ReportDocument doc;
+  DesignerControl control;
+  HWND host = nullptr;
+  int changes = 0;
+};
+
+TEST_F(DesignerWindow, SelectDragNudgeUndoRedo) {
+  SetFocus(control.canvas());
+  click(onCanvas(2, 300, 100));
+  EXPECT_EQ(control.editor().selection().objects.size(), 1u);
+  // Shift-click adds; a rubber band across both from empty space selects both.
+  click(onCanvas(2, 3000, 300), MK_SHIFT);
+  EXPECT_EQ(control.editor().selection().objects.size(), 2u);
+  click(onCanvas(2, 7000, 600));
+  EXPECT_TRUE(control.editor().selection().hasSection);
+  drag(onCanvas(2, 7000, 650), onCanvas(2, 100, 50));
+  EXPECT_EQ(control.editor().selection().objects.size(), 2u);
+  EXPECT_EQ(changes, 0);
+
+  // Both move together by the snapped distance.
+  drag(onCanvas(2, 300, 100), onCanvas(2, 300 + 1450, 100 + 250));
+  EXPECT_EQ(details()[0].x, 1440);
+  EXPECT_EQ(details()[0].y, 240);
+  EXPECT_EQ(details()[1].x, 2880 + 1440);
+  EXPECT_EQ(changes, 1);
+
+  key(VK_RIGHT);
+  EXPECT_EQ(details()[0].x, 1560);
+  key('Z', true);
+  key('Z', true);
+  EXPECT_EQ(details()[0].x, 0);
+  EXPECT_EQ(details()[1].y, 240);
+  key('Y', true);
+  EXPECT_EQ(details()[0].x, 1440);
+  hold();
+}
+
+TEST_F(DesignerWindow, ResizeShiftArrowAndBandEdge) {
+  SetFocus(control.canvas());
+  click(onCanvas(2, 300, 100));
+  // The bottom right handle of First (0, 0, 1440, 240).
+  drag(onCanvas(2, 1440, 240), onCanvas(2, 2890, 250));
+  EXPECT_EQ(details()[0].width, 2880);
+  EXPECT_EQ(details()[0].height, 240);
+  key(VK_DOWN, false, true);  // Shift+arrow sizes by a grid step
+  EXPECT_EQ(details()[0].height, 360);
+  EXPECT_EQ(details()[0].y, 0);
+  const auto* band = control.editor().layout().band(2);
+  drag(control.canvasPoint({6000, band->bottom()}), control.canvasPoint({6000, band->bottom() + 480}));
+  EXPECT_EQ(doc.definition.sections[2].height, 1200);
+}
+
+TEST_F(DesignerWindow, CutPasteAndDelete) {
+  SetFocus(control.canvas());
+  click(onCanvas(2, 3000, 300));
+  key('X', true);
+  ASSERT_EQ(details().size(), 1u);
+  EXPECT_EQ(details()[0].name, u"First");
+  click(onCanvas(4, 500, 100));  // the report footer
+  key('V', true);
+  ASSERT_EQ(doc.definition.sections[4].objects.size(), 1u);
+  EXPECT_EQ(doc.definition.sections[4].objects[0].name, u"Second");
+  click(onCanvas(2, 300, 100));
+  key(VK_DELETE);
+  EXPECT_TRUE(details().empty());
+  key('Z', true);
+  EXPECT_EQ(details().size(), 1u);
+}
+
+TEST_F(DesignerWindow, ColumnDraggedFromTheFieldList) {
+  HWND tree = control.fieldTree();
+  auto* item = static_cast<HTREEITEM>(control.fieldItem(u"Orders", u"Amount"));
+  ASSERT_NE(item, nullptr) << "the database's columns are listed";
+  RECT r{};
+  TreeView_GetItemRect(tree, item, &r, TRUE);
+  POINT target = onCanvas(2, 4320, 480);
+  MapWindowPoints(control.canvas(), tree, &target, 1);
+  mouse(tree, WM_LBUTTONDOWN, {(r.left + r.right) / 2, (r.top + r.bottom) / 2}, MK_LBUTTON);
+  mouse(tree, WM_MOUSEMOVE, target, MK_LBUTTON);
+  mouse(tree, WM_LBUTTONUP, target);
+  pump(30);
+  ASSERT_EQ(details().size(), 3u);
+  EXPECT_EQ(details()[2].field.column, u"Amount");
+  EXPECT_EQ(details()[2].x, 4320);
+  EXPECT_EQ(details()[2].y, 480);
+  ASSERT_EQ(doc.definition.sections[1].objects.size(), 1u);
+  EXPECT_EQ(doc.definition.sections[1].objects[0].text, u"Amount");
+  hold();
+}
+
+TEST_F(DesignerWindow, PropertyPanelEdits) {
+  SetFocus(control.canvas());
+  click(onCanvas(2, 300, 100));
+  PropertyPanel& panel = control.properties();
+  const auto& rows = panel.rows();
+  auto found = std::find_if(rows.begin(), rows.end(), [](const auto& p) { return p.key == u"text"; });
+  ASSERT_NE(found, rows.end());
+  const int row = static_cast<int>(found - rows.begin());
+  SetFocus(panel.list());
+  ListView_SetItemState(panel.list(), row, LVIS_FOCUSED | LVIS_SELECTED, LVIS_FOCUSED | LVIS_SELECTED);
+  key(VK_F2);
+  ASSERT_NE(panel.valueBox(), nullptr);
+  SendMessageW(panel.valueBox(), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L"Grand total"));
+  key(VK_RETURN);
+  EXPECT_EQ(details()[0].text, u"Grand total");
+  EXPECT_EQ(panel.valueBox(), nullptr);
+  // A refused value changes nothing.
+  found = std::find_if(panel.rows().begin(), panel.rows().end(), [](const auto& p) { return p.key == u"width"; });
+  panel.beginEdit(static_cast<int>(found - panel.rows().begin()));
+  SendMessageW(panel.valueBox(), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L"wide"));
+  key(VK_RETURN);
+  EXPECT_EQ(details()[0].width, 1440);
+  // With nothing selected the panel shows the report.
+  SetFocus(control.canvas());
+  key(VK_ESCAPE);
+  EXPECT_EQ(panel.rows().front().key, u"title");
+  EXPECT_EQ(panel.rows().front().value, u"Orders");
+}
+
+TEST_F(DesignerWindow, OddReportsOpenAndStayUsable) {
+  // 5,000 objects, some of no size, some outside the page, in a font that
+  // is not installed; sections of no height.
+  engine::ReportDocument odd;
+  odd.definition = model::blankReport();
+  for (auto& s : odd.definition.sections) s.height = 0;
+  for (int i = 0; i < 5000; ++i) {
+    model::ReportObject o = text(u"T" + decimal(i), (i % 40) * 400 - 1000, (i / 40) * 30 - 200);
+    o.width = i % 5 ? 380 : 0;
+    o.height = i % 7 ? 200 : 0;
+    o.format.fontName = u"No Such Font At All";
+    odd.definition.sections[static_cast<std::size_t>(i % 5)].objects.push_back(std::move(o));
+  }
+  odd.definition.sections[2].objects[0].x = 50000000;
+  const DWORD start = GetTickCount();
+  control.setDocument(&odd, [this] { ++changes; });
+  UpdateWindow(control.canvas());
+  EXPECT_LT(GetTickCount() - start, 2000u);
+  SetFocus(control.canvas());
+  EXPECT_TRUE(control.onCommand(kCommandSelectAll));
+  key(VK_RIGHT);
+  EXPECT_EQ(odd.definition.sections[2].objects[1].x, 1800 + 120);  // the object of i = 7
+  key('Z', true);
+  EXPECT_EQ(odd.definition.sections[2].objects[1].x, 1800);
+  EXPECT_TRUE(control.onCommand(kCommandZoom200));
+  pump(50);
+  EXPECT_EQ(changes, 2);
+}
+
+TEST_F(DesignerWindow, EmptyAndReadOnly) {
+  control.setReadOnly(true);
+  SetFocus(control.canvas());
+  drag(onCanvas(2, 300, 100), onCanvas(2, 3000, 100));
+  key(VK_DELETE);
+  EXPECT_EQ(details()[0].x, 0);
+  EXPECT_EQ(details().size(), 2u);
+  EXPECT_EQ(changes, 0);
+  control.setDocument(nullptr, {});
+  click({200, 200});
+  key('Z', true);
+  EXPECT_FALSE(control.onCommand(kCommandSave));  // the host's
+  EXPECT_TRUE(control.onCommand(kCommandSelectAll));
+}
+
+}  // namespace
+}  // namespace mervane::authoring::win
