@@ -1,0 +1,86 @@
+// The database server as the new-report construction sees it: log on to a
+// server (Windows log-on first, the SQL login when that fails), find the
+// company database by name, list its tables with their system flags, and
+// disconnect.
+//
+// The ODBC implementation reaches the server through the data door: each
+// log-on is the OLE DB connection string a new report's tables are added
+// with, which the connection resolver turns into an ODBC connection (a
+// SQLite file, an ODBC data source, a SQL Server name). Every attempt to
+// reach a server shares one allowance of the login time-out, so a server
+// that does not answer costs the caller that long once, not once per
+// attempt.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "base/text.h"
+
+namespace mervane {
+
+namespace engine::data {
+class DatabaseCatalogue;
+}
+
+// The connection strings of a new report's table sources.
+Text integratedConnectionString(const Text& database, const Text& server);
+Text loginConnectionString(const Text& login, const Text& password, const Text& database, const Text& server);
+
+struct ServerTable {
+  Text name;
+  bool systemTable = false;
+};
+
+struct ServerDatabase {
+  Text name;  // as the server reports it
+  std::vector<ServerTable> tables;  // in the server's order
+};
+
+class DatabaseServer {
+ public:
+  virtual ~DatabaseServer() = default;
+  virtual void setLoginTimeout(int seconds) = 0;
+  // Each throws when the server refuses the log-on or cannot be reached.
+  virtual void connectIntegrated(const Text& server) = 0;
+  virtual void connectWithLogin(const Text& server, const Text& login, const Text& password) = 0;
+  // The database of that name on the connected server; nothing when it is
+  // not there. Throws when the server cannot be asked.
+  virtual std::optional<ServerDatabase> findDatabase(const Text& name) = 0;
+  virtual void disconnect() = 0;
+};
+
+class OdbcDatabaseServer final : public DatabaseServer {
+ public:
+  using Clock = std::chrono::steady_clock;
+  // Opens a catalogue for a connection text, waiting at most the given
+  // seconds for the log-on; throws when it cannot.
+  using Opener = std::function<std::unique_ptr<engine::data::DatabaseCatalogue>(const Text&, int)>;
+
+  OdbcDatabaseServer();  // through engine::data::openCatalogue
+  explicit OdbcDatabaseServer(Opener open);
+  ~OdbcDatabaseServer() override;
+
+  void setLoginTimeout(int seconds) override;
+  void connectIntegrated(const Text& server) override;
+  void connectWithLogin(const Text& server, const Text& login, const Text& password) override;
+  std::optional<ServerDatabase> findDatabase(const Text& name) override;
+  void disconnect() override;
+
+ private:
+  std::unique_ptr<engine::data::DatabaseCatalogue> open(const Text& connectText);
+  void connect(const Text& server, std::optional<std::pair<Text, Text>> login);
+
+  Opener open_;
+  int timeoutSeconds_ = 15;
+  std::optional<Clock::time_point> deadline_;  // of the attempts to reach the server
+  bool connected_ = false;
+  Text server_;
+  std::optional<std::pair<Text, Text>> login_;  // login and password; none for Windows log-on
+  std::unique_ptr<engine::data::DatabaseCatalogue> serverCatalogue_;
+};
+
+}  // namespace mervane
