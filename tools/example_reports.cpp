@@ -6,6 +6,8 @@
 #include <propidl.h>
 
 #include "base/win/com.h"
+#include "components/engine/model/definition_stream.h"
+#include "example_definitions.h"
 
 namespace mervane::tools {
 namespace {
@@ -125,17 +127,28 @@ HRESULT writeExampleReport(const std::wstring& path, const ExampleReport& report
   if (FAILED(hr = addStream(root.get(), L"Contents", 3000, static_cast<unsigned>(path.size())))) return hr;
   if (report.summary != SummaryKind::None && FAILED(hr = writeSummary(root.get(), report))) return hr;
   if (report.large && FAILED(hr = writeLargeParts(root.get()))) return hr;
+  if (!report.definition.empty()) {
+    ComPtr<IStream> stream;
+    if (FAILED(hr = root->CreateStream(L"ReportDefinition", kCreate, 0, 0, stream.put()))) return hr;
+    ULONG written = 0;
+    hr = stream->Write(report.definition.data(), static_cast<ULONG>(report.definition.size()), &written);
+    if (SUCCEEDED(hr) && written != report.definition.size()) hr = STG_E_WRITEFAULT;
+    if (FAILED(hr)) return hr;
+  }
   return root->Commit(STGC_DEFAULT);
 }
 
 std::vector<ExampleReport> exampleReports() {
+  using engine::model::writeDefinition;
   return {
-      {L"Monthly Sales.rpt", L"Monthly Sales", L"Dept=4;AppData=17;Owner=x", SummaryKind::Ansi, false},
+      {L"Monthly Sales.rpt", L"Monthly Sales", L"Dept=4;AppData=17;Owner=x", SummaryKind::Ansi, false,
+       writeDefinition(monthlySalesDefinition())},
       {L"Customer List.rpt", L"Customer List \u2013 Z\u00FCrich; \u0141\u00F3d\u017A", L"AppData=3;",
-       SummaryKind::Unicode, false},
+       SummaryKind::Unicode, false, writeDefinition(customerListDefinition())},
       {L"Orders by Region.rpt", L"Orders by R\u00E9gion; Nord & S\u00FCd", L"Sorted by region. AppData=12; v2",
-       SummaryKind::Ansi, false},
-      {L"Stock Valuation.rpt", L"Stock Valuation", L"", SummaryKind::Unicode, false},
+       SummaryKind::Ansi, false, writeDefinition(ordersByRegionDefinition())},
+      {L"Stock Valuation.rpt", L"Stock Valuation", L"", SummaryKind::Unicode, false,
+       writeDefinition(stockValuationDefinition())},
       {L"Untitled.rpt", L"", L"", SummaryKind::Ansi, false},
       {L"Sales Archive.rpt", L"Sales Archive \u2013 Ann\u00E9e 2023", L"AppData=250;", SummaryKind::Ansi, true},
   };

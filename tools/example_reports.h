@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,9 @@ struct ExampleReport {
   // Adds storages and streams of every size class (empty, below and above the
   // 4096-byte small-stream limit, several hundred kilobytes).
   bool large = false;
+  // The engine's definition stream; empty for a report from another
+  // designer.
+  std::vector<std::uint8_t> definition;
 };
 
 // The class id stored in every example's root storage.

@@ -1,5 +1,6 @@
 #include "server/report_functions_object.h"
 
+#include "authoring/report_flows.h"
 #include "catalogue/catalogue_scan.h"
 #include "connections/recent_reports.h"
 #include "maintenance/delete_report.h"
@@ -19,8 +20,6 @@ HRESULT store(Text& field, BSTR value) {
     return S_OK;
   });
 }
-
-HRESULT answerFalse(VARIANT_BOOL* result) { return putOut(result, VARIANT_FALSE); }
 }  // namespace
 
 std::span<const IID* const> ReportFunctionsObject::earlierInterfaceIds() {
@@ -46,7 +45,15 @@ HRESULT ReportFunctionsObject::put_ParenthWnd(LONG value) {
 HRESULT ReportFunctionsObject::put_Module(BSTR value) { return store(settings_.module, value); }
 HRESULT ReportFunctionsObject::put_RegistryPath(BSTR value) { return store(settings_.registryPath, value); }
 
-HRESULT ReportFunctionsObject::NewVisualReport(VARIANT_BOOL* result) { return answerFalse(result); }
+HRESULT ReportFunctionsObject::NewVisualReport(VARIANT_BOOL* result) {
+  if (!result) return E_POINTER;
+  *result = VARIANT_FALSE;
+  return guarded([&] {
+    WindowsServices services;
+    *result = toVariantBool(newVisualReport(settings_, services));
+    return S_OK;
+  });
+}
 
 HRESULT ReportFunctionsObject::DeleteReport(BSTR RepPath, BSTR RepFileName, VARIANT_BOOL* result) {
   if (!result) return E_POINTER;
@@ -58,7 +65,23 @@ HRESULT ReportFunctionsObject::DeleteReport(BSTR RepPath, BSTR RepFileName, VARI
   });
 }
 
-HRESULT ReportFunctionsObject::EditVisualReport(BSTR*, BSTR) { return S_OK; }
+HRESULT ReportFunctionsObject::EditVisualReport(BSTR* RepName, BSTR FileName) {
+  return guarded([&] {
+    Text repName = RepName ? win::toText(*RepName) : Text();
+    const Text before = repName;
+    {
+      WindowsServices services;
+      editVisualReport(settings_, services, repName, win::toText(FileName));
+    }
+    // The host's string is replaced only when the title changed.
+    if (RepName && repName != before) {
+      BSTR answer = win::allocBstr(repName);
+      SysFreeString(*RepName);
+      *RepName = answer;
+    }
+    return S_OK;
+  });
+}
 
 HRESULT ReportFunctionsObject::GetReports(_Reports** oReports) {
   return guarded([&] {

@@ -16,6 +16,8 @@ class WindowsServices : public Services {
   std::unique_ptr<ReportPropertyReader> createReportPropertyReader() override;
   std::unique_ptr<ScanWindow> loadScanWindow() override;
   std::unique_ptr<DetailsDialog> loadDetailsDialog() override;    // windows_services_authoring.cpp
+  std::unique_ptr<DesignerWindow> loadDesignerWindow() override;  // windows_services_authoring.cpp
+  void setBusyPointer(bool busy) override;                         // windows_services_authoring.cpp
   std::unique_ptr<ArchiveWindow> loadArchiveWindow() override;    // windows_services_maintenance.cpp
   void showMessage(const Text& text, const Text& title) override;  // windows_services_maintenance.cpp
   void processMessages() override;

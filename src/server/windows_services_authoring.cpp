@@ -1,7 +1,11 @@
 // The authoring forms as services.
 #include <stdexcept>
 
+#include "authoring/win/designer_form.h"
 #include "authoring/win/details_form.h"
+#include "components/engine/win/engine_factory.h"
+#include "connections/server_catalogue.h"
+#include "connections/win/select_tables_form.h"
 #include "server/windows_services.h"
 
 namespace mervane::server {
@@ -14,5 +18,18 @@ std::unique_ptr<DetailsDialog> WindowsServices::loadDetailsDialog() {
   if (!form->hwnd()) throw std::runtime_error("the details dialog cannot be created");
   return form;
 }
+
+std::unique_ptr<DesignerWindow> WindowsServices::loadDesignerWindow() {
+  authoring::win::DesignerFormParts parts;
+  parts.createEngine = [] { return createEngineApplication(); };
+  parts.createServer = [] { return std::make_unique<OdbcDatabaseServer>(); };
+  parts.loadChooser = [] { return loadSelectTablesForm(); };
+  auto form = std::make_unique<authoring::win::DesignerForm>(std::move(parts));
+  form->load();
+  if (!form->hwnd()) throw std::runtime_error("the designer window cannot be created");
+  return form;
+}
+
+void WindowsServices::setBusyPointer(bool busy) { SetCursor(LoadCursorW(nullptr, busy ? IDC_WAIT : IDC_ARROW)); }
 
 }  // namespace mervane::server

@@ -70,15 +70,16 @@ class Person {
     std::wstring title, text;
     bool exclamation = false;
   };
-  // Waits for a message box owned by `owner`, reads it and presses its OK.
-  Message answerMessage(HWND owner) {
+  // Waits for a message box owned by `owner`, reads it and presses its OK
+  // (or the button given).
+  Message answerMessage(HWND owner, int button = IDOK) {
     Message m;
     HWND box = waitForMessageBox(owner);
     if (!box) return m;
     m.title = text(box);
     m.text = text(box, 0xFFFF);
     m.exclamation = hasIcon(box);
-    PostMessageW(box, WM_COMMAND, IDOK, 0);
+    PostMessageW(box, WM_COMMAND, button, 0);
     for (int i = 0; i < 200 && IsWindow(box) && IsWindowVisible(box); ++i) Sleep(10);
     settle();
     return m;

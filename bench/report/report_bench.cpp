@@ -1,0 +1,199 @@
+// The engine end to end, as the viewer drives it: the grouped example
+// report (daily sales) over a company database, its first and last page,
+// against the ODBC driver alone handing over the same query's rows; and
+// opening and saving a report of 1,000 objects.
+//
+//   report_bench open-save FOLDER
+//   report_bench pages LABEL CONNECT_TEXT [USER PASSWORD]
+//
+// Prints "name: value unit" lines. Run once per database and row count: the
+// peak memory is the process's own.
+#include <windows.h>
+#include <objbase.h>
+#include <psapi.h>
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <thread>
+
+#include "base/win/com.h"
+#include "components/engine/data/odbc.h"
+#include "components/engine/data/odbc_api.h"
+#include "components/engine/data/odbc_data_provider.h"
+#include "components/engine/data/query_builder.h"
+#include "components/engine/engine.h"
+#include "components/engine/model/definition_stream.h"
+#include "components/engine/win/compound_report_files.h"
+#include "components/engine/win/gdi_measure.h"
+#include "connections/report_locations.h"
+#include "example_definitions.h"
+
+namespace mervane {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+double ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
+
+double peakMb() {
+  PROCESS_MEMORY_COUNTERS counters{};
+  counters.cb = sizeof(counters);
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
+  return static_cast<double>(counters.PeakWorkingSetSize) / (1024.0 * 1024.0);
+}
+
+engine::EngineParts parts() {
+  engine::EngineParts p;
+  p.files = std::make_shared<engine::CompoundReportFiles>();
+  p.data = engine::data::createOdbcDataProvider();
+  return p;
+}
+
+// The driver alone: the query the engine sends for the report, fetched in
+// blocks of 1,000 rows into bound buffers.
+void driverAlone(const std::string& label, const engine::ReportDocument& document, const Text& connectText) {
+  using namespace engine::data;
+  Resolution resolved = resolveConnection(connectText, odbc::gatherEnvironment());
+  if (!resolved.ok()) {
+    std::printf("fetch-all-ms-%s: cannot resolve: %s\n", label.c_str(), toUtf8(resolved.error).c_str());
+    return;
+  }
+  const engine::model::Data& data = document.definition.data;
+  QuerySpec spec;
+  for (const auto& t : data.tables) spec.tables.push_back({t.alias, t.location});
+  spec.links = data.links;
+  spec.columns.push_back({u"Orders", u"OrderDate", {}});
+  spec.columns.push_back({u"Orders", u"OrderID", {}});
+  spec.columns.push_back({u"Products", u"Name", {}});
+  spec.columns.push_back({u"Order Lines", u"Quantity", {}});
+  spec.columns.push_back({u"Order Lines", u"Amount", {}});
+  spec.columns.push_back({u"Order Lines", u"LineID", {}});
+  for (const auto& g : data.groups) spec.order.push_back({g.field, g.direction});
+  for (const auto& s : data.sortFields) spec.order.push_back({s.field, s.direction});
+  Text sql = buildQuery(spec).sql;
+
+  SQLHDBC dbc = SQL_NULL_HANDLE;
+  SQLAllocHandle(SQL_HANDLE_DBC, odbc::environment(), &dbc);
+  Text connection = resolved.connection->connectionString();
+  if (!SQL_SUCCEEDED(SQLDriverConnectW(dbc, nullptr, reinterpret_cast<SQLWCHAR*>(connection.data()), SQL_NTS,
+                                       nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT))) {
+    std::printf("fetch-all-ms-%s: cannot connect\n", label.c_str());
+    return;
+  }
+  SQLHSTMT stmt = SQL_NULL_HANDLE;
+  SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt);
+  constexpr SQLULEN rows = 1000;
+  SQLULEN fetched = 0;
+  SQLSetStmtAttr(stmt, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(rows), 0);
+  SQLSetStmtAttr(stmt, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+  const auto start = Clock::now();
+  if (!SQL_SUCCEEDED(SQLExecDirectW(stmt, reinterpret_cast<SQLWCHAR*>(sql.data()), SQL_NTS))) {
+    std::printf("fetch-all-ms-%s: query failed\n", label.c_str());
+    return;
+  }
+  std::vector<SQLWCHAR> date(rows * 32), name(rows * 64);
+  std::vector<double> order(rows), quantity(rows), amount(rows), line(rows);
+  std::vector<SQLLEN> ind(rows * 6);
+  SQLBindCol(stmt, 1, SQL_C_WCHAR, date.data(), 32 * sizeof(SQLWCHAR), &ind[0]);
+  SQLBindCol(stmt, 2, SQL_C_DOUBLE, order.data(), 0, &ind[rows]);
+  SQLBindCol(stmt, 3, SQL_C_WCHAR, name.data(), 64 * sizeof(SQLWCHAR), &ind[2 * rows]);
+  SQLBindCol(stmt, 4, SQL_C_DOUBLE, quantity.data(), 0, &ind[3 * rows]);
+  SQLBindCol(stmt, 5, SQL_C_DOUBLE, amount.data(), 0, &ind[4 * rows]);
+  SQLBindCol(stmt, 6, SQL_C_DOUBLE, line.data(), 0, &ind[5 * rows]);
+  unsigned long long total = 0;
+  while (SQL_SUCCEEDED(SQLFetchScroll(stmt, SQL_FETCH_NEXT, 0))) total += fetched;
+  std::printf("fetch-all-ms-%s: %.0f ms (%llu rows)\n", label.c_str(), ms(Clock::now() - start), total);
+  SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+  SQLDisconnect(dbc);
+  SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+}
+
+int pages(const std::string& label, const Text& connectText, const Text& user, const Text& password) {
+  engine::Engine engine(parts());
+  auto made = engine.newReport();
+  auto& report = static_cast<engine::Report&>(*made);
+  report.document().definition = tools::monthlySalesDefinition();
+  report.setTitle(u"Daily sales");
+  ReportLocations session;
+  session.sqlDatabase = u"company";
+  session.sqlLogin = user;
+  session.sqlPassword = password;
+  session.sqlConnString = connectText;
+  setReportLocations(&report, session);
+
+  auto measure = std::make_shared<engine::win::GdiMeasure>();
+  const auto start = Clock::now();
+  auto run = report.run(measure);
+  auto first = run->page(1);
+  const double firstMs = ms(Clock::now() - start);
+  if (!run->problem().empty()) {
+    std::printf("first-page-ms-%s: the report cannot run: %s\n", label.c_str(), toUtf8(run->problem()).c_str());
+    return 1;
+  }
+  while (!run->pageCount()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  const std::int32_t count = *run->pageCount();
+  auto last = run->page(count);
+  const double lastMs = ms(Clock::now() - start);
+  std::printf("first-page-ms-%s: %.1f ms\n", label.c_str(), firstMs);
+  std::printf("last-page-ms-%s: %.0f ms (%d pages)\n", label.c_str(), lastMs, static_cast<int>(count));
+  run.reset();
+  driverAlone(label, report.document(), connectText);
+  std::printf("peak-memory-mb-%s: %.1f MB\n", label.c_str(), peakMb());
+  return first && last ? 0 : 1;
+}
+
+// A report of 1,000 objects: opened (its definition read) and saved.
+int openSave(const std::wstring& folder) {
+  engine::model::ReportDefinition definition = tools::monthlySalesDefinition();
+  auto& details = definition.sections[3].objects;
+  for (int i = static_cast<int>(details.size()); i < 1000; ++i) {
+    engine::model::ReportObject o;
+    o.kind = engine::model::ObjectKind::Text;
+    o.name = u"Text" + decimal(i);
+    o.text = u"Object number " + decimal(i);
+    o.x = (i % 10) * 900;
+    o.y = (i / 10) * 20;
+    details.push_back(o);
+  }
+  const Text source = win::fromWide((folder + L"\\thousand.rpt").c_str());
+  const Text copy = win::fromWide((folder + L"\\thousand-saved.rpt").c_str());
+  engine::CompoundReportFiles files;
+  files.create(source, {u"A thousand objects", engine::model::writeDefinition(definition)});
+
+  engine::Engine engine(parts());
+  double openMs = 1e9, saveMs = 1e9;
+  for (int round = 0; round < 5; ++round) {
+    auto start = Clock::now();
+    auto opened = engine.openReport(source, OpenMethod::ByTemporaryCopy);
+    auto& report = static_cast<engine::Report&>(*opened);
+    std::size_t objects = 0;
+    for (const auto& s : report.document().definition.sections) objects += s.objects.size();
+    openMs = std::min(openMs, ms(Clock::now() - start));
+    if (objects < 1000) return 1;
+    start = Clock::now();
+    report.save(copy);
+    saveMs = std::min(saveMs, ms(Clock::now() - start));
+  }
+  std::printf("open-save-ms-open-1000-objects: %.1f ms\n", openMs);
+  std::printf("open-save-ms-save-1000-objects: %.1f ms\n", saveMs);
+  DeleteFileW((folder + L"\\thousand.rpt").c_str());
+  DeleteFileW((folder + L"\\thousand-saved.rpt").c_str());
+  return 0;
+}
+
+}  // namespace
+}  // namespace mervane
+
+int wmain(int argc, wchar_t** argv) {
+  using mervane::win::fromWide;
+  CoInitialize(nullptr);
+  const std::wstring mode = argc > 1 ? argv[1] : L"";
+  if (mode == L"open-save" && argc > 2) return mervane::openSave(argv[2]);
+  if (mode == L"pages" && argc > 3) {
+    std::wstring label(argv[2]);
+    return mervane::pages(std::string(label.begin(), label.end()), fromWide(argv[3]),
+                          argc > 4 ? fromWide(argv[4]) : mervane::Text(), argc > 5 ? fromWide(argv[5]) : mervane::Text());
+  }
+  std::fputs("usage: report_bench open-save FOLDER | pages LABEL CONNECT_TEXT [USER PASSWORD]\n", stderr);
+  return 2;
+}

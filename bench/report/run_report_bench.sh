@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# The engine's figures under Wine: opening and saving a report of 1,000
+# objects, then the grouped example report over 1,000 and 1,000,000 order
+# lines on SQLite and on a private PostgreSQL server, each run in a process
+# of its own so that its peak memory is its own.
+#
+#   bench/report/run_report_bench.sh [WIN64_BUILD_DIR]   (default build/win64)
+set -euo pipefail
+root=$(cd "$(dirname "$0")/../.." && pwd)
+build=$(cd "${1:-$root/build/win64}" && pwd)
+bench="$build/bench/report/report_bench.exe"
+[[ -f "$bench" ]] || { echo "build report_bench first (cmake --build $build --target report_bench)" >&2; exit 1; }
+work=$(mktemp -d)
+chmod 755 "$work"
+trap 'rm -rf "$work"' EXIT
+prefix="$build/wineprefix"
+[[ -f "$prefix/system.reg" ]] || "$root/tests/wine/prepare-prefix.sh" "$prefix" "$build/src/server/Mervane100.dll" >/dev/null
+run() { "$root/tests/wine/run.sh" "$prefix" "$bench" "$@"; }
+
+run open-save "$work"
+for lines in 1000 1000000; do
+  db="$work/company-$lines.db"
+  python3 "$root/examples/company/make_company_db.py" "$db" --order-lines "$lines"
+  run pages "sqlite-$lines" "Driver={SQLite3};Database=$db"
+  RUN="$root/tests/wine/run.sh" PREFIX="$prefix" BENCH="$bench" LINES="$lines" \
+    "$root/tests/support/postgres.sh" run "$work/pg-$lines" "$db" -- bash -c \
+    '"$RUN" "$PREFIX" "$BENCH" pages "postgresql-$LINES" \
+       "Driver={PostgreSQL Unicode};Server=$PGHOST;Port=$PGPORT;Database=$PGDATABASE" "$PG_PASSWORD_USER" "$PG_PASSWORD"'
+done

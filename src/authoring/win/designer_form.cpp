@@ -1,0 +1,330 @@
+// frmNewReport: layout, tabs, OpenReport, NewReport, the title, closing.
+//
+// The designer and viewer operations that callers of such a window know by
+// dispatch id, and what they are in our controls, in one place:
+//   designer 17         its report object      DesignerControl::setReport
+//   designer 13 true    display option         the field list is shown
+//   designer 9 true     display option         the grid is shown, objects snap to it
+//   designer 18 false   display option         the report may be changed (not read-only)
+//                       (design_options.h says the same from the designer's side)
+//   viewer 250          its report source      ViewerControl::setReportSource
+//   viewer 360 with 1   the view's mode        ViewerControl::showAsPages (whole pages, as printed)
+//   viewer 265          show the report        ViewerControl::viewReport (starts the first run)
+//   viewer 402 false    refresh                ViewerControl::refresh (runs the report again as
+//                                              it now stands; false: no prompt for parameters)
+#include "authoring/win/designer_form.h"
+
+#include <commctrl.h>
+#include <commdlg.h>
+
+#include <vector>
+
+#include "authoring/designer/win/designer_control.h"
+#include "authoring/viewer/win/viewer_control.h"
+#include "base/attempt.h"
+#include "base/win/com.h"
+#include "components/engine/engine.h"
+
+namespace mervane::authoring::win {
+namespace {
+
+constexpr int kDesignTab = 1;  // the tabs' indexes, from 1
+constexpr int kPreviewTab = 2;
+constexpr int kMargin = 120;   // twips around the tab strip
+
+Text folderOf(const Text& path) {
+  std::size_t slash = path.find_last_of(u"\\/");
+  return slash == Text::npos ? Text() : path.substr(0, slash);
+}
+
+// The standard save dialog for a report file; empty when cancelled.
+Text askReportFileName(HWND owner, const Text& initialPath) {
+  std::wstring file(32768, L'\0');
+  std::wstring name = mervane::win::toWide(initialPath.substr(initialPath.find_last_of(u"\\/") + 1));
+  name.copy(file.data(), std::min(name.size(), file.size() - 1));
+  std::wstring folder = mervane::win::toWide(folderOf(initialPath));
+  OPENFILENAMEW ofn = {};
+  ofn.lStructSize = sizeof(ofn);
+  ofn.hwndOwner = owner;
+  ofn.lpstrFilter = L"Reports (*.rpt)\0*.rpt\0All files (*.*)\0*.*\0";
+  ofn.lpstrFile = file.data();
+  ofn.nMaxFile = static_cast<DWORD>(file.size());
+  ofn.lpstrInitialDir = folder.empty() ? nullptr : folder.c_str();
+  ofn.lpstrDefExt = L"rpt";
+  ofn.lpstrTitle = L"Save Report As";
+  ofn.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
+  if (!GetSaveFileNameW(&ofn)) return Text();
+  return mervane::win::fromWide(file.c_str());
+}
+
+}  // namespace
+
+DesignerForm::DesignerForm(DesignerFormParts parts) : Form(L"New Report", 9390, 6720), parts_(std::move(parts)) {
+  windowStyle_ = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
+  windowExStyle_ = WS_EX_APPWINDOW;
+}
+
+DesignerForm::~DesignerForm() {
+  // Unloading: the controls let go of the report, then the report is
+  // released, then the engine application.
+  if (designer_) designer_->setReport(nullptr);
+  if (viewer_) viewer_->setReportSource(nullptr);
+  designer_.reset();
+  viewer_.reset();
+  report_.reset();
+  engine_.reset();
+}
+
+void DesignerForm::onLoad() {
+  // The tab strip lies behind the two controls; the designer is in front.
+  static const mervane::win::ControlLayout kControls[] = {
+      {WC_TABCONTROLW, L"", kTabStrip, 120, 120, 9015, 6495, WS_CLIPSIBLINGS | WS_TABSTOP},
+  };
+  addControls(kControls);
+  HWND tabs = control(kTabStrip);
+  for (const wchar_t* caption : {L"Design", L"Preview"}) {
+    TCITEMW item = {};
+    item.mask = TCIF_TEXT;
+    item.pszText = const_cast<wchar_t*>(caption);
+    SendMessageW(tabs, TCM_INSERTITEMW, SendMessageW(tabs, TCM_GETITEMCOUNT, 0, 0), reinterpret_cast<LPARAM>(&item));
+  }
+
+  viewer_ = std::make_unique<viewer::win::ViewerControl>();
+  if (!viewer_->create(hwnd())) viewer_.reset();
+  designer_ = std::make_unique<DesignerControl>();
+  if (!designer_->create(hwnd())) designer_.reset();
+  auto place = [&](HWND h, int left, int top, int width, int height) {
+    if (h) SetWindowPos(h, HWND_TOP, pixelsX(left), pixelsY(top), pixelsX(width), pixelsY(height), SWP_NOACTIVATE);
+  };
+  if (viewer_) place(viewer_->hwnd(), 240, 600, 8655, 5775);
+  if (designer_) place(designer_->hwnd(), 240, 600, 8655, 5895);
+  tabChosen(kDesignTab);
+
+  // The designer's menus (File, Edit, Insert, Report, View) with their
+  // keys; the File commands come back here.
+  menu_ = CreateMenu();
+  if (designer_) designer_->appendMenus(menu_);
+  SetMenu(hwnd(), menu_);
+
+  // 0.9 of the screen each way, in the middle of it.
+  const int width = GetSystemMetrics(SM_CXSCREEN) * 9 / 10;
+  const int height = GetSystemMetrics(SM_CYSCREEN) * 9 / 10;
+  SetWindowPos(hwnd(), nullptr, (GetSystemMetrics(SM_CXSCREEN) - width) / 2,
+               (GetSystemMetrics(SM_CYSCREEN) - height) / 2, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+  engine_ = parts_.createEngine ? parts_.createEngine() : nullptr;
+}
+
+HWND DesignerForm::designerWindow() const { return designer_ ? designer_->hwnd() : nullptr; }
+HWND DesignerForm::viewerWindow() const { return viewer_ ? viewer_->hwnd() : nullptr; }
+engine::Report* DesignerForm::currentReport() const { return dynamic_cast<engine::Report*>(report_.get()); }
+
+void DesignerForm::setCaption(const Text& caption) { Form::setCaption(mervane::win::toWide(caption)); }
+
+// The tab strip keeps a margin of 120 twips on each side; both controls
+// fill its client area. A size that would come out negative leaves that
+// control where it was.
+void DesignerForm::layOut() {
+  RECT client;
+  if (!GetClientRect(hwnd(), &client)) return;
+  HWND tabs = control(kTabStrip);
+  const int width = client.right - 2 * pixelsX(kMargin);
+  const int height = client.bottom - 2 * pixelsY(kMargin);
+  if (tabs && width >= 0 && height >= 0) MoveWindow(tabs, pixelsX(kMargin), pixelsY(kMargin), width, height, TRUE);
+
+  RECT area;
+  if (!tabs || !GetWindowRect(tabs, &area)) return;
+  MapWindowPoints(nullptr, hwnd(), reinterpret_cast<POINT*>(&area), 2);
+  SendMessageW(tabs, TCM_ADJUSTRECT, FALSE, reinterpret_cast<LPARAM>(&area));
+  const int areaWidth = area.right - area.left, areaHeight = area.bottom - area.top;
+  if (areaWidth < 0 || areaHeight < 0) return;
+  for (HWND h : {designerWindow(), viewerWindow()})
+    if (h) SetWindowPos(h, nullptr, area.left, area.top, areaWidth, areaHeight, SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+// Design brings the designer to the front; Preview brings the viewer and
+// runs the report again as it now stands, with the hourglass.
+void DesignerForm::tabChosen(int index) {
+  HWND front = nullptr, back = nullptr;
+  if (index == kDesignTab) {
+    front = designerWindow();
+    back = viewerWindow();
+  } else if (index == kPreviewTab) {
+    front = viewerWindow();
+    back = designerWindow();
+  } else {
+    return;
+  }
+  if (front) {
+    SetWindowPos(front, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_SHOWWINDOW);
+    if (IsWindowVisible(hwnd())) SetFocus(front);
+  }
+  if (back) ShowWindow(back, SW_HIDE);
+  if (index == kPreviewTab && viewer_) {
+    mervane::win::WaitCursor hourglass;
+    attempt([&] { viewer_->refresh(); });
+    if (engine::Report* report = currentReport()) previewedRevision_ = report->revision();
+  }
+}
+
+void DesignerForm::giveToDesigner() {
+  if (!designer_) return;
+  engine::Report* report = currentReport();
+  attempt([&] { designer_->setReport(report); });
+  attempt([&] { designer_->setDisplayOption(13, true); });
+  attempt([&] { designer_->setDisplayOption(9, true); });
+  attempt([&] { designer_->setDisplayOption(18, false); });
+}
+
+// OpenReport asks for the page view (360) before showing the report (265);
+// NewReport the other way round.
+void DesignerForm::giveToViewer(bool pagesFirst) {
+  if (!viewer_) return;
+  engine::Report* report = currentReport();
+  attempt([&] { viewer_->setReportSource(report); });
+  if (pagesFirst) {
+    attempt([&] { viewer_->showAsPages(); });
+    attempt([&] { viewer_->viewReport(); });
+  } else {
+    attempt([&] { viewer_->viewReport(); });
+    attempt([&] { viewer_->showAsPages(); });
+  }
+}
+
+void DesignerForm::dropReport() {
+  if (designer_) attempt([&] { designer_->setReport(nullptr); });
+  if (viewer_) attempt([&] { viewer_->setReportSource(nullptr); });
+  report_.reset();
+}
+
+void DesignerForm::openReport(const Text& fileName, const Text& repName) {
+  dropReport();
+  attempt([&] { if (engine_) report_ = engine_->openReport(fileName, OpenMethod::ByTemporaryCopy); });
+  attempt([&] { setReportLocations(report_.get(), locations_); });
+  giveToDesigner();
+  giveToViewer(true);
+  attempt([&] { if (report_) report_->setTitle(repName); });
+}
+
+Text DesignerForm::reportTitle() {
+  Text title;
+  attempt([&] { if (report_) title = report_->title(); });
+  return title;
+}
+
+// ---- NewReport ----
+
+bool DesignerForm::newReport() {
+  std::unique_ptr<DatabaseServer> server;
+  attempt([&] { if (parts_.createServer) server = parts_.createServer(); });
+  if (!server) return false;
+  const NewReportSettings sql{locations_.sqlServer, locations_.sqlDatabase, locations_.sqlLogin,
+                              locations_.sqlPassword};
+  return buildNewReport(sql, *server, parts_.loadChooser, *this);
+}
+
+void DesignerForm::setHourglass(bool on) {
+  SetCursor(LoadCursorW(nullptr, on ? IDC_WAIT : IDC_ARROW));
+}
+
+void DesignerForm::processMessages() { mervane::win::processMessages(); }
+
+void DesignerForm::createReport() {
+  dropReport();
+  if (engine_) report_ = engine_->newReport();
+  giveToDesigner();
+  giveToViewer(false);
+}
+
+std::shared_ptr<EngineDatabase> DesignerForm::reportDatabase() {
+  return report_ ? report_->database() : nullptr;
+}
+
+// ---- saving and closing ----
+
+// Save writes the opened file; Save As (or Save of a report that has no
+// file yet) asks for a name first. False when nothing was written.
+bool DesignerForm::save(bool askForName) {
+  engine::Report* report = currentReport();
+  if (!report) return false;
+  Text path = report->path();
+  if (askForName || path.empty()) {
+    Text suggestion = path.empty() ? report->title() + u".rpt" : path;
+    path = askReportFileName(hwnd(), suggestion);
+    if (path.empty()) return false;
+  }
+  try {
+    mervane::win::WaitCursor hourglass;
+    report->save(path);
+    return true;
+  } catch (const std::exception&) {
+    std::wstring text = L"The report could not be saved to " + mervane::win::toWide(path) +
+                        L".\nThe file is as it was before.";
+    MessageBoxW(hwnd(), text.c_str(), L"Save Report", MB_OK | MB_ICONEXCLAMATION);
+    return false;
+  }
+}
+
+// The close button hides the window (the caller reads the title and
+// unloads it). With unsaved changes the user is asked first: Yes saves,
+// No closes without saving, Cancel keeps the window open.
+void DesignerForm::onCloseRequest() {
+  engine::Report* report = currentReport();
+  if (report && report->modified()) {
+    std::wstring question = L"Do you want to save the changes to \"" + mervane::win::toWide(report->title()) + L"\"?";
+    int answer = MessageBoxW(hwnd(), question.c_str(), L"Close Report", MB_YESNOCANCEL | MB_ICONQUESTION);
+    if (answer == IDCANCEL) return;
+    if (answer == IDYES && !save(false)) return;
+  }
+  hide();
+}
+
+void DesignerForm::onMenu(UINT id) {
+  switch (id) {
+    case kCommandSave: save(false); return;
+    case kCommandSaveAs: save(true); return;
+    case kCommandClose: onCloseRequest(); return;
+    case kCommandPrint:
+    case kCommandExport: {
+      if (!viewer_) return;
+      // What is printed is the report as it now stands.
+      engine::Report* report = currentReport();
+      if (report && report->revision() != previewedRevision_) {
+        attempt([&] { viewer_->refresh(); });
+        previewedRevision_ = report->revision();
+      }
+      attempt([&] { id == kCommandPrint ? viewer_->print() : viewer_->exportTo(); });
+      return;
+    }
+    default:
+      if (designer_) attempt([&] { designer_->onCommand(id); });
+  }
+}
+
+// The designer's keys work on both tabs: its File keys (save, print) are
+// the window's.
+bool DesignerForm::preTranslateMessage(MSG& message) {
+  return designer_ && designer_->translateAccelerator(message);
+}
+
+LRESULT DesignerForm::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_SIZE:
+      layOut();
+      return 0;
+    case WM_NOTIFY: {
+      const auto* header = reinterpret_cast<const NMHDR*>(lParam);
+      if (header->idFrom == kTabStrip && header->code == TCN_SELCHANGE)
+        tabChosen(static_cast<int>(SendMessageW(header->hwndFrom, TCM_GETCURSEL, 0, 0)) + 1);
+      break;
+    }
+    case WM_COMMAND:
+      if (lParam == 0) {  // menus and accelerators
+        onMenu(LOWORD(wParam));
+        return 0;
+      }
+      break;
+  }
+  return Form::onMessage(message, wParam, lParam);
+}
+
+}  // namespace mervane::authoring::win

@@ -1,0 +1,98 @@
+// frmNewReport: the designer window. A tab strip with "Design" and
+// "Preview" decides which of the two controls, the report designer and the
+// report viewer, is in front; both always fill the tab strip's client area.
+//
+// The window holds the engine application (from load to unload) and the
+// current report (from NewReport or OpenReport to unload). It never writes
+// the report unless the user asks (File > Save, Save As, or Yes when asked
+// whether to save the changes on closing).
+#pragma once
+
+#include <memory>
+
+#include "authoring/designer_window.h"
+#include "authoring/new_report.h"
+#include "base/win/form.h"
+#include "components/report_engine.h"
+#include "connections/report_locations.h"
+
+namespace mervane::engine {
+class Report;
+}
+namespace mervane::viewer::win {
+class ViewerControl;
+}
+
+namespace mervane::authoring::win {
+
+class DesignerControl;
+
+// What the window needs from outside: the engine, and for NewReport the
+// company database server and a table chooser.
+struct DesignerFormParts {
+  std::function<std::unique_ptr<EngineApplication>()> createEngine;
+  std::function<std::unique_ptr<DatabaseServer>()> createServer;
+  std::function<std::unique_ptr<TableChooser>()> loadChooser;
+};
+
+class DesignerForm final : public mervane::win::Form, public DesignerWindow, private NewReportWindow {
+ public:
+  explicit DesignerForm(DesignerFormParts parts);
+  ~DesignerForm() override;
+
+  // DesignerWindow
+  void setCaption(const Text& caption) override;
+  void setUserName(const Text& value) override { locations_.userName = value; }
+  void setUserPassword(const Text& value) override { locations_.userPassword = value; }
+  void setOdbcName(const Text& value) override { locations_.odbcName = value; }
+  void setSqlDatabase(const Text& value) override { locations_.sqlDatabase = value; }
+  void setSqlLogin(const Text& value) override { locations_.sqlLogin = value; }
+  void setSqlPassword(const Text& value) override { locations_.sqlPassword = value; }
+  void setSqlServer(const Text& value) override { locations_.sqlServer = value; }
+  void setSqlConnString(const Text& value) override { locations_.sqlConnString = value; }
+  bool newReport() override;
+  void openReport(const Text& fileName, const Text& repName) override;
+  Text reportTitle() override;
+  bool hasReport() override { return report_ != nullptr; }
+  void showModal() override { Form::showModal(); }
+
+  // For tests: the two controls and the tab strip.
+  HWND designerWindow() const;
+  HWND viewerWindow() const;
+  HWND tabStrip() const { return control(kTabStrip); }
+  engine::Report* currentReport() const;
+
+  static constexpr int kTabStrip = 1;
+
+ protected:
+  void onLoad() override;
+  void onCloseRequest() override;
+  LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+  bool preTranslateMessage(MSG& message) override;
+
+ private:
+  // NewReportWindow
+  void setHourglass(bool on) override;
+  void processMessages() override;
+  void createReport() override;
+  std::shared_ptr<EngineDatabase> reportDatabase() override;
+
+  void layOut();
+  void tabChosen(int index);
+  void giveToDesigner();
+  void giveToViewer(bool viewerFirstShows);
+  void dropReport();
+  bool save(bool askForName);
+  void onMenu(UINT id);
+
+  DesignerFormParts parts_;
+  ReportLocations locations_;
+  std::unique_ptr<EngineApplication> engine_;
+  std::unique_ptr<EngineReport> report_;
+  std::unique_ptr<DesignerControl> designer_;
+  std::unique_ptr<viewer::win::ViewerControl> viewer_;
+  HMENU menu_ = nullptr;
+  std::uint64_t previewedRevision_ = ~0ull;
+};
+
+}  // namespace mervane::authoring::win

@@ -1,0 +1,222 @@
+// The designer window as the host reaches it through EditVisualReport and
+// NewVisualReport, with a person at the window: tabs clicked with the
+// mouse, the window resized and closed with its close button; the title
+// read back and the stored report values afterwards.
+#include <windows.h>
+#include <commctrl.h>
+#include <oleauto.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "Mervane100.h"
+#include "authoring/win/designer_form.h"
+#include "base/win/com.h"
+#include "catalogue/catalogue_scan.h"
+#include "components/engine/engine.h"
+#include "components/engine/win/engine_factory.h"
+#include "components/win/host_components.h"
+#include "person.h"
+
+namespace mervane {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Person;
+using win::Bstr;
+using win::ComPtr;
+
+const Text kRoot = u"Mervane Designer Test";
+const std::wstring kRootKey = L"Software\\VB and VBA Program Settings\\Mervane Designer Test";
+
+Text text(const std::wstring& w) { return Text(w.begin(), w.end()); }
+
+fs::path fromUnix(std::string unix) {
+  std::replace(unix.begin(), unix.end(), '/', '\\');
+  return fs::path(L"Z:" + std::wstring(unix.begin(), unix.end()));
+}
+
+std::string bytes(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// Clicks a tab of the window's tab strip with the mouse.
+void clickTab(HWND window, int index) {
+  HWND tabs = GetDlgItem(window, authoring::win::DesignerForm::kTabStrip);
+  RECT r{};
+  SendMessageW(tabs, TCM_GETITEMRECT, index, reinterpret_cast<LPARAM>(&r));
+  LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
+  PostMessageW(tabs, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  PostMessageW(tabs, WM_LBUTTONUP, 0, at);
+  Sleep(300);
+}
+
+int selectedTab(HWND window) {
+  return static_cast<int>(SendMessageW(GetDlgItem(window, authoring::win::DesignerForm::kTabStrip), TCM_GETCURSEL, 0, 0));
+}
+
+// The visible child windows of the form other than the tab strip.
+std::vector<HWND> visibleControls(HWND window) {
+  std::vector<HWND> out;
+  for (HWND c = GetWindow(window, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT))
+    if (IsWindowVisible(c) && GetDlgCtrlID(c) != authoring::win::DesignerForm::kTabStrip) out.push_back(c);
+  return out;
+}
+
+class DesignerFormTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    CoInitialize(nullptr);
+    RegDeleteTreeW(HKEY_CURRENT_USER, kRootKey.c_str());
+    folder_ = fs::temp_directory_path() / ("designer-" + std::to_string(GetCurrentProcessId()));
+    fs::create_directories(folder_);
+    fs::copy_file(fromUnix(MERVANE_EXAMPLE_REPORTS) / "Monthly Sales.rpt", folder_ / "Monthly Sales.rpt");
+    ASSERT_EQ(CoCreateInstance(CLSID_ReportFunctions, nullptr, CLSCTX_INPROC_SERVER, IID__ReportFunctions,
+                               functions_.putVoid()),
+              S_OK);
+    functions_->put_RegistryPath(Bstr(kRoot).get());
+    functions_->put_SqlDatabase(Bstr(u"company").get());
+    functions_->put_SqlConnString(Bstr(u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) +
+                                       u";StepAPI=1;NoCreat=1")
+                                      .get());
+  }
+  void TearDown() override {
+    functions_.reset();
+    fs::remove_all(folder_);
+    RegDeleteTreeW(HKEY_CURRENT_USER, kRootKey.c_str());
+    CoUninitialize();
+  }
+  Text path(const wchar_t* name) const { return text((folder_ / name).wstring()); }
+  void store(const Text& key, const Text& value) { threadSettingsStore().write(kRoot, kReportsSection, key, value); }
+  Text stored(const Text& key) { return threadSettingsStore().read(kRoot, kReportsSection, key, u"<none>"); }
+
+  ComPtr<_ReportFunctions> functions_;
+  fs::path folder_;
+};
+
+TEST_F(DesignerFormTest, EditShowsTheReportAndTheTabsSwitchTheControls) {
+  const Text file = path(L"Monthly Sales.rpt");
+  store(file, u"Monthly Sales;Y;17");
+  const std::string before = bytes(folder_ / "Monthly Sales.rpt");
+  bool sawDesign = false, sawPreview = false, laidOut = false, tinyKept = false;
+  {
+    Person person(L"Edit Report - " + std::wstring(file.begin(), file.end()), [&](Person&, HWND window) {
+      RECT frame{};
+      GetWindowRect(window, &frame);
+      // 0.9 of the screen each way.
+      laidOut = std::abs((frame.right - frame.left) - GetSystemMetrics(SM_CXSCREEN) * 9 / 10) <= 2;
+      sawDesign = selectedTab(window) == 0 && visibleControls(window).size() == 1;
+      clickTab(window, 1);
+      sawPreview = selectedTab(window) == 1 && visibleControls(window).size() == 1;
+      clickTab(window, 0);
+      // Every control fills the tab strip's client area; a window too small
+      // for it leaves them where they were.
+      HWND tabs = GetDlgItem(window, authoring::win::DesignerForm::kTabStrip);
+      RECT area{};
+      GetWindowRect(tabs, &area);
+      MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&area), 2);
+      SendMessageW(tabs, TCM_ADJUSTRECT, FALSE, reinterpret_cast<LPARAM>(&area));
+      RECT shown{};
+      HWND front = visibleControls(window).empty() ? nullptr : visibleControls(window)[0];
+      GetWindowRect(front, &shown);
+      MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&shown), 2);
+      laidOut = laidOut && EqualRect(&area, &shown);
+      SetWindowPos(window, nullptr, 0, 0, 40, 30, SWP_NOZORDER | SWP_NOMOVE);
+      Sleep(200);
+      RECT after{};
+      GetWindowRect(front, &after);
+      MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&after), 2);
+      tinyKept = EqualRect(&after, &shown);
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+    });
+    Bstr repName(u"Monthly Sales");
+    BSTR raw = repName.get();
+    ASSERT_EQ(functions_->EditVisualReport(&raw, Bstr(file).get()), S_OK);
+    EXPECT_EQ(win::toText(raw), u"Monthly Sales");
+  }
+  EXPECT_TRUE(laidOut);
+  EXPECT_TRUE(sawDesign);
+  EXPECT_TRUE(sawPreview);
+  EXPECT_TRUE(tinyKept);
+  // Nothing written: the stored value and the file are as they were.
+  EXPECT_EQ(stored(file), u"Monthly Sales;Y;17");
+  EXPECT_EQ(bytes(folder_ / "Monthly Sales.rpt"), before);
+}
+
+TEST_F(DesignerFormTest, TheTitleReadsBackAsGivenAndAChangedTitleIsStored) {
+  using authoring::win::DesignerForm;
+  auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
+      [] { return createEngineApplication(); }, nullptr, nullptr});
+  form->load();
+  ASSERT_TRUE(form->hwnd());
+  form->openReport(path(L"Monthly Sales.rpt"), u"Given title");
+  ASSERT_TRUE(form->hasReport());
+  EXPECT_EQ(form->reportTitle(), u"Given title");  // not the file's
+  form->currentReport()->setTitle(u"Edited");
+  EXPECT_EQ(form->reportTitle(), u"Edited");
+  // A file that does not open: an empty window and an empty title.
+  form->openReport(path(L"missing.rpt"), u"Given title");
+  EXPECT_FALSE(form->hasReport());
+  EXPECT_EQ(form->reportTitle(), u"");
+
+  // A missing file through the host: the window opens empty, and the host's
+  // title and the stored values stay.
+  store(path(L"missing.rpt"), u"Old;N;1");
+  {
+    Person person(L"Edit Report - " + (folder_ / L"missing.rpt").wstring(),
+                  [&](Person&, HWND window) { PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0); });
+    Bstr repName(u"Old");
+    BSTR raw = repName.get();
+    EXPECT_EQ(functions_->EditVisualReport(&raw, Bstr(path(L"missing.rpt")).get()), S_OK);
+    EXPECT_EQ(win::toText(raw), u"Old");
+  }
+  EXPECT_EQ(stored(path(L"missing.rpt")), u"Old;N;1");
+}
+
+TEST_F(DesignerFormTest, ClosingWithChangesAsksAndSavesOnlyOnYes) {
+  using authoring::win::DesignerForm;
+  const fs::path file = folder_ / "Monthly Sales.rpt";
+  const std::string before = bytes(file);
+  auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
+      [] { return createEngineApplication(); }, nullptr, nullptr});
+  form->load();
+  form->setCaption(u"Closing test");
+  form->openReport(text(file.wstring()), u"Monthly Sales");
+  form->currentReport()->document().definition.sections[0].height += 100;
+  form->currentReport()->markChanged();
+
+  // No: the window hides, nothing is written.
+  {
+    Person person(L"Closing test", [&](Person& p, HWND window) {
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      auto box = p.answerMessage(window, IDNO);
+      EXPECT_EQ(box.title, L"Close Report");
+    });
+    form->showModal();
+  }
+  EXPECT_EQ(bytes(file), before);
+  // Yes: the report is written to its file, safely, and then the window hides.
+  {
+    Person person(L"Closing test", [&](Person& p, HWND window) {
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      p.answerMessage(window, IDYES);
+    });
+    form->showModal();
+  }
+  EXPECT_NE(bytes(file), before);
+  EXPECT_FALSE(form->currentReport()->modified());
+  auto engine = createEngineApplication();
+  auto reopened = engine->openReport(text(file.wstring()));
+  ASSERT_TRUE(reopened);
+  auto& reread = static_cast<engine::Report&>(*reopened).document();
+  EXPECT_TRUE(reread.hasLayout);
+  EXPECT_EQ(reread.definition.sections[0].height, form->currentReport()->document().definition.sections[0].height);
+}
+
+}  // namespace
+}  // namespace mervane
