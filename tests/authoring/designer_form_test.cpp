@@ -56,6 +56,14 @@ void clickTab(HWND window, int index) {
   Sleep(300);
 }
 
+BOOL CALLBACK findTree(HWND child, LPARAM found) {
+  wchar_t name[64] = {};
+  GetClassNameW(child, name, 64);
+  if (std::wstring(name) != WC_TREEVIEWW) return TRUE;
+  *reinterpret_cast<HWND*>(found) = child;
+  return FALSE;
+}
+
 int selectedTab(HWND window) {
   return static_cast<int>(SendMessageW(GetDlgItem(window, authoring::win::DesignerForm::kTabStrip), TCM_GETCURSEL, 0, 0));
 }
@@ -74,6 +82,7 @@ class DesignerFormTest : public ::testing::Test {
     CoInitialize(nullptr);
     RegDeleteTreeW(HKEY_CURRENT_USER, kRootKey.c_str());
     folder_ = fs::temp_directory_path() / ("designer-" + std::to_string(GetCurrentProcessId()));
+    fs::remove_all(folder_);
     fs::create_directories(folder_);
     fs::copy_file(fromUnix(MERVANE_EXAMPLE_REPORTS) / "Monthly Sales.rpt", folder_ / "Monthly Sales.rpt");
     ASSERT_EQ(CoCreateInstance(CLSID_ReportFunctions, nullptr, CLSCTX_INPROC_SERVER, IID__ReportFunctions,
@@ -216,6 +225,96 @@ TEST_F(DesignerFormTest, ClosingWithChangesAsksAndSavesOnlyOnYes) {
   auto& reread = static_cast<engine::Report&>(*reopened).document();
   EXPECT_TRUE(reread.hasLayout);
   EXPECT_EQ(reread.definition.sections[0].height, form->currentReport()->document().definition.sections[0].height);
+}
+
+// NewVisualReport on the example company database (a SQLite file named as
+// the server, the database by its base name): the user ticks two tables
+// with the space bar, confirms, and the designer window shows a new report
+// on them, linked by their common column; closing it returns true.
+TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
+  functions_->put_SqlServer(Bstr(fromUtf8(MERVANE_COMPANY_DB)).get());
+  std::vector<std::wstring> nodes, reportTables;
+  bool designerShown = false;
+  std::wstring caption;
+  {
+    Person chooser(L"Choose Tables", [&](Person& p, HWND dialog) {
+      HWND tree = GetDlgItem(dialog, 101);
+      HTREEITEM root = TreeView_GetRoot(tree);
+      for (HTREEITEM i = TreeView_GetChild(tree, root); i; i = TreeView_GetNextSibling(tree, i)) {
+        wchar_t text[256] = {};
+        TVITEMW item = {};
+        item.mask = TVIF_TEXT;
+        item.hItem = i;
+        item.pszText = text;
+        item.cchTextMax = 256;
+        TreeView_GetItem(tree, &item);
+        nodes.push_back(text);
+        if (std::wstring(text) == L"Customers" || std::wstring(text) == L"Orders") {
+          TreeView_SelectItem(tree, i);
+          SetFocus(tree);
+          PostMessageW(tree, WM_KEYDOWN, VK_SPACE, 1);
+          PostMessageW(tree, WM_KEYUP, VK_SPACE, 0xC0000001);
+          Sleep(200);
+        }
+      }
+      p.press(dialog, IDOK);
+    });
+    Person designer(L"New Report", [&](Person&, HWND window) {
+      designerShown = true;
+      caption = Person::text(window);
+      // The designer's field list: its first branch holds the report's tables.
+      HWND fields = nullptr;
+      EnumChildWindows(window, findTree, reinterpret_cast<LPARAM>(&fields));
+      // Columns are read from the database in the background.
+      for (int i = 0; fields && i < 100 && !TreeView_GetChild(fields, TreeView_GetRoot(fields)); ++i) Sleep(50);
+      if (fields) {
+        HTREEITEM databaseFields = TreeView_GetRoot(fields);
+        for (HTREEITEM i = TreeView_GetChild(fields, databaseFields); i; i = TreeView_GetNextSibling(fields, i)) {
+          wchar_t text[256] = {};
+          TVITEMW item = {};
+          item.mask = TVIF_TEXT;
+          item.hItem = i;
+          item.pszText = text;
+          item.cchTextMax = 256;
+          TreeView_GetItem(fields, &item);
+          reportTables.push_back(text);
+        }
+      }
+      clickTab(window, 1);
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      // A new report has unsaved work: the window asks; No closes it.
+      for (int i = 0; i < 100; ++i) {
+        HWND box = FindWindowW(L"#32770", L"Close Report");
+        if (box) {
+          PostMessageW(box, WM_COMMAND, IDNO, 0);
+          break;
+        }
+        Sleep(20);
+      }
+    });
+    VARIANT_BOOL shown = VARIANT_FALSE;
+    ASSERT_EQ(functions_->NewVisualReport(&shown), S_OK);
+    EXPECT_EQ(shown, VARIANT_TRUE);
+  }
+  EXPECT_TRUE(designerShown);
+  EXPECT_EQ(caption, L"New Report");
+  EXPECT_EQ(nodes, (std::vector<std::wstring>{L"Customers", L"Products", L"Orders", L"Order Lines"}));
+  EXPECT_EQ(reportTables, (std::vector<std::wstring>{L"Customers", L"Orders"}));
+}
+
+TEST_F(DesignerFormTest, NewVisualReportCancelledShowsNothing) {
+  functions_->put_SqlServer(Bstr(u"no-such-server").get());
+  std::size_t items = 99;
+  {
+    Person chooser(L"Choose Tables", [&](Person& p, HWND dialog) {
+      items = static_cast<std::size_t>(TreeView_GetCount(GetDlgItem(dialog, 101)));
+      p.press(dialog, IDCANCEL);
+    });
+    VARIANT_BOOL shown = VARIANT_TRUE;
+    ASSERT_EQ(functions_->NewVisualReport(&shown), S_OK);
+    EXPECT_EQ(shown, VARIANT_FALSE);
+  }
+  EXPECT_EQ(items, 0u);  // an unknown server: an empty tree
 }
 
 }  // namespace

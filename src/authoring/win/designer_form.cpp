@@ -219,7 +219,11 @@ bool DesignerForm::newReport() {
   if (!server) return false;
   const NewReportSettings sql{locations_.sqlServer, locations_.sqlDatabase, locations_.sqlLogin,
                               locations_.sqlPassword};
-  return buildNewReport(sql, *server, parts_.loadChooser, *this);
+  const bool built = buildNewReport(sql, *server, parts_.loadChooser, *this);
+  // The tables were added after the designer was given the report: its
+  // field list reads them again.
+  if (built && designer_) attempt([&] { designer_->setReport(currentReport()); });
+  return built;
 }
 
 void DesignerForm::setHourglass(bool on) {
