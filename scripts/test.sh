@@ -9,16 +9,21 @@ root=$(pwd)
 scripts/setup.sh || exit 1
 jobs=$(nproc)
 
-build() {  # dir [cmake args...]
+build() {  # dir [cmake args...] [-- targets...]
   local dir=$1; shift
-  cmake -S "$root" -B "$dir" -G Ninja "$@" >"$dir.configure.log" 2>&1 || { cat "$dir.configure.log"; return 1; }
-  cmake --build "$dir" -j "$jobs"
+  local args=() targets=()
+  while (($#)) && [[ $1 != -- ]]; do args+=("$1"); shift; done
+  (($#)) && shift && targets=(--target "$@")
+  cmake -S "$root" -B "$dir" -G Ninja "${args[@]}" >"$dir.configure.log" 2>&1 || { cat "$dir.configure.log"; return 1; }
+  cmake --build "$dir" -j "$jobs" "${targets[@]}"
 }
 
 mkdir -p build
 build build/native || exit 1
 build build/win64 -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-x86_64.cmake || exit 1
-build build/win32 -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-i686.cmake -DBUILD_TESTING=OFF || exit 1
+# Only the two DLLs: the 32-bit build proves they build and link; nothing
+# runs them here.
+build build/win32 -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-i686.cmake -DBUILD_TESTING=OFF -- Mervane100 MervaneHost || exit 1
 
 passed=0; failed=0
 run() {  # label dir [ctest prefix...]

@@ -310,6 +310,12 @@ bool DesignerForm::preTranslateMessage(MSG& message) {
   return designer_ && designer_->translateAccelerator(message);
 }
 
+// Menus (code 0) and accelerators (code 1); the two controls keep their own
+// controls' notices.
+void DesignerForm::onCommand(int id, int code) {
+  if (code == 0 || code == 1) onMenu(static_cast<UINT>(id));
+}
+
 LRESULT DesignerForm::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_SIZE:
@@ -321,12 +327,6 @@ LRESULT DesignerForm::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         tabChosen(static_cast<int>(SendMessageW(header->hwndFrom, TCM_GETCURSEL, 0, 0)) + 1);
       break;
     }
-    case WM_COMMAND:
-      if (lParam == 0) {  // menus and accelerators
-        onMenu(LOWORD(wParam));
-        return 0;
-      }
-      break;
   }
   return Form::onMessage(message, wParam, lParam);
 }

@@ -67,6 +67,7 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
  protected:
   void onLoad() override;
   void onCloseRequest() override;
+  void onCommand(int id, int code) override;
   LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
   bool preTranslateMessage(MSG& message) override;
 
