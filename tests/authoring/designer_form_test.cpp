@@ -266,9 +266,11 @@ TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
       // The designer's field list: its first branch holds the report's tables.
       HWND fields = nullptr;
       EnumChildWindows(window, findTree, reinterpret_cast<LPARAM>(&fields));
-      // Columns are read from the database in the background.
-      for (int i = 0; fields && i < 100 && !TreeView_GetChild(fields, TreeView_GetRoot(fields)); ++i) Sleep(50);
-      if (fields) {
+      // The field list fills as the columns come from the database.
+      const std::vector<std::wstring> expected{L"Customers", L"Orders"};
+      for (int attempt = 0; fields && attempt < 100 && reportTables != expected; ++attempt) {
+        if (attempt) Sleep(50);
+        reportTables.clear();
         HTREEITEM databaseFields = TreeView_GetRoot(fields);
         for (HTREEITEM i = TreeView_GetChild(fields, databaseFields); i; i = TreeView_GetNextSibling(fields, i)) {
           wchar_t text[256] = {};
