@@ -284,15 +284,17 @@ TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
         }
       }
       clickTab(window, 1);
-      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
-      // A new report has unsaved work: the window asks; No closes it.
-      for (int i = 0; i < 1000; ++i) {
-        HWND box = FindWindowW(L"#32770", L"Close Report");
-        if (box) {
-          PostMessageW(box, WM_COMMAND, IDNO, 0);
-          break;
+      // A new report has unsaved work: closing asks first; No closes it.
+      for (int i = 0; i < 100 && IsWindowVisible(window); ++i) {
+        PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+        for (int wait = 0; wait < 50; ++wait) {
+          if (HWND box = FindWindowW(L"#32770", L"Close Report")) {
+            PostMessageW(box, WM_COMMAND, IDNO, 0);
+            break;
+          }
+          Sleep(20);
         }
-        Sleep(20);
+        Person::waitHidden(window);
       }
     });
     VARIANT_BOOL shown = VARIANT_FALSE;

@@ -144,9 +144,12 @@ class Person {
     if (const char* hold = std::getenv("MERVANE_DIALOG_HOLD_MS")) Sleep(static_cast<DWORD>(std::atoi(hold)));
     script_(*this, window);
     // Whatever is still open is closed: message boxes first, then the window.
+    // (A box without OK, such as Yes/No/Cancel, is answered No, then Cancel.)
     while (HWND box = findOwned(window)) {
-      PostMessageW(box, WM_COMMAND, IDOK, 0);
-      waitHidden(box);
+      for (int answer : {IDOK, IDNO, IDCANCEL}) {
+        PostMessageW(box, WM_COMMAND, answer, 0);
+        if (waitHidden(box)) break;
+      }
     }
     if (IsWindow(window) && IsWindowVisible(window)) PostMessageW(window, WM_CLOSE, 0, 0);
   }

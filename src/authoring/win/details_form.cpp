@@ -22,7 +22,9 @@ const ControlLayout kLayout[] = {
 
 }  // namespace
 
-DetailsForm::DetailsForm(FileSystem& files) : Form(toWide(details::kCaption), 5700, 1380), files_(files) {}
+DetailsForm::DetailsForm(FileSystem& files) : Form(toWide(details::kCaption), 5700, 1380), files_(files) {
+  keepDialogFocus(kFileNameBox, kOk);
+}
 
 void DetailsForm::onLoad() {
   okSelected_ = false;
@@ -92,30 +94,6 @@ void DetailsForm::focusAndSelect(int id) {
 
 void DetailsForm::showMessage(const Text& text) {
   MessageBoxW(hwnd(), toWide(text).c_str(), toWide(appName_).c_str(), MB_OK | MB_ICONEXCLAMATION);
-}
-
-LRESULT DetailsForm::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-  switch (message) {
-    case WM_ACTIVATE:
-      // Leaving (to a message box, say): remember which control had the focus.
-      if (LOWORD(wParam) == WA_INACTIVE) {
-        HWND focus = GetFocus();
-        if (focus && IsChild(hwnd(), focus)) lastFocus_ = focus;
-      }
-      break;
-    case WM_SETFOCUS: {
-      // The form itself never keeps the focus: back to the last control,
-      // or to the file name box the first time.
-      HWND target = lastFocus_ && IsWindowEnabled(lastFocus_) ? lastFocus_ : control(kFileNameBox);
-      if (target) SetFocus(target);
-      return 0;
-    }
-    case DM_GETDEFID:
-      return MAKELRESULT(kOk, DC_HASDEFID);
-    default:
-      break;
-  }
-  return Form::onMessage(message, wParam, lParam);
 }
 
 }  // namespace mervane::win

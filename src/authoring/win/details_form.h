@@ -36,7 +36,6 @@ class DetailsForm final : public Form, public DetailsDialog {
  protected:
   void onLoad() override;
   void onCommand(int id, int code) override;
-  LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
  private:
   void pressOk();
@@ -47,7 +46,6 @@ class DetailsForm final : public Form, public DetailsDialog {
   Text appName_, repPath_;
   std::int32_t repType_ = 0;
   bool okSelected_ = false;
-  HWND lastFocus_ = nullptr;  // the control to give the focus back to on reactivation
 };
 
 }  // namespace mervane::win

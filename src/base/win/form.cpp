@@ -149,6 +149,7 @@ void Form::hide() {
 void Form::showModal() {
   if (!hwnd_) load();
   if (!hwnd_) return;
+  lastFocus_ = nullptr;  // each show starts at the first control
   // Disable the thread's other windows, as a modal form does.
   std::vector<HWND> disabled;
   EnumThreadWindows(GetCurrentThreadId(), collectEnabledWindow, reinterpret_cast<LPARAM>(&disabled));
@@ -179,6 +180,27 @@ void Form::showModal() {
 }
 
 LRESULT Form::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  if (defaultButton_) {
+    switch (message) {
+      case WM_ACTIVATE:
+        // Leaving (to a message box, say): remember which control had the focus.
+        if (LOWORD(wParam) == WA_INACTIVE) {
+          HWND focus = GetFocus();
+          if (focus && IsChild(hwnd_, focus)) lastFocus_ = focus;
+        }
+        break;
+      case WM_SETFOCUS: {
+        // The form itself never keeps the focus.
+        HWND target = lastFocus_ && IsWindowEnabled(lastFocus_) ? lastFocus_ : control(firstFocus_);
+        if (target) SetFocus(target);
+        return 0;
+      }
+      case DM_GETDEFID:
+        return MAKELRESULT(defaultButton_, DC_HASDEFID);
+      default:
+        break;
+    }
+  }
   return DefWindowProcW(hwnd_, message, wParam, lParam);
 }
 

@@ -59,6 +59,13 @@ class Form {
   // A message of the modal loop before the dialog keys see it (for menu
   // accelerators); true when it was handled.
   virtual bool preTranslateMessage(MSG& /*message*/) { return false; }
+  // Dialog behaviour: Enter presses `defaultButton`, and the focus, when the
+  // form gets it back (after a message box, say), returns to the control
+  // that had it, or to `firstFocus` the first time.
+  void keepDialogFocus(int firstFocus, int defaultButton) {
+    firstFocus_ = firstFocus;
+    defaultButton_ = defaultButton;
+  }
   DWORD windowStyle_ = WS_POPUP | WS_CAPTION | WS_SYSMENU;
   DWORD windowExStyle_ = WS_EX_DLGMODALFRAME;
 
@@ -69,6 +76,9 @@ class Form {
   HWND hwnd_ = nullptr;
   HFONT font_ = nullptr;
   bool activated_ = false;
+  int firstFocus_ = 0;
+  int defaultButton_ = 0;
+  HWND lastFocus_ = nullptr;
 };
 
 // Lets the thread's waiting window messages be processed once.

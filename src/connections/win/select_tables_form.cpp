@@ -54,7 +54,7 @@ class SelectTablesForm::TreeMarks final : public chooser::CheckMarks {
   HWND tree_;
 };
 
-SelectTablesForm::SelectTablesForm() : Form(L"Choose Tables", 6660, 3495) {}
+SelectTablesForm::SelectTablesForm() : Form(L"Choose Tables", 6660, 3495) { keepDialogFocus(kTree, kOk); }
 
 void SelectTablesForm::onLoad() {
   okSelected_ = false;
@@ -134,7 +134,6 @@ void SelectTablesForm::showModal() {
       if (!items_.empty()) SendMessageW(tree, TVM_SELECTITEM, TVGN_CARET, reinterpret_cast<LPARAM>(items_.front()));
     }
   }
-  lastFocus_ = control(kTree);
   Form::showModal();
 }
 
@@ -249,20 +248,6 @@ LRESULT SelectTablesForm::onMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case kCheckBoxChanged:
       checkBoxesChanged();
       return 0;
-    case WM_ACTIVATE:
-      // Leaving (to the message box, say): remember which control had the focus.
-      if (LOWORD(wParam) == WA_INACTIVE) {
-        HWND focus = GetFocus();
-        if (focus && IsChild(hwnd(), focus)) lastFocus_ = focus;
-      }
-      break;
-    case WM_SETFOCUS: {
-      HWND target = lastFocus_ && IsWindowEnabled(lastFocus_) ? lastFocus_ : control(kTree);
-      if (target) SetFocus(target);
-      return 0;
-    }
-    case DM_GETDEFID:
-      return MAKELRESULT(kOk, DC_HASDEFID);
     default:
       break;
   }

@@ -65,7 +65,6 @@ class SelectTablesForm final : public Form, public TableChooser {
   bool okSelected_ = false;
   bool filling_ = false;      // redrawing is off while the caller adds nodes
   bool expanded_ = false;     // the data sets are opened at the first show
-  HWND lastFocus_ = nullptr;  // the control to give the focus back to on reactivation
 };
 
 }  // namespace mervane::win
