@@ -20,6 +20,7 @@
 #include "catalogue/catalogue_scan.h"
 #include "components/engine/engine.h"
 #include "components/engine/win/engine_factory.h"
+#include "components/engine/win/gdi_measure.h"
 #include "components/win/host_components.h"
 #include "person.h"
 
@@ -226,6 +227,36 @@ TEST_F(DesignerFormTest, ClosingWithChangesAsksAndSavesOnlyOnYes) {
   auto& reread = static_cast<engine::Report&>(*reopened).document();
   EXPECT_TRUE(reread.hasLayout);
   EXPECT_EQ(reread.definition.sections[0].height, form->currentReport()->document().definition.sections[0].height);
+}
+
+// A report on company and host data together: the products come from the
+// company database, the stock per warehouse from the host's data source
+// "Halyard" in a subreport; the first page shows both, as the databases
+// hold them.
+TEST_F(DesignerFormTest, ShowsCompanyAndHostDataInOneReport) {
+  using authoring::win::DesignerForm;
+  auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
+      [] { return createEngineApplication(); }, nullptr, nullptr});
+  form->load();
+  form->setUserName(u"ana");
+  form->setOdbcName(u"Halyard");
+  form->setSqlDatabase(u"company");
+  form->setSqlConnString(u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1");
+  form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Stock Valuation.rpt").wstring()), u"Stock");
+  ASSERT_TRUE(form->currentReport());
+  auto run = form->currentReport()->run(std::make_shared<engine::win::GdiMeasure>());
+  auto page = run->page(1);
+  ASSERT_TRUE(page);
+  EXPECT_EQ(run->problem(), u"");
+  // Row by row down the page: a product's line, then its warehouses.
+  std::vector<std::pair<std::int32_t, Text>> runs;
+  for (const auto& item : page->items)
+    if (const auto* r = std::get_if<engine::layout::TextRun>(&item)) runs.push_back({r->box.y * 100000 + r->box.x, r->text});
+  std::sort(runs.begin(), runs.end());
+  Text all;
+  for (const auto& [at, t] : runs) all += t + u"|";
+  // Aktenschrank (product 4): 92 in Göteborg, 18 in Kraków, in the host's data.
+  EXPECT_NE(all.find(u"Aktenschrank|229.00|high|GOT|92|KRK|18|"), Text::npos) << toUtf8(all);
 }
 
 // NewVisualReport on the example company database (a SQLite file named as
