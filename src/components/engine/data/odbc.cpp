@@ -173,8 +173,8 @@ std::shared_ptr<Connection> Connection::open(const Text& connectionString, const
   if (!succeeded(rc)) {
     Text state;
     Text why = c->scrub(diagnostics(SQL_HANDLE_DBC, dbc, &state));
-    // Not connected: nothing to disconnect.
-    SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+    // Freed here, once: the handle's owner lets go of it (a disconnect of a
+    // handle that never connected is refused and harmless).
     c->connection_ = Handle();
     Text message = u"Cannot connect to " + description + u": " + why;
     if (refusedState(state)) throw LogOnRefused(message);
