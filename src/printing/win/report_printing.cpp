@@ -19,6 +19,7 @@ namespace {
 
 constexpr UINT kShowPage = WM_APP + 20;  // wParam: page, lParam: of (0: not known)
 constexpr UINT kJobDone = WM_APP + 21;
+constexpr UINT kCounting = WM_APP + 22;  // wParam: pages counted so far
 constexpr int kTextId = 100;
 constexpr wchar_t kProgressClass[] = L"MervanePrintProgress";
 
@@ -97,6 +98,12 @@ LRESULT CALLBACK progressProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lPa
       if (cancelled && *cancelled) return 0;
       std::wstring text = L"Printing page " + std::to_wstring(wParam);
       if (lParam > 0) text += L" of " + std::to_wstring(lParam);
+      SetDlgItemTextW(hwnd, kTextId, text.c_str());
+      return 0;
+    }
+    case kCounting: {
+      if (cancelled && *cancelled) return 0;
+      std::wstring text = L"Counting pages (" + std::to_wstring(wParam) + L" so far)\x2026";
       SetDlgItemTextW(hwnd, kTextId, text.c_str());
       return 0;
     }
@@ -200,7 +207,12 @@ PrintOutcome printPages(const engine::exporting::PageFeed& pages, const PrintCho
   if (!dm) devMode.clear();
   // The first page's paper before the job starts, so the job's first page
   // comes out right on drivers that ignore a change before it.
-  std::shared_ptr<const engine::layout::Page> page = pages(std::max(1, choice.from));
+  std::shared_ptr<const engine::layout::Page> page;
+  try {
+    page = pages(std::max(1, choice.from));
+  } catch (const engine::exporting::FeedStopped&) {
+    return PrintOutcome::Cancelled;
+  }
   if (!page) return PrintOutcome::Printed;  // nothing to print
   if (dm) fitPaper(devMode, *page);
   HDC dc = CreateDCW(choice.driver.empty() ? nullptr : choice.driver.c_str(), choice.device.c_str(), nullptr,
@@ -217,7 +229,17 @@ PrintOutcome printPages(const engine::exporting::PageFeed& pages, const PrintCho
   if (StartDocW(dc, &doc) <= 0) return PrintOutcome::Failed;
   engine::win::PagePainter painter;
   std::int32_t of = choice.to > 0 ? choice.to - choice.from + 1 : 0;
-  for (std::int32_t number = std::max(1, choice.from); page; page = pages(++number)) {
+  bool stopped = false;
+  auto next = [&pages, &stopped](std::int32_t number) -> std::shared_ptr<const engine::layout::Page> {
+    try {
+      return pages(number);
+    } catch (const engine::exporting::FeedStopped&) {
+      stopped = true;
+      return nullptr;
+    }
+  };
+  std::int32_t number = std::max(1, choice.from);
+  for (; page; page = next(++number)) {
     if (progress && !progress(number, of)) {
       AbortDoc(dc);
       return PrintOutcome::Cancelled;
@@ -235,15 +257,20 @@ PrintOutcome printPages(const engine::exporting::PageFeed& pages, const PrintCho
     if (printed) ++*printed;
     if (choice.to > 0 && number >= choice.to) break;
   }
+  if (stopped) {
+    AbortDoc(dc);
+    return PrintOutcome::Cancelled;
+  }
   return EndDoc(dc) > 0 ? PrintOutcome::Printed : PrintOutcome::Failed;
 }
 
-PrintJob::PrintJob(HWND owner, engine::exporting::PageFeed pages, PrintChoice choice, std::wstring documentName,
-                   std::function<std::optional<std::int32_t>()> pageCount)
-    : pageCount_(std::move(pageCount)) {
+PrintJob::PrintJob(HWND owner, std::shared_ptr<engine::layout::PageSource> run, PrintChoice choice,
+                   std::wstring documentName)
+    : run_(std::move(run)) {
   progress_ = makeProgressWindow(owner, &cancelled_);
-  worker_ = std::thread([this, pages = std::move(pages), choice = std::move(choice),
-                         name = std::move(documentName)]() mutable { run(std::move(pages), std::move(choice), std::move(name)); });
+  worker_ = std::thread([this, choice = std::move(choice), name = std::move(documentName)]() mutable {
+    this->run(std::move(choice), std::move(name));
+  });
 }
 
 PrintJob::~PrintJob() {
@@ -252,14 +279,18 @@ PrintJob::~PrintJob() {
   if (progress_) DestroyWindow(progress_);
 }
 
-void PrintJob::run(engine::exporting::PageFeed pages, PrintChoice choice, std::wstring documentName) {
+void PrintJob::run(PrintChoice choice, std::wstring documentName) {
   std::int32_t printed = 0;
   try {
+    auto pages = engine::exporting::finalPagesOf(run_, [this] { return cancelled_.load(); },
+                                                 [this](std::int32_t known) {
+                                                   if (progress_) PostMessageW(progress_, kCounting, known, 0);
+                                                 });
     outcome_ = printPages(
         pages, choice, documentName,
         [this, &choice](std::int32_t page, std::int32_t of) {
-          if (of == 0 && pageCount_)
-            if (auto count = pageCount_()) of = *count - choice.from + 1;
+          if (of == 0)
+            if (auto count = run_->pageCount()) of = *count - choice.from + 1;
           if (progress_) PostMessageW(progress_, kShowPage, static_cast<WPARAM>(page - choice.from + 1), of);
           return !cancelled_.load();
         },

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -39,19 +40,20 @@ enum class PrintOutcome { Printed, Cancelled, Failed };
 
 // Prints the chosen pages on the calling thread. `progress` is told each
 // page as it starts (number, and how many pages are chosen when known:
-// else 0); false cancels the job (AbortDoc). `printed` receives the count.
+// else 0); false cancels the job (AbortDoc), as does a feed that throws
+// FeedStopped. `printed` receives the count.
 PrintOutcome printPages(const engine::exporting::PageFeed& pages, const PrintChoice& choice,
                         const std::wstring& documentName,
                         const std::function<bool(std::int32_t page, std::int32_t of)>& progress = {},
                         std::int32_t* printed = nullptr);
 
 // A print job on a worker thread with its progress window, owned by the
-// window that started it and made on that window's thread. `pageCount`
-// tells the page total for the progress text while the feed runs.
+// window that started it and made on that window's thread. Pages that show
+// the page total wait until the run has counted its pages ("Counting
+// pages", with Cancel), so every printed page shows the final total.
 class PrintJob {
  public:
-  PrintJob(HWND owner, engine::exporting::PageFeed pages, PrintChoice choice, std::wstring documentName,
-           std::function<std::optional<std::int32_t>()> pageCount = {});
+  PrintJob(HWND owner, std::shared_ptr<engine::layout::PageSource> run, PrintChoice choice, std::wstring documentName);
   // Cancels the job if it still runs and waits for the worker.
   ~PrintJob();
   PrintJob(const PrintJob&) = delete;
@@ -64,10 +66,10 @@ class PrintJob {
   HWND progressWindow() const { return progress_; }
 
  private:
-  void run(engine::exporting::PageFeed pages, PrintChoice choice, std::wstring documentName);
+  void run(PrintChoice choice, std::wstring documentName);
 
   HWND progress_ = nullptr;
-  std::function<std::optional<std::int32_t>()> pageCount_;
+  std::shared_ptr<engine::layout::PageSource> run_;
   std::atomic<bool> cancelled_{false};
   std::atomic<bool> finished_{false};
   std::atomic<PrintOutcome> outcome_{PrintOutcome::Failed};

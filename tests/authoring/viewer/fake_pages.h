@@ -19,15 +19,27 @@ namespace layout = engine::layout;
 inline std::atomic<int> liveRuns{0};
 inline std::atomic<int> runsMade{0};
 
-inline std::shared_ptr<layout::Page> numberedPage(std::int32_t number, int lines = 40) {
+// Each line also shows the page total `total` ("of 12") after all the
+// lines; a page made before the count is known is provisional.
+inline std::shared_ptr<layout::Page> numberedPage(std::int32_t number, std::int32_t total, bool provisional = false,
+                                                  int lines = 40) {
   auto page = std::make_shared<layout::Page>();
   page->number = number;
+  page->provisional = provisional;
   for (int line = 0; line < lines; ++line) {
     layout::TextRun run;
     run.box = {1134, 1134 + line * 340, 6000, 300};
     run.text = u"Page " + decimal(number) + u" line " + decimal(line + 1);
     run.record = (number - 1) * lines + line + 1;
     run.source = u"Line";
+    page->items.push_back(run);
+  }
+  for (int line = 0; line < lines; ++line) {
+    layout::TextRun run;
+    run.box = {8000, 1134 + line * 340, 2000, 300};
+    run.text = u"of " + decimal(total);
+    run.record = (number - 1) * lines + line + 1;
+    run.source = u"Total";
     page->items.push_back(run);
   }
   page->items.push_back(layout::LineItem{1134, 15500, 10772, 15500, 20});
@@ -49,7 +61,8 @@ class FakePages final : public layout::PageSource {
     std::unique_lock guard(lock_);
     while (!cancelled_ && known() < number) wake_.wait_for(guard, std::chrono::milliseconds(5));
     if (cancelled_) return nullptr;
-    return numberedPage(number);
+    const bool counted = known() >= count_;
+    return numberedPage(number, counted ? count_ : known(), !counted);
   }
   std::int32_t pagesKnown() override { return known(); }
   std::optional<std::int32_t> pageCount() override {

@@ -253,9 +253,20 @@ TEST(ViewerControl, ExportsWriteWholeFilesOrNothing) {
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder);
   Host host;
-  host.viewer->setPageSourceFactory([] { return std::make_unique<FakePages>(12, 2ms); });
+  // Exported the moment it opens: pages showing the total wait for the count.
+  host.viewer->setPageSourceFactory([] { return std::make_unique<FakePages>(12, 30ms); });
   host.viewer->viewReport();
-  ASSERT_TRUE(host.showing(1));
+
+  host.viewer->exportTo((folder / L"report.CSV").wstring());
+  EXPECT_TRUE(pumpUntil([&] { return wcsncmp(text(host.tool(kStatusText)).c_str(), L"Counting pages", 14) == 0; }));
+  ASSERT_TRUE(pumpUntil([&] { return host.viewer->lastExport().has_value(); }, 10000));
+  std::ifstream csv(folder / "report.CSV", std::ios::binary);
+  std::string lines((std::istreambuf_iterator<char>(csv)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 12 * 40);
+  std::size_t finalTotals = 0;  // every line shows the total the count came to
+  for (auto at = lines.find(",of 12\r\n"); at != std::string::npos; at = lines.find(",of 12\r\n", at + 1)) ++finalTotals;
+  EXPECT_EQ(finalTotals, 12u * 40);
+  EXPECT_NE(lines.find("Page 12 line 40,of 12\r\n"), std::string::npos);
 
   // An older file of the same name is replaced only by a complete new one.
   std::ofstream(folder / "report.pdf") << "old";
@@ -266,13 +277,6 @@ TEST(ViewerControl, ExportsWriteWholeFilesOrNothing) {
   std::string bytes((std::istreambuf_iterator<char>(pdf)), std::istreambuf_iterator<char>());
   EXPECT_EQ(bytes.rfind("%PDF-1.4", 0), 0u);
   EXPECT_NE(bytes.find("%%EOF"), std::string::npos);
-
-  host.viewer->exportTo((folder / L"report.CSV").wstring());
-  ASSERT_TRUE(pumpUntil([&] { return host.viewer->lastExport().has_value(); }, 10000));
-  std::ifstream csv(folder / "report.CSV", std::ios::binary);
-  std::string lines((std::istreambuf_iterator<char>(csv)), std::istreambuf_iterator<char>());
-  EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 12 * 40);
-  EXPECT_NE(lines.find("Page 12 line 40\r\n"), std::string::npos);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2);
 
   host.viewer->exportTo((folder / L"missing" / L"report.pdf").wstring());

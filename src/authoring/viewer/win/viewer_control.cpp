@@ -154,6 +154,7 @@ struct ViewerControl::ExportJob {
   std::atomic<bool> done{false};
   std::atomic<bool> ok{false};
   std::atomic<std::int32_t> pages{0};
+  std::atomic<std::int32_t> counted{0};  // while waiting for the page count: pages counted so far
   std::wstring path;
   ~ExportJob() {
     cancel = true;
@@ -887,10 +888,7 @@ void ViewerControl::print(const printing::win::PrintChoice& choice) {
   printJob_.reset();
   std::wstring title = report_ ? toWide(report_->title()) : std::wstring();
   if (title.empty()) title = L"Report";
-  auto source = source_;
-  printJob_ = std::make_unique<printing::win::PrintJob>(
-      GetAncestor(hwnd_, GA_ROOT), [source](std::int32_t n) { return source->page(n); }, choice, title,
-      [source] { return source->pageCount(); });
+  printJob_ = std::make_unique<printing::win::PrintJob>(GetAncestor(hwnd_, GA_ROOT), source_, choice, title);
 }
 
 void ViewerControl::exportTo() {
@@ -938,8 +936,15 @@ void ViewerControl::exportTo(const std::wstring& path) {
         bool complete = false;
         {
           std::ofstream out(std::filesystem::path(temp), std::ios::binary | std::ios::trunc);
-          auto feed = [&source](std::int32_t n) { return source->page(n); };
+          // Pages showing the page total wait for the count, so the file
+          // never holds a total that was still growing.
+          auto feed = engine::exporting::finalPagesOf(source, [running] { return running->cancel.load(); },
+                                                      [running, window](std::int32_t known) {
+                                                        running->counted = known;
+                                                        PostMessageW(window, kExportProgress, 0, 0);
+                                                      });
           auto progress = [running, window](std::int32_t n) {
+            running->counted = 0;
             running->pages = n;
             PostMessageW(window, kExportProgress, 0, 0);
             return !running->cancel.load();
@@ -970,7 +975,10 @@ void ViewerControl::exportTo(const std::wstring& path) {
 void ViewerControl::onExportProgress() {
   if (!exportJob_) return;
   if (!exportJob_->done) {
-    setStatus(L"Exporting page " + std::to_wstring(exportJob_->pages.load()) + L"\x2026");
+    if (std::int32_t counted = exportJob_->counted)
+      setStatus(L"Counting pages (" + std::to_wstring(counted) + L" so far)\x2026");
+    else
+      setStatus(L"Exporting page " + std::to_wstring(exportJob_->pages.load()) + L"\x2026");
     return;
   }
   if (exportJob_->thread.joinable()) exportJob_->thread.join();

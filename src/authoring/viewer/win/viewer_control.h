@@ -7,7 +7,8 @@
 // laid out yet is asked for on the control's worker thread and shows
 // "Loading…" until it comes; the page count is followed with a timer while
 // the run still counts; printing and export run on threads of their own and
-// can be cancelled. Closing the window cancels them all.
+// can be cancelled, and a page that shows the page total waits there until
+// the run has counted its pages. Closing the window cancels them all.
 //
 // Keys on the pages: Page Up/Down, Home/End (top and bottom of the page),
 // Ctrl+Home/End (first and last page), arrows scroll, Ctrl+F find, F5

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 #include "components/engine/layout/display_list.h"
@@ -22,6 +23,22 @@ using Progress = std::function<bool(std::int32_t pagesDone)>;
 inline PageFeed feedOf(layout::PageSource& source) {
   return [&source](std::int32_t number) { return source.page(number); };
 }
+
+// Thrown by a feed that gives up before its last page: the work it serves
+// was stopped while it waited.
+class FeedStopped : public std::runtime_error {
+ public:
+  FeedStopped() : std::runtime_error("the pages were stopped") {}
+};
+
+// Pages of a run as they finally are, for what cannot be redone later (a
+// file, paper). A page that showed the page total (or a value that needs
+// it) before the run had counted its pages is laid out again once the total
+// is known; until then the feed waits, asking `stopped` every tenth of a
+// second and telling `counting` how many pages are known so far. Throws
+// FeedStopped when `stopped` says so or the run was cancelled.
+PageFeed finalPagesOf(std::shared_ptr<layout::PageSource> source, std::function<bool()> stopped,
+                      std::function<void(std::int32_t pagesKnown)> counting = {});
 
 // Pages already laid out (tests, the designer's sample pages).
 inline PageFeed feedOf(std::vector<layout::Page> pages) {

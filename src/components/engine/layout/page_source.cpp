@@ -125,6 +125,17 @@ class Run final : public PageSource {
     return finished_ ? count_ : std::nullopt;
   }
 
+  std::optional<std::int32_t> waitForCount(std::chrono::milliseconds timeout) override {
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, timeout, [this] { return finished_ || cancelled_; });
+    return finished_ ? count_ : std::nullopt;
+  }
+
+  bool counting() override {
+    std::lock_guard lock(mutex_);
+    return !finished_ && !cancelled_;
+  }
+
   void cancel() override {
     {
       std::lock_guard lock(mutex_);
@@ -345,6 +356,12 @@ class Run final : public PageSource {
 };
 
 }  // namespace
+
+std::optional<std::int32_t> PageSource::waitForCount(std::chrono::milliseconds timeout) {
+  if (auto count = pageCount()) return count;
+  std::this_thread::sleep_for(std::min(timeout, std::chrono::milliseconds(10)));
+  return pageCount();
+}
 
 std::unique_ptr<PageSource> runReport(const ReportDocument& document, data::DataProvider& data,
                                       std::shared_ptr<TextMeasure> measure, const RunOptions& options) {

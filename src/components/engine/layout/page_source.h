@@ -13,6 +13,7 @@
 // All members may be called from any thread.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -34,6 +35,11 @@ class PageSource {
   virtual std::int32_t pagesKnown() = 0;
   // The page count, once the background work has found it.
   virtual std::optional<std::int32_t> pageCount() = 0;
+  // Waits until the page count is found, the run is cancelled or `timeout`
+  // passes; then what pageCount() says.
+  virtual std::optional<std::int32_t> waitForCount(std::chrono::milliseconds timeout);
+  // False once the page count is found or never will be (cancelled).
+  virtual bool counting() { return !pageCount(); }
   // Stops the background work; page() then returns what it has or null.
   virtual void cancel() = 0;
   // The problem shown instead of the report, empty when it runs.
