@@ -1,8 +1,15 @@
 ' A sample host session: what a host application does with the library.
-'   cscript host-session.vbs <reports folder with trailing \> [<company database file>]
+'   cscript host-session.vbs <reports folder with trailing \> [<company database file> [<output file>]]
+' With an output file the lines go there as Unicode text instead of to the
+' console, whose code page cannot show every title.
 Option Explicit
 On Error Resume Next
-Dim folder, examples, root, fn, settings, reports, item, favourites, recent, key, value, marked
+Dim folder, examples, root, fn, settings, reports, item, favourites, recent, key, value, marked, out
+
+If WScript.Arguments.Count > 2 Then
+  Set out = CreateObject("Scripting.FileSystemObject").CreateTextFile(WScript.Arguments(2), True, True)
+  If Err.Number <> 0 Then Say "cannot write " & WScript.Arguments(2) : WScript.Quit 1
+End If
 
 folder = WScript.Arguments(0)
 examples = Left(folder, InStrRev(Left(folder, Len(folder) - 1), "\"))
@@ -11,13 +18,13 @@ root = "Mervane100 Demo"
 ' The host's own settings: where its older-format reports are found, and a
 ' fresh catalogue for this demonstration.
 Set settings = CreateObject("MervaneHost.Settings")
-If Err.Number <> 0 Then WScript.Echo "MervaneHost is not registered (" & Hex(Err.Number) & ")" : WScript.Quit 1
+If Err.Number <> 0 Then Say "MervaneHost is not registered (" & Hex(Err.Number) & ")" : WScript.Quit 1
 settings.SaveSetting root, "Company", "ProgramReports", examples
 settings.DeleteSetting root, "Reports", ""
 settings.DeleteSetting root, "RecentReports", ""
 
 Set fn = CreateObject("Mervane100.ReportFunctions")
-If Err.Number <> 0 Then WScript.Echo "Mervane100 is not registered (" & Hex(Err.Number) & ")" : WScript.Quit 1
+If Err.Number <> 0 Then Say "Mervane100 is not registered (" & Hex(Err.Number) & ")" : WScript.Quit 1
 fn.RegistryPath = root
 fn.Path = folder
 fn.AppName = "Mervane100 Demo"
@@ -30,7 +37,7 @@ End If
 
 Set reports = CreateObject("Mervane100.Reports")
 fn.GetReports reports
-WScript.Echo "Reports in " & folder & " (" & reports.Count & "):"
+Say "Reports in " & folder & " (" & reports.Count & "):"
 ShowList reports
 
 ' The user marks reports as favourites: the host rewrites their stored values
@@ -50,31 +57,36 @@ Next
 
 Set favourites = CreateObject("Mervane100.Reports")
 fn.GetFavourites favourites, True
-WScript.Echo ""
-WScript.Echo "Favourites (" & favourites.Count & "):"
+Say ""
+Say "Favourites (" & favourites.Count & "):"
 For Each item In favourites
-  WScript.Echo "  " & item.FileName & "  " & item.ReportTitle
+  Say "  " & item.FileName & "  " & item.ReportTitle
 Next
 
 Set recent = CreateObject("Mervane100.Reports")
 fn.RecentReportsGet recent
-WScript.Echo ""
-WScript.Echo "Recently used (" & recent.Count & "), newest first:"
+Say ""
+Say "Recently used (" & recent.Count & "), newest first:"
 For Each item In recent
-  WScript.Echo "  " & item.RegKey & ". " & item.ReportTitle & "  " & item.FileName & IIf(item.Favourite, "  *", "")
+  Say "  " & item.RegKey & ". " & item.ReportTitle & "  " & item.FileName & IIf(item.Favourite, "  *", "")
 Next
 
 Set reports = CreateObject("Mervane100.Reports")
 fn.GetReports reports
-WScript.Echo ""
-WScript.Echo "The catalogue again, favourites marked *:"
+Say ""
+Say "The catalogue again, favourites marked *:"
 ShowList reports
-If Err.Number <> 0 Then WScript.Echo "error " & Hex(Err.Number) : Err.Clear
+If Err.Number <> 0 Then Say "error " & Hex(Err.Number) : Err.Clear
+If Not IsEmpty(out) Then out.Close
+
+Sub Say(text)
+  If IsEmpty(out) Then WScript.Echo text Else out.WriteLine text
+End Sub
 
 Sub ShowList(list)
   Dim r
   For Each r In list
-    WScript.Echo "  " & Pad(r.FileName, 24) & Pad(r.ReportType, 9) & Pad(r.ReportTitle, 28) & _
+    Say "  " & Pad(r.FileName, 24) & Pad(r.ReportType, 9) & Pad(r.ReportTitle, 28) & _
                  "data " & r.ApplicationData & IIf(r.Favourite, "  *", "")
   Next
 End Sub
