@@ -23,13 +23,18 @@ for _ in $(seq 100); do
 done
 rm -f "$marker"
 [[ -n "$pdf" ]] || { echo "FAIL: no PDF came out of the printer in $out"; exit 1; }
+trap 'rm -f "$pdf"' EXIT
 text=$(pdftotext -layout "$pdf" -)
-rm -f "$pdf"
 missing=0
 while IFS= read -r name; do
   grep -qF -- "$name" <<<"$text" || { echo "FAIL: customer $name is not in the printed PDF"; missing=$((missing + 1)); }
 done < <(sqlite3 "$db" 'SELECT Name FROM Customers')
 ((missing == 0)) || exit 1
 grep -q "Credit limit" <<<"$text" || { echo "FAIL: the page header is not in the printed PDF"; exit 1; }
+# Every printed page shows the final page total.
+pages=$(pdfinfo "$pdf" | awk '/^Pages:/ {print $2}')
+footers=$(grep -oE 'Page [0-9]+ of [0-9]+' <<<"$text")
+expected=$(for n in $(seq "$pages"); do echo "Page $n of $pages"; done)
+[[ "$footers" == "$expected" ]] || { echo "FAIL: page footers are not 1 to $pages of $pages:"; echo "$footers"; exit 1; }
 echo "the printed PDF holds every customer"
 echo "ALL PASSED"
