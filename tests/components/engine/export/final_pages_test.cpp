@@ -61,14 +61,18 @@ ReportDocument longList() {
 // Writes the report's pages with `write` on a thread of its own, started
 // while the rows are held back after the first pages; lets them go once
 // the export is seen waiting for the count.
-template <class Write>
-void exportWhileCounting(const Write& write) {
-  FakeProvider data;
+std::shared_ptr<layout::PageSource> runHeldBack(FakeProvider& data, std::int64_t rowsLetThrough) {
   data.tables[u""] = FakeTable{{u"id"}, kRows, [](std::int64_t row, std::size_t) {
                                  return formula::Value(static_cast<double>(row + 1));
                                }};
-  data.gateAfter = 500;
-  std::shared_ptr<layout::PageSource> source = layout::runReport(longList(), data, nullptr);
+  data.gateAfter = rowsLetThrough;
+  return layout::runReport(longList(), data, nullptr);
+}
+
+template <class Write>
+void exportWhileCounting(const Write& write) {
+  FakeProvider data;
+  auto source = runHeldBack(data, 500);
   std::atomic<bool> waited{false};
   bool complete = false;
   std::thread exporting([&] {
@@ -126,11 +130,7 @@ TEST(FinalPages, PdfAndCsvOfALongRunShowTheFinalTotalOnEveryPage) {
 
 TEST(FinalPages, StoppedOrCancelledWhileWaitingGivesUp) {
   FakeProvider data;
-  data.tables[u""] = FakeTable{{u"id"}, kRows, [](std::int64_t row, std::size_t) {
-                                 return formula::Value(static_cast<double>(row + 1));
-                               }};
-  data.gateAfter = 100;
-  std::shared_ptr<layout::PageSource> source = layout::runReport(longList(), data, nullptr);
+  auto source = runHeldBack(data, 100);
   std::atomic<bool> stop{false};
   auto stopped = finalPagesOf(source, [&] { return stop.load(); });
   std::thread stopper([&] {
