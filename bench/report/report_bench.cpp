@@ -42,22 +42,92 @@ double peakMb() {
   return static_cast<double>(counters.PeakWorkingSetSize) / (1024.0 * 1024.0);
 }
 
-engine::EngineParts parts() {
+// Where the first page's time goes, as the data door is asked: log-on (the
+// report's data opened: connecting, looking up what the driver offers),
+// query start (each query sent until its first row is in), and the rest,
+// laying the page out.
+struct FirstPageSplit {
+  double logOnMs = 0;
+  double queryStartMs = 0;
+  bool firstRowIn = false;
+};
+
+class TimedCursor final : public engine::data::RowCursor {
+ public:
+  TimedCursor(std::unique_ptr<engine::data::RowCursor> inner, FirstPageSplit& split) : inner_(std::move(inner)), split_(split) {}
+  bool next(std::vector<engine::formula::Value>& row) override {
+    if (split_.firstRowIn) return inner_->next(row);
+    const auto start = Clock::now();
+    const bool more = inner_->next(row);
+    split_.queryStartMs += ms(Clock::now() - start);
+    split_.firstRowIn = true;
+    return more;
+  }
+  void cancel() override { inner_->cancel(); }
+
+ private:
+  std::unique_ptr<engine::data::RowCursor> inner_;
+  FirstPageSplit& split_;
+};
+
+class TimedData final : public engine::data::ReportData {
+ public:
+  TimedData(std::unique_ptr<engine::data::ReportData> inner, FirstPageSplit& split) : inner_(std::move(inner)), split_(split) {}
+  std::unique_ptr<engine::data::RowCursor> rows(const std::vector<engine::model::FieldRef>& fields,
+                                                const std::vector<engine::data::FieldMatch>& match) override {
+    const auto start = Clock::now();
+    auto cursor = inner_->rows(fields, match);
+    if (!split_.firstRowIn) split_.queryStartMs += ms(Clock::now() - start);
+    return std::make_unique<TimedCursor>(std::move(cursor), split_);
+  }
+  std::vector<engine::formula::Value> summaries(const std::vector<engine::data::SummaryRequest>& requests,
+                                                const std::vector<engine::data::FieldMatch>& match) override {
+    const auto start = Clock::now();
+    auto values = inner_->summaries(requests, match);
+    if (!split_.firstRowIn) split_.queryStartMs += ms(Clock::now() - start);
+    return values;
+  }
+
+ private:
+  std::unique_ptr<engine::data::ReportData> inner_;
+  FirstPageSplit& split_;
+};
+
+class TimedProvider final : public engine::data::DataProvider {
+ public:
+  TimedProvider(std::shared_ptr<engine::data::DataProvider> inner, FirstPageSplit& split)
+      : inner_(std::move(inner)), split_(split) {}
+  std::unique_ptr<engine::data::ReportData> open(const engine::ReportDocument& document,
+                                                 const engine::model::ReportDefinition& definition,
+                                                 const Text& subreport) override {
+    const auto start = Clock::now();
+    auto data = inner_->open(document, definition, subreport);
+    if (!split_.firstRowIn) split_.logOnMs += ms(Clock::now() - start);
+    return std::make_unique<TimedData>(std::move(data), split_);
+  }
+
+ private:
+  std::shared_ptr<engine::data::DataProvider> inner_;
+  FirstPageSplit& split_;
+};
+
+engine::EngineParts parts(FirstPageSplit* split = nullptr) {
   engine::EngineParts p;
   p.files = std::make_shared<engine::CompoundReportFiles>();
   p.data = engine::data::createOdbcDataProvider();
+  if (split) p.data = std::make_shared<TimedProvider>(p.data, *split);
   return p;
 }
 
 // The driver alone: the query the engine sends for the report, fetched in
 // blocks of 1,000 rows into bound buffers.
-void driverAlone(const std::string& label, const engine::ReportDocument& document, const Text& connectText,
+double driverAlone(const std::string& label, const engine::ReportDocument& document, const Text& connectText,
                  const Text& user, const Text& password) {
   using namespace engine::data;
   Resolution resolved = resolveConnection(connectText, odbc::gatherEnvironment());
   if (!resolved.ok()) {
     std::printf("fetch-all-ms-%s: cannot resolve: %s\n", label.c_str(), toUtf8(resolved.error).c_str());
-    return;
+    return 0;
   }
   const engine::model::Data& data = document.definition.data;
   QuerySpec spec;
@@ -84,7 +154,7 @@ void driverAlone(const std::string& label, const engine::ReportDocument& documen
   if (!connect(connection) &&
       (user.empty() || !connect(connection + u";UID=" + user + u";PWD={" + password + u"}"))) {
     std::printf("fetch-all-ms-%s: cannot connect\n", label.c_str());
-    return;
+    return 0;
   }
   SQLHSTMT stmt = SQL_NULL_HANDLE;
   SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt);
@@ -95,7 +165,7 @@ void driverAlone(const std::string& label, const engine::ReportDocument& documen
   const auto start = Clock::now();
   if (!SQL_SUCCEEDED(SQLExecDirectW(stmt, reinterpret_cast<SQLWCHAR*>(sql.data()), SQL_NTS))) {
     std::printf("fetch-all-ms-%s: query failed\n", label.c_str());
-    return;
+    return 0;
   }
   std::vector<SQLWCHAR> date(rows * 32), name(rows * 64);
   std::vector<double> order(rows), quantity(rows), amount(rows), line(rows);
@@ -108,14 +178,17 @@ void driverAlone(const std::string& label, const engine::ReportDocument& documen
   SQLBindCol(stmt, 6, SQL_C_DOUBLE, line.data(), 0, &ind[5 * rows]);
   unsigned long long total = 0;
   while (SQL_SUCCEEDED(SQLFetchScroll(stmt, SQL_FETCH_NEXT, 0))) total += fetched;
-  std::printf("fetch-all-ms-%s: %.0f ms (%llu rows)\n", label.c_str(), ms(Clock::now() - start), total);
+  const double fetchMs = ms(Clock::now() - start);
+  std::printf("fetch-all-ms-%s: %.0f ms (%llu rows)\n", label.c_str(), fetchMs, total);
   SQLFreeHandle(SQL_HANDLE_STMT, stmt);
   SQLDisconnect(dbc);
   SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+  return fetchMs;
 }
 
 int pages(const std::string& label, const Text& connectText, const Text& user, const Text& password) {
-  engine::Engine engine(parts());
+  FirstPageSplit split;
+  engine::Engine engine(parts(&split));
   auto made = engine.newReport();
   auto& report = static_cast<engine::Report&>(*made);
   report.document().definition = tools::monthlySalesDefinition();
@@ -141,9 +214,13 @@ int pages(const std::string& label, const Text& connectText, const Text& user, c
   auto last = run->page(count);
   const double lastMs = ms(Clock::now() - start);
   std::printf("first-page-ms-%s: %.1f ms\n", label.c_str(), firstMs);
+  std::printf("first-page-log-on-ms-%s: %.1f ms\n", label.c_str(), split.logOnMs);
+  std::printf("first-page-query-start-ms-%s: %.1f ms\n", label.c_str(), split.queryStartMs);
+  std::printf("first-page-layout-ms-%s: %.1f ms\n", label.c_str(), firstMs - split.logOnMs - split.queryStartMs);
   std::printf("last-page-ms-%s: %.0f ms (%d pages)\n", label.c_str(), lastMs, static_cast<int>(count));
   run.reset();
-  driverAlone(label, report.document(), connectText, user, password);
+  const double fetchMs = driverAlone(label, report.document(), connectText, user, password);
+  if (fetchMs > 0) std::printf("all-pages-per-fetch-%s: %.2f times\n", label.c_str(), lastMs / fetchMs);
   std::printf("peak-memory-mb-%s: %.1f MB\n", label.c_str(), peakMb());
   return first && last ? 0 : 1;
 }

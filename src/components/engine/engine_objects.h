@@ -3,10 +3,18 @@
 // its report by reference and is valid while the report is.
 #pragma once
 
+#include <map>
+
 #include "components/engine/engine.h"
 
 namespace mervane::engine {
 
+class CatalogueCache;
+
+// Tables added through one database object share the catalogue of each
+// connection string: one log-on, the table list read once, each table's
+// columns and keys read once; a log-on that failed is not tried again.
+// The connections close when the object goes.
 class DatabaseObject final : public EngineDatabase {
  public:
   DatabaseObject(Report& report, model::ReportDefinition& definition, Text subreport)
@@ -17,9 +25,16 @@ class DatabaseObject final : public EngineDatabase {
                      const Text& password, const Text& serverType, const Text& connectionString) override;
 
  private:
+  CatalogueCache& catalogue(const Text& connectionString);
+
   Report& report_;
   model::ReportDefinition& definition_;
   Text subreport_;
+  struct CatalogueEntry {
+    std::shared_ptr<CatalogueCache> catalogue;  // null when the log-on failed
+    Text failure;
+  };
+  std::map<Text, CatalogueEntry> catalogues_;  // by connection string
 };
 
 class TableObject final : public EngineTable {

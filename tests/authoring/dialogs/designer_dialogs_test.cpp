@@ -380,7 +380,11 @@ TEST(Links, NewLinkEditedByItsBoxesAndASelfJoinRefused) {
     HWND toTable = labelled(dialog, L"&To:");
     EXPECT_FALSE(enabled(fromTable));
     EXPECT_EQ(Person::focus(dialog), child(dialog, L"&New"));
+    // Until a link joins them, the tables say they are not linked.
+    HWND unlinked = GetWindow(list, GW_HWNDNEXT);
+    EXPECT_EQ(Person::text(unlinked), L"Not linked: Orders, Customers");
     p.press(dialog, id(child(dialog, L"&New")));
+    EXPECT_EQ(Person::text(unlinked), L"");
     EXPECT_EQ(items(list), std::vector<std::wstring>{L"{Orders.Id} = {Customers.Id}   (Inner join)"});
     EXPECT_EQ(Person::focus(dialog), fromTable);
     choose(dialog, fromColumn, 1);

@@ -5,6 +5,8 @@
 #include <windows.h>
 #include <commctrl.h>
 
+#include <algorithm>
+
 #include "authoring/designer/win/designer_dialogs_kit.h"
 #include "components/engine/formula/formula.h"
 
@@ -380,6 +382,7 @@ enum LinkIds {
   kToColumn,
   kJoinLabel,
   kJoinBox,
+  kUnlinkedNote,
 };
 
 const wchar_t* const kJoinNames[] = {L"Inner join", L"Left outer join", L"Right outer join", L"Full outer join"};
@@ -393,7 +396,8 @@ class LinksDialog final : public ModalDialog {
   std::vector<ControlLayout> layout() const override {
     return {
         {WC_STATICW, L"&Links:", kLinksLabel, 120, 120, 8160, 195, kLabel},
-        {WC_LISTBOXW, L"", kLinksList, 120, 330, 6960, 2160, kList},
+        {WC_LISTBOXW, L"", kLinksList, 120, 330, 6960, 1890, kList},
+        {WC_STATICW, L"", kUnlinkedNote, 120, 2280, 8160, 195, kLabel},
         {WC_BUTTONW, L"&New", kNewLink, 7200, 330, 1080, 375, kButton},
         {WC_BUTTONW, L"&Delete", kDeleteLink, 7200, 780, 1080, 375, kButton},
         {WC_STATICW, L"&From:", kFromLabel, 120, 2670, 600, 195, kLabel},
@@ -492,6 +496,22 @@ class LinksDialog final : public ModalDialog {
     for (const model::TableLink& link : links_) addItem(kLinksList, describe(link));
     if (selection >= 0) select(kLinksList, selection);
     showSelection();
+    showUnlinked();
+  }
+
+  // The tables no link reaches: each of their rows meets every row of the
+  // others, which is rarely what a report wants.
+  void showUnlinked() {
+    Text names;
+    if (fields_.tables.size() > 1) {
+      for (const FieldCatalogue::TableColumns& t : fields_.tables) {
+        const bool linked = std::any_of(links_.begin(), links_.end(), [&](const model::TableLink& l) {
+          return l.from.table != l.to.table && (l.from.table == t.table || l.to.table == t.table);
+        });
+        if (!linked) names += (names.empty() ? u"" : u", ") + t.table;
+      }
+    }
+    setText(kUnlinkedNote, names.empty() ? Text() : u"Not linked: " + names);
   }
 
   void fillColumns(int box, const model::FieldRef& field) {
@@ -549,6 +569,7 @@ class LinksDialog final : public ModalDialog {
     select(kLinksList, index);
     if (box == kFromTable) fillColumns(kFromColumn, link.from);
     if (box == kToTable) fillColumns(kToColumn, link.to);
+    showUnlinked();
   }
 
   std::vector<model::TableLink>& links_;

@@ -124,9 +124,12 @@ OdbcEnvironment gatherEnvironment() {
   if (ntdll && kernel && GetProcAddress(ntdll, "wine_get_version")) {
     using UnixName = char*(CDECL*)(LPCWSTR);
     auto unixName = reinterpret_cast<UnixName>(reinterpret_cast<void*>(GetProcAddress(kernel, "wine_get_unix_file_name")));
+    // One question for the drives there are: asking each letter's type
+    // costs Wine a look at the file system per letter.
+    const DWORD drives = GetLogicalDrives();
     for (wchar_t letter = L'A'; unixName && letter <= L'Z'; ++letter) {
+      if (!(drives & (1u << (letter - L'A')))) continue;
       wchar_t root[] = {letter, L':', L'\\', 0};
-      if (GetDriveTypeW(root) == DRIVE_NO_ROOT_DIR) continue;
       char* path = unixName(root);
       if (!path) continue;
       result.unixDrives.push_back(DriveMapping{static_cast<char16_t>(letter), fromUtf8(path)});

@@ -751,20 +751,40 @@ class OdbcDataProvider final : public DataProvider {
     }
 
     AttributeList given = resolved.attributes;
+    // A report reads its rows from the start as they come: PostgreSQL's
+    // compiling of a big query's expressions (JIT) costs more before the
+    // first row than it saves. A server that does not know the setting
+    // says so and runs the query all the same.
+    if (resolved.family == DriverFamily::PostgreSql && !given.has(u"ConnSettings"))
+      given.set(u"ConnSettings", u"SET jit TO off");
     Text givenPassword = given.get(u"PWD").value_or(Text());
     bool takesLogOn = resolved.family != DriverFamily::Sqlite && givenPassword.empty();
     Text description = u"the database of table '" + table.alias + u"' (" + resolved.redacted() + u")";
 
-    if (!takesLogOn) return pooled(resolved.connectionString(), givenPassword, description);
+    if (!takesLogOn) return pooled(formatOdbc(given), givenPassword, description);
     AttributeList integrated = given;
     integrated.erase(u"UID");
     integrated.erase(u"PWD");
     if (resolved.family == DriverFamily::SqlServer) integrated.set(u"Trusted_Connection", u"yes");
-    try {
-      return pooled(formatOdbc(integrated), Text(), description);
-    } catch (const LogOnRefused&) {
-      if (user.empty()) throw;
+    // A server that refused the integrated log-on once is not asked again
+    // for the next table, nor by the next run of the report.
+    const Text integratedString = formatOdbc(integrated);
+    std::optional<Text> refusal;
+    {
+      std::lock_guard lock(mutex_);
+      auto found = refusedIntegrated_.find(integratedString);
+      if (found != refusedIntegrated_.end()) refusal = found->second;
     }
+    if (!refusal) {
+      try {
+        return pooled(integratedString, Text(), description);
+      } catch (const LogOnRefused& refused) {
+        std::lock_guard lock(mutex_);
+        refusedIntegrated_[integratedString] = refused.message();
+        refusal = refused.message();
+      }
+    }
+    if (user.empty()) throw LogOnRefused(*refusal);
     AttributeList withLogOn = given;
     withLogOn.erase(u"Trusted_Connection");
     withLogOn.set(u"UID", user);
@@ -789,6 +809,7 @@ class OdbcDataProvider final : public DataProvider {
   std::mutex mutex_;
   std::optional<OdbcEnvironment> environment_;
   std::map<Text, std::weak_ptr<odbc::Connection>> pool_;  // by connection string
+  std::map<Text, Text> refusedIntegrated_;                 // integrated connection string -> why
 };
 
 }  // namespace

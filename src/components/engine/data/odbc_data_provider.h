@@ -8,7 +8,9 @@
 // one (integrated security); when it refuses and a user and password are
 // known (the table's log-on, else the report's), again with them. Tables
 // reaching the same connection string share one connection while any run of
-// the report that uses it lasts.
+// the report that uses it lasts. A refused integrated log-on is remembered
+// for the provider's life: the next table, and the next run, go straight to
+// the known log-on.
 //
 // Reading. The tables on the first table's connection are read by one
 // SELECT (query_builder.h): filter, sort and groups pushed down where the

@@ -132,9 +132,13 @@ class SectionStream {
   const EncodedRow* row() const { return state_.record > 0 ? &current_ : nullptr; }
   std::int64_t record() const { return state_.record; }
 
-  Value summary(int slot, const std::vector<Value>* fromData) const {
+  Value summary(int slot, const std::function<const std::vector<Value>&()>* fromData) const {
     const SummarySlot& s = report_.slots[static_cast<std::size_t>(slot)];
-    if (s.fromData) return fromData && static_cast<std::size_t>(slot) < fromData->size() ? (*fromData)[slot] : Value();
+    if (s.fromData) {
+      if (!fromData || !*fromData) return Value();
+      const std::vector<Value>& values = (*fromData)();
+      return static_cast<std::size_t>(slot) < values.size() ? values[static_cast<std::size_t>(slot)] : Value();
+    }
     if (report_.readAhead[static_cast<std::size_t>(s.level)]) return state_.ahead[static_cast<std::size_t>(slot)];
     return resultOf(state_.running[static_cast<std::size_t>(slot)], s.operation, 0);
   }
@@ -433,7 +437,7 @@ class Pager {
       case ObjectKind::DatabaseField:
       case ObjectKind::FormulaField: value = evaluate(po.value, stream.row(), stream.record(), context); break;
       case ObjectKind::SummaryField:
-        value = stream.summary(po.slot, &report == &report_ ? environment_.dataSummaries : nullptr);
+        value = stream.summary(po.slot, &report == &report_ ? &environment_.dataSummaries : nullptr);
         break;
       case ObjectKind::SpecialField: return specialText(object, stream, context);
       default: return Text();

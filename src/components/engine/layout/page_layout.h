@@ -107,8 +107,10 @@ struct LayoutEnvironment {
   TextMeasure* measure = nullptr;
   Text title;
   double printDateTime = 0;
-  // Whole-report totals from the data, per slot of the main report.
-  const std::vector<formula::Value>* dataSummaries = nullptr;
+  // Whole-report totals from the data, per slot of the main report: asked
+  // for only when a page shows one (the query runs then, once). Throws
+  // data::DataError. Empty: no totals from the data.
+  std::function<const std::vector<formula::Value>&()> dataSummaries;
   // The page count when known; until then the pages known so far, and the
   // pages that show it are provisional.
   std::optional<std::int32_t> pageCount;

@@ -156,7 +156,7 @@ class Run final : public PageSource {
     environment.measure = measure_.get();
     environment.title = document_.title;
     environment.printDateTime = printDateTime_;
-    environment.dataSummaries = &dataSummaries_;
+    environment.dataSummaries = [this]() -> const std::vector<formula::Value>& { return dataSummaries(); };
     for (const auto& spool : subreportSpools_) environment.subreportSpools.push_back(spool.get());
     return environment;
   }
@@ -185,8 +185,12 @@ class Run final : public PageSource {
     changed_.notify_all();
   }
 
-  void pass(std::int32_t& number) {
-    std::unique_ptr<data::ReportData> reportData = data_.open(document_, document_.definition, u"");
+  // The whole-report totals from the data, read by the first page that
+  // shows one: a report whose totals stand at its end, or on later pages
+  // only, shows its first page without waiting for them.
+  const std::vector<formula::Value>& dataSummaries() {
+    std::lock_guard lock(summariesMutex_);
+    if (summariesRead_) return dataSummaries_;
     std::vector<data::SummaryRequest> requests;
     std::vector<std::size_t> asked;
     for (std::size_t i = 0; i < report_->slots.size(); ++i) {
@@ -195,10 +199,27 @@ class Run final : public PageSource {
       requests.push_back(data::SummaryRequest{slot.field, slot.operation});
       asked.push_back(i);
     }
+    std::vector<formula::Value> values;
     if (!requests.empty()) {
-      const std::vector<formula::Value> values = reportData->summaries(requests, {});
-      dataSummaries_.assign(report_->slots.size(), formula::Value());
-      for (std::size_t i = 0; i < asked.size() && i < values.size(); ++i) dataSummaries_[asked[i]] = values[i];
+      std::shared_ptr<data::ReportData> reportData;
+      {
+        std::lock_guard runLock(mutex_);
+        reportData = reportData_;
+      }
+      if (!reportData) throw data::DataError(u"The report's data is not open.");
+      values = reportData->summaries(requests, {});
+    }
+    dataSummaries_.assign(report_->slots.size(), formula::Value());
+    for (std::size_t i = 0; i < asked.size() && i < values.size(); ++i) dataSummaries_[asked[i]] = values[i];
+    summariesRead_ = true;
+    return dataSummaries_;
+  }
+
+  void pass(std::int32_t& number) {
+    std::shared_ptr<data::ReportData> reportData = data_.open(document_, document_.definition, u"");
+    {
+      std::lock_guard lock(mutex_);
+      reportData_ = reportData;
     }
     std::shared_ptr<data::RowCursor> cursor = reportData->rows(report_->fields, {});
     // The cursor goes before the data it reads, and cancel() stops reaching it first.
@@ -272,7 +293,13 @@ class Run final : public PageSource {
         }
       }
       changed_.notify_all();
-      if (!more) return;
+      if (!more) {
+        // Every page has been through the layout, so the totals any page
+        // shows have been read: the data can go.
+        std::lock_guard lock(mutex_);
+        reportData_.reset();
+        return;
+      }
       if (cancelled_) throw Cancelled{};
     }
   }
@@ -337,7 +364,10 @@ class Run final : public PageSource {
   std::unique_ptr<PreparedReport> report_;
   std::unique_ptr<Spool> spool_;
   std::vector<std::unique_ptr<Spool>> subreportSpools_;
-  std::vector<formula::Value> dataSummaries_;  // written before page 1 is done
+  std::mutex summariesMutex_;  // taken before mutex_, never while holding it
+  bool summariesRead_ = false;
+  std::vector<formula::Value> dataSummaries_;
+  std::shared_ptr<data::ReportData> reportData_;  // the main report's, once the pass has opened it
 
   std::mutex mutex_;
   std::condition_variable changed_;

@@ -259,6 +259,27 @@ TEST(Layout, PageCountIsProvisionalUntilTheLastRowIsIn) {
   EXPECT_EQ(data.rowsCalls, 1);
 }
 
+// A grand total shown only at the end of the first group, pages on: the
+// first page comes without asking the data for it.
+TEST(Layout, GrandTotalsFromTheDataWaitForThePageThatShowsThem) {
+  FakeProvider data;
+  data.tables[u""] = numbered(300);
+  data.gateAfter = 100;
+  model::ReportDefinition report = listReport();
+  model::addGroup(report, model::Group{model::FieldRef{u"T", u"customer", {}}, {}, {}});
+  sectionOf(report, SectionKind::GroupFooter, 1).objects.push_back(summaryObject(u"grand", SummaryOperation::Sum, u"amount", 0));
+  auto source = runReport(documentOf(report), data, measure(), fixedDate());
+  auto first = source->page(1);
+  ASSERT_TRUE(first);
+  EXPECT_EQ(textOf(*first, u"grand"), u"<none>");
+  EXPECT_EQ(data.summaryCalls, 0);
+  data.release();
+  auto pages = allPages(*source);
+  ASSERT_GT(pages.size(), 1u);
+  EXPECT_EQ(textOf(*pages.back(), u"grand"), u"897");  // 42 weeks of 0 to 6, then 0 to 5
+  EXPECT_EQ(data.summaryCalls, 1);
+}
+
 TEST(Layout, CanGrowTextWrapsGrowsItsSectionAndMovesToTheNextPage) {
   Text story;
   for (int i = 0; i < 60; ++i) story += u"word" + decimal(i) + u" ";
