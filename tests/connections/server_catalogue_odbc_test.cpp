@@ -3,7 +3,8 @@
 // and accents) and a private PostgreSQL server on which Windows log-on is
 // refused for one data source and accepted for another. The tree the
 // new-report construction fills from them, and the awkward settings a host
-// may pass, each ending in a tree or an empty one, quickly.
+// may pass, each ending in a tree or an empty one, quickly. Also a report's
+// company table re-pointed at those databases and read.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -17,6 +18,9 @@
 #include <set>
 
 #include "authoring/new_report.h"
+#include "components/engine/data/odbc_data_provider.h"
+#include "components/engine/engine.h"
+#include "connections/report_locations.h"
 #include "connections/server_catalogue.h"
 
 namespace mervane {
@@ -123,6 +127,48 @@ TEST_F(ServerCatalogueOdbcTest, AwkwardSettingsGiveAnEmptyTreeQuickly) {
   EXPECT_EQ(chooserTree(longPassword).size(), 1 + kCompanyTables.size());
 }
 
+// A company table made on another server, re-pointed at the session's data
+// as the designer window does on opening, then read: its first customer's
+// city, or why it cannot be read.
+Text firstCity(const ReportLocations& session) {
+  engine::Engine engine(engine::EngineParts{nullptr, nullptr, {}});
+  std::unique_ptr<EngineReport> report = engine.newReport();
+  engine::ReportDocument& doc = static_cast<engine::Report&>(*report).document();
+  engine::model::Table table;
+  table.alias = table.location = u"Customers";
+  table.logOn = {u"oldserver", u"oldcompany", u"olduser", {}};
+  table.connection = u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Initial Catalog=oldcompany;Data Source=oldserver";
+  doc.definition.data.tables.push_back(table);
+  using engine::model::FieldRef;
+  doc.definition.data.sortFields.push_back({FieldRef{u"Customers", u"CustomerID", {}}});
+  setReportLocations(report.get(), session);
+  try {
+    auto data = engine::data::createOdbcDataProvider({5})->open(doc, doc.definition, u"");
+    auto rows = data->rows({FieldRef{u"Customers", u"City", {}}}, {});
+    std::vector<engine::formula::Value> row;
+    return rows->next(row) ? row[0].text() : Text(u"no rows");
+  } catch (const engine::data::DataError& e) {
+    return e.message();
+  }
+}
+
+// Without a connection string the table is reached through the session's
+// server, database and log-on; the database the table is pointed at is the
+// one it reads, whichever the connection string names.
+TEST_F(ServerCatalogueOdbcTest, RepointedTableReadsTheSessionsDatabase) {
+  const Text city = firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"sa", u"pw;1", u""});
+  ASSERT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", u""}), city);
+  EXPECT_FALSE(city.empty());
+  EXPECT_EQ(city.find(u"connection"), Text::npos) << toUtf8(city);
+  for (const Text catalog : {u"archive", u"company"}) {
+    const Text named = integratedConnectionString(catalog, u"company_sqlite");
+    EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", named}), city);
+  }
+  // A database the data source does not hold cannot be read, as on a server.
+  EXPECT_NE(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"archive", u"", u"", u""}).find(u"no database 'archive'"),
+            Text::npos);
+}
+
 class ServerCataloguePostgresTest : public ServerCatalogueOdbcTest {
  protected:
   void SetUp() override {
@@ -151,6 +197,18 @@ TEST_F(ServerCataloguePostgresTest, WindowsLogOnWhereTheServerAcceptsItSqlLoginW
     EXPECT_TRUE(chooserTree(sql).empty());
   }
   EXPECT_TRUE(chooserTree({u"pg_trust", u"nowhere", u"", u""}).empty());
+}
+
+// On a server: the SQL login (its password holding ';', '=' and braces)
+// when there is no connection string, and the database the table is pointed
+// at when the connection string names another.
+TEST_F(ServerCataloguePostgresTest, RepointedTableReadsTheSessionsDatabase) {
+  const Text city = firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", u""});
+  EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"pg_password", u"company", fromUtf8(env_["PG_PASSWORD_USER"]),
+                       fromUtf8(env_["PG_PASSWORD"]), u""}),
+            city);
+  EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"pg_trust", u"company", u"", u"", u"DSN=pg_trust;DATABASE=postgres"}),
+            city);
 }
 
 TEST_F(ServerCataloguePostgresTest, ServerThatNeverAnswersCostsOneTimeOut) {
