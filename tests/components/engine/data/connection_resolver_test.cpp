@@ -227,6 +227,36 @@ TEST(ConnectionResolver, DescribesWhatItDid) {
   EXPECT_EQ(r.connection->dataSource, u"Halyard");
 }
 
+// A table pointed at a database reads it, whatever the text names; a SQLite
+// file or data source holds only its own, and one whose file the machine
+// does not show is checked once connected.
+TEST(ConnectionResolver, TheDatabaseAskedForTakesThePlaceOfTheTexts) {
+  auto resolved = [](TextView text, TextView database, OdbcEnvironment env = machine()) {
+    Resolution r = resolveConnection(text, env, database);
+    return r.ok() ? toUtf8(r.connection->connectionString()) : "error: " + toUtf8(r.error);
+  };
+  EXPECT_EQ(resolved(login(u"pw", u"sa", u"Other", u"db01"), u"Company"),
+            toUtf8(kSql17 + u"SERVER=db01;DATABASE=Company;UID=sa;PWD=pw"));
+  EXPECT_EQ(resolved(u"DSN=PgCompany;DATABASE=postgres", u"company"), toUtf8(u"DSN=PgCompany;DATABASE=company" + kPg));
+  EXPECT_EQ(resolved(kIntegrated + u"archive;Data Source=Company", u"company"), "DSN=Company;NoCreat=1;StepAPI=1");
+  EXPECT_NE(resolved(kIntegrated + u"company;Data Source=Company", u"archive").find("no database 'archive'"),
+            std::string::npos);
+  EXPECT_NE(resolved(u"Driver={SQLite3};Database=Z:\\srv\\co.db", u"archive").find("no database 'archive'"),
+            std::string::npos);
+  EXPECT_EQ(resolved(host(u"ann", u"pw", u"Halyard"), u"company"), "DSN=Halyard;NoCreat=1;StepAPI=1");
+
+  OdbcEnvironment wine = machine();
+  wine.dataSources[1].database.clear();
+  for (TextView asked : {u"company", u"archive"}) {
+    Resolution r = resolveConnection(kIntegrated + u";Data Source=Company", wine, asked);
+    ASSERT_TRUE(r.ok());
+    EXPECT_TRUE(r.connection->databaseUnconfirmed);
+    std::optional<Text> error = confirmDatabase(*r.connection, u"/srv/data/Company.sqlite3");
+    EXPECT_EQ(error.has_value(), asked == u"archive");
+    EXPECT_EQ(r.connection->database, error ? Text(u"archive") : Text(u"Company"));
+  }
+}
+
 // What a report keeps of a connection text: every form the resolver reads
 // loses its password whole, whatever the password holds, and what is kept
 // still reaches the same place.
