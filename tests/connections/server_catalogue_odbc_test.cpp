@@ -160,10 +160,13 @@ TEST_F(ServerCatalogueOdbcTest, RepointedTableReadsTheSessionsDatabase) {
   ASSERT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", u""}), city);
   EXPECT_FALSE(city.empty());
   EXPECT_EQ(city.find(u"connection"), Text::npos) << toUtf8(city);
-  for (const Text catalog : {u"archive", u"company"}) {
-    const Text named = integratedConnectionString(catalog, u"company_sqlite");
+  for (const Text& named : {integratedConnectionString(u"archive", u"company_sqlite"),
+                           integratedConnectionString(u"company", u"company_sqlite"),
+                           Text(u"Driver={SQLite3};Database=/nowhere/archive.db")})
     EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", named}), city);
-  }
+  // Without a server, the file the connection string names is the database.
+  const Text file = u"Driver={SQLite3};Database=" + fromUtf8(fixtureDir()) + u"/company.db";
+  EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"", u"Company DB", u"", u"", file}), city);
   // A database the data source does not hold cannot be read, as on a server.
   EXPECT_NE(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"archive", u"", u"", u""}).find(u"no database 'archive'"),
             Text::npos);

@@ -25,8 +25,20 @@ Resolution resolveTable(const ReportDocument& document, const Text& subreport, c
     resolution.error = u"The table '" + table.alias + u"' has no connection, and the report has no log-on.";
     return resolution;
   }
-  const bool located = table.type == model::DatabaseType::SqlTable;
-  resolution = resolveConnection(text, environment, located ? table.subLocation : Text());
+  const Text database = table.type == model::DatabaseType::SqlTable ? trim(table.subLocation) : Text();
+  resolution = resolveConnection(text, environment, database);
+  if (!resolution.ok() && !database.empty()) {
+    // The text reaches a database file that does not hold the database the
+    // table is pointed at. The table's log-on names where that database
+    // lives; a table without one keeps the file its text names.
+    const TableSecrets* secrets = document.secretsFor(TableKey{subreport, table.alias});
+    Resolution other = isBlank(table.logOn.server)
+                           ? resolveConnection(text, environment)
+                           : resolveConnection(logOnConnectText(table.logOn.server, database, table.logOn.user,
+                                                                secrets ? secrets->password : Text()),
+                                               environment, database);
+    if (other.ok()) return other;
+  }
   if (!resolution.ok()) resolution.error = u"The table '" + table.alias + u"' cannot be reached: " + resolution.error;
   return resolution;
 }

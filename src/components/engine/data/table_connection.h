@@ -5,8 +5,12 @@
 // the report was opened; what the report stored; the report's connection
 // string; the table's log-on (server, database, user and password, as it was
 // given them), read as an OLE DB text naming them would be; the report's
-// log-on, read the same way. A SQL table pointed at a database (its location) reads
-// that database, whatever the text names.
+// log-on, read the same way.
+//
+// A SQL table pointed at a database (its location) reads that database,
+// whatever the text names: on a server the text's connection reaches it;
+// where the text names a database file that does not hold it, the table's
+// log-on does (a table without a log-on server keeps the file).
 #pragma once
 
 #include "components/engine/data/connection_resolver.h"
