@@ -146,11 +146,6 @@ TEST_F(ReportLocationsTest, HostTablesGetTheUsersOdbcLogOnAndOthersTheSqlServer)
   EXPECT_EQ(deep.logOn.server, u"oldserver");
 }
 
-TEST_F(ReportLocationsTest, AnEmptyPasswordStillGivesEverySeparator) {
-  setReportLocations(report_.get(), session(u""));
-  EXPECT_EQ(definition().data.tables[0].logOn.server, u"ODBC;DATABASE=Halyard;UID=ana;PWD=;DSN=HalyardDSN");
-}
-
 // Every 3-character piece of the text, as the saved bytes would spell it in
 // UTF-8, in UTF-16 and in a single-byte code page.
 std::vector<std::string> piecesOf(const Text& secret) {

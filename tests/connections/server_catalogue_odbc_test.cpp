@@ -202,18 +202,6 @@ TEST_F(ServerCataloguePostgresTest, WindowsLogOnWhereTheServerAcceptsItSqlLoginW
   EXPECT_TRUE(chooserTree({u"pg_trust", u"nowhere", u"", u""}).empty());
 }
 
-// On a server: the SQL login (its password holding ';', '=' and braces)
-// when there is no connection string, and the database the table is pointed
-// at when the connection string names another.
-TEST_F(ServerCataloguePostgresTest, RepointedTableReadsTheSessionsDatabase) {
-  const Text city = firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", u""});
-  EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"pg_password", u"company", fromUtf8(env_["PG_PASSWORD_USER"]),
-                       fromUtf8(env_["PG_PASSWORD"]), u""}),
-            city);
-  EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"pg_trust", u"company", u"", u"", u"DSN=pg_trust;DATABASE=postgres"}),
-            city);
-}
-
 TEST_F(ServerCataloguePostgresTest, ServerThatNeverAnswersCostsOneTimeOut) {
   // A port that takes connections and never says a word.
   const int listener = socket(AF_INET, SOCK_STREAM, 0);
