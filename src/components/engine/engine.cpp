@@ -21,7 +21,8 @@ bool forgetPasswords(model::ReportDefinition& definition, const std::vector<Text
   for (model::Table& table : definition.data.tables)
     for (Text* text : {&table.logOn.server, &table.connection})
       for (const Text& password : passwords)
-        for (std::size_t at; (at = text->find(password)) != Text::npos; changed = true) text->erase(at, password.size());
+        for (std::size_t at; (at = text->find(password)) != Text::npos; changed = true)
+          text->erase(at, password.size());
   for (model::Section& section : definition.sections)
     for (model::ReportObject& object : section.objects)
       if (object.subreport.definition && forgetPasswords(*object.subreport.definition, passwords)) changed = true;

@@ -183,19 +183,20 @@ Text listWithoutPasswords(TextView text) {
       continue;
     }
     if (equalsNoCase(trim(key), u"Extended Properties")) {
-      // The OLE DB provider for ODBC carries a whole ODBC string here.
-      ParsedAttributes inner = parseAttributes(text.substr(start, valueEnd - start));
-      std::optional<Text> value = inner.ok() ? inner.list.get(trim(key)) : std::nullopt;
-      const Text cleaned = value ? listWithoutPasswords(*value) : Text();
-      if (!value) {
-        out.append(text.substr(start, valueStart - start));  // unreadable: the value cannot be trusted to be clean
+      // The OLE DB provider for ODBC carries a whole ODBC string here: it
+      // goes through the same, and is quoted again if it lost anything. A
+      // value that cannot be read cannot be trusted to be clean: it goes.
+      ParsedAttributes item = parseAttributes(text.substr(start, valueEnd - start));
+      std::optional<Text> value = item.ok() ? item.list.get(trim(key)) : std::nullopt;
+      Text kept = value ? listWithoutPasswords(*value) : Text();
+      if (!value || kept != *value) {
+        out.append(text.substr(start, valueStart - start));
+        if (value) {
+          out += u'"';
+          for (char16_t c : kept) out += c == u'"' ? Text(u"\"\"") : Text(1, c);
+          out += u'"';
+        }
         out.append(text.substr(valueEnd, i - valueEnd));
-        continue;
-      }
-      if (cleaned != *value) {
-        Text requoted = u"\"";
-        for (char16_t c : cleaned) requoted += c == u'"' ? Text(u"\"\"") : Text(1, c);
-        out.append(Text(text.substr(start, valueStart - start)) + requoted + u"\"" + Text(text.substr(valueEnd, i - valueEnd)));
         continue;
       }
     }
