@@ -146,23 +146,50 @@ TEST_F(ReportLocationsTest, HostTablesGetTheUsersOdbcLogOnAndOthersTheSqlServer)
   EXPECT_EQ(deep.logOn.server, u"oldserver");
 }
 
-TEST_F(ReportLocationsTest, AnEmptyPasswordStillGivesEverySeparator) {
-  setReportLocations(report_.get(), session(u""));
-  EXPECT_EQ(definition().data.tables[0].logOn.server, u"ODBC;DATABASE=Halyard;UID=ana;PWD=;DSN=HalyardDSN");
+// Every 3-character piece of the text, as the saved bytes would spell it in
+// UTF-8, in UTF-16 and in a single-byte code page.
+std::vector<std::string> piecesOf(const Text& secret) {
+  std::vector<std::string> pieces;
+  for (std::size_t i = 0; i + 3 <= secret.size(); ++i) {
+    const Text piece = secret.substr(i, 3);
+    pieces.push_back(toUtf8(piece));
+    std::string wide, narrow;
+    for (char16_t c : piece) {
+      wide += static_cast<char>(c & 0xFF);
+      wide += static_cast<char>(c >> 8);
+      narrow += static_cast<char>(c & 0xFF);
+    }
+    pieces.push_back(wide);
+    pieces.push_back(narrow);
+  }
+  return pieces;
 }
 
-TEST_F(ReportLocationsTest, TheRepointedReportSavesWithoutAnyPassword) {
-  setReportLocations(report_.get(), session());
-  report().save(u"copy.rpt");
-  ASSERT_FALSE(files_->saved.empty());
-  std::string bytes(files_->saved.begin(), files_->saved.end());
-  EXPECT_EQ(bytes.find("u-secret"), std::string::npos);
-  EXPECT_EQ(bytes.find("sql-secret"), std::string::npos);
-  // What was saved is the re-pointed report.
-  auto read = model::readDefinition(files_->saved);
-  ASSERT_TRUE(read.definition);
-  EXPECT_EQ(read.definition->data.tables[3].subLocation, u"company");
-  EXPECT_EQ(read.definition->data.tables[0].logOn.user, u"ana");
+TEST_F(ReportLocationsTest, TheRepointedReportSavesWithoutAnyPieceOfAPassword) {
+  const Text hostile[] = {u"Zq;1x", u"Zq}x{{y", u"Zq=x;=y", u"Zq\"x'y", u" Zq x ", u"Zq{;}Xv= \"Yw'"};
+  for (const Text& pw : hostile)
+  for (bool shaped : {true, false}) {
+    SCOPED_TRACE(toUtf8(pw));
+    SetUp();
+    ReportLocations s = session(pw);
+    s.sqlPassword = pw + u"\u00e9";
+    // As a new report's tables are added, or a bare password no reading can
+    // tell from the items after it.
+    s.sqlConnString = shaped ? u"Provider=SQLOLEDB.1;Password=" + s.sqlPassword +
+                                   u";Persist Security Info=True;User ID=sa;Initial Catalog=company;Data Source=SRV"
+                             : u"Data Source=SRV;User ID=sa;Password=" + s.sqlPassword;
+    setReportLocations(report_.get(), s);
+    report().save(u"copy.rpt");
+    ASSERT_FALSE(files_->saved.empty());
+    const std::string bytes(files_->saved.begin(), files_->saved.end());
+    for (const Text& secret : {s.userPassword, s.sqlPassword})
+      for (const std::string& piece : piecesOf(secret)) EXPECT_EQ(bytes.find(piece), std::string::npos) << piece;
+    // What was saved is the re-pointed report.
+    auto read = model::readDefinition(files_->saved);
+    ASSERT_TRUE(read.definition);
+    EXPECT_EQ(read.definition->data.tables[3].subLocation, u"company");
+    EXPECT_EQ(read.definition->data.tables[0].logOn.server, u"ODBC;DATABASE=Halyard;UID=ana;PWD=;DSN=HalyardDSN");
+  }
 }
 
 TEST(ReportLocations, AReportThatDidNotOpenPassesThrough) {

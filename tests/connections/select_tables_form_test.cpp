@@ -1,7 +1,8 @@
 // The table chooser's window as a person meets it: its layout and pictures,
 // ticks by mouse clicks on the check boxes and by the space bar following
 // the rules, OK refused with nothing ticked (by the button and by Enter),
-// a data set without tables counting for OK, Esc and the close button.
+// a data set without tables counting for OK, Esc and the close button; and
+// filled from a file database, which is looked up by its name.
 #include <windows.h>
 
 #include <commctrl.h>
@@ -10,6 +11,8 @@
 #include <cstring>
 
 #include "../authoring/person.h"
+#include "authoring/new_report.h"
+#include "connections/server_catalogue.h"
 #include "connections/win/select_tables_form.h"
 
 namespace mervane::win {
@@ -206,6 +209,50 @@ TEST(SelectTablesFormTest, LoadedChooserFillsTwoThousandTablesAndTicksThemAll) {
   EXPECT_TRUE(chooser->okSelected());
   const auto nodes = chooser->nodes();
   EXPECT_EQ(std::count_if(nodes.begin(), nodes.end(), [](auto& n) { return n.checked; }), 2001);
+}
+
+struct QuietWindow : NewReportWindow {
+  void setHourglass(bool) override {}
+  void processMessages() override {}
+  void createReport() override {}
+  std::shared_ptr<EngineDatabase> reportDatabase() override { return nullptr; }
+};
+
+// The new-report construction on "Halyard", a SQLite data source of the
+// tests' odbc.ini: a file database is named by its file's name without the
+// extension (in any letter case); another name lists nothing, as a server's
+// missing database does.
+TEST(SelectTablesFormTest, FileDatabaseIsLookedUpByItsName) {
+  for (const char16_t* database : {u"archive", u"HALYARD"}) {
+    SCOPED_TRACE(toUtf8(database));
+    int count = -1;
+    std::wstring root;
+    {
+      Person person(kCaption, [&](Person& p, HWND dialog) {
+        HWND tree = GetDlgItem(dialog, Ids::kTree);
+        count = static_cast<int>(SendMessageW(tree, TVM_GETCOUNT, 0, 0));
+        wchar_t text[200] = {};
+        TVITEMW tv = {};
+        tv.mask = TVIF_TEXT;
+        tv.hItem = reinterpret_cast<HTREEITEM>(SendMessageW(tree, TVM_GETNEXTITEM, TVGN_ROOT, 0));
+        tv.pszText = text;
+        tv.cchTextMax = 200;
+        if (tv.hItem) SendMessageW(tree, TVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&tv));
+        root = text;
+        p.press(dialog, Ids::kCancel);
+        EXPECT_TRUE(Person::waitHidden(dialog));
+      });
+      OdbcDatabaseServer server;
+      QuietWindow window;
+      EXPECT_FALSE(buildNewReport({u"Halyard", database, u"", u""}, server, loadSelectTablesForm, window));
+    }
+    if (database == Text(u"archive")) {
+      EXPECT_EQ(count, 0);
+    } else {
+      EXPECT_EQ(root, L"Current Data Set(halyard)");
+      EXPECT_EQ(count, 4);  // the data set and its three tables
+    }
+  }
 }
 
 }  // namespace

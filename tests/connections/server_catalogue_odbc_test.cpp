@@ -3,7 +3,8 @@
 // and accents) and a private PostgreSQL server on which Windows log-on is
 // refused for one data source and accepted for another. The tree the
 // new-report construction fills from them, and the awkward settings a host
-// may pass, each ending in a tree or an empty one, quickly.
+// may pass, each ending in a tree or an empty one, quickly. Also a report's
+// company table re-pointed at those databases and read.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -17,6 +18,9 @@
 #include <set>
 
 #include "authoring/new_report.h"
+#include "components/engine/data/odbc_data_provider.h"
+#include "components/engine/engine.h"
+#include "connections/report_locations.h"
 #include "connections/server_catalogue.h"
 
 namespace mervane {
@@ -121,6 +125,51 @@ TEST_F(ServerCatalogueOdbcTest, AwkwardSettingsGiveAnEmptyTreeQuickly) {
   // A password of a thousand characters is only a password.
   NewReportSettings longPassword{u"company_sqlite", u"company", u"sa", Text(1000, u'p')};
   EXPECT_EQ(chooserTree(longPassword).size(), 1 + kCompanyTables.size());
+}
+
+// A company table made on another server, re-pointed at the session's data
+// as the designer window does on opening, then read: its first customer's
+// city, or why it cannot be read.
+Text firstCity(const ReportLocations& session) {
+  engine::Engine engine(engine::EngineParts{nullptr, nullptr, {}});
+  std::unique_ptr<EngineReport> report = engine.newReport();
+  engine::ReportDocument& doc = static_cast<engine::Report&>(*report).document();
+  engine::model::Table table;
+  table.alias = table.location = u"Customers";
+  table.logOn = {u"oldserver", u"oldcompany", u"olduser", {}};
+  table.connection = u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Initial Catalog=oldcompany;Data Source=oldserver";
+  doc.definition.data.tables.push_back(table);
+  using engine::model::FieldRef;
+  doc.definition.data.sortFields.push_back({FieldRef{u"Customers", u"CustomerID", {}}});
+  setReportLocations(report.get(), session);
+  try {
+    auto data = engine::data::createOdbcDataProvider({5})->open(doc, doc.definition, u"");
+    auto rows = data->rows({FieldRef{u"Customers", u"City", {}}}, {});
+    std::vector<engine::formula::Value> row;
+    return rows->next(row) ? row[0].text() : Text(u"no rows");
+  } catch (const engine::data::DataError& e) {
+    return e.message();
+  }
+}
+
+// Without a connection string the table is reached through the session's
+// server, database and log-on; the database the table is pointed at is the
+// one it reads, whichever the connection string names.
+TEST_F(ServerCatalogueOdbcTest, RepointedTableReadsTheSessionsDatabase) {
+  const Text city = firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"sa", u"pw;1", u""});
+  ASSERT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", u""}), city);
+  EXPECT_FALSE(city.empty());
+  EXPECT_EQ(city.find(u"connection"), Text::npos) << toUtf8(city);
+  for (const Text& named : {integratedConnectionString(u"archive", u"company_sqlite"),
+                           integratedConnectionString(u"company", u"company_sqlite"),
+                           Text(u"Driver={SQLite3};Database=/nowhere/archive.db")})
+    EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", named}), city);
+  // Without a server, the file the connection string names is the database.
+  const Text file = u"Driver={SQLite3};Database=" + fromUtf8(fixtureDir()) + u"/company.db";
+  EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"", u"Company DB", u"", u"", file}), city);
+  // A database the data source does not hold cannot be read, as on a server.
+  const Text missing = firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"archive", u"", u"", u""});
+  EXPECT_NE(missing.find(u"no database 'archive'"), Text::npos) << toUtf8(missing);
 }
 
 class ServerCataloguePostgresTest : public ServerCatalogueOdbcTest {

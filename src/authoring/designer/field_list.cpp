@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "authoring/designer/properties.h"
+#include "components/engine/data/table_connection.h"
 
 namespace mervane::authoring::designer {
 
@@ -38,10 +39,7 @@ struct Collector {
 }  // namespace
 
 Text connectTextFor(const engine::ReportDocument& document, const model::Table& table) {
-  if (const auto* secrets = document.secretsFor({Text(), table.alias}); secrets && !secrets->connectText.empty())
-    return secrets->connectText;
-  if (!table.connection.empty()) return table.connection;
-  return document.logOn.connectionString;
+  return engine::data::tableConnectText(document, Text(), table);
 }
 
 FieldList usedFields(const engine::ReportDocument& document) {

@@ -1,10 +1,48 @@
 // The engine's application and report objects.
 #include "components/engine/engine.h"
 
+#include <algorithm>
+
 #include "components/engine/engine_objects.h"
 #include "components/engine/model/definition_stream.h"
 
 namespace mervane::engine {
+
+namespace {
+
+// A connect text that no reading of it can split cleanly (a bare password
+// holding ';' and '=' in an attribute list) might still spell out part of a
+// password after the stream writer has taken out what it can read as one.
+// The passwords this report was given are known: they go first, wherever
+// they stand in its connect texts. Shorter ones cannot be told from the
+// rest of a text and leave no piece worth the name.
+bool forgetPasswords(model::ReportDefinition& definition, const std::vector<Text>& passwords) {
+  bool changed = false;
+  for (model::Table& table : definition.data.tables)
+    for (Text* text : {&table.logOn.server, &table.connection})
+      for (const Text& password : passwords)
+        for (std::size_t at; (at = text->find(password)) != Text::npos; changed = true)
+          text->erase(at, password.size());
+  for (model::Section& section : definition.sections)
+    for (model::ReportObject& object : section.objects)
+      if (object.subreport.definition && forgetPasswords(*object.subreport.definition, passwords)) changed = true;
+  return changed;
+}
+
+std::vector<std::uint8_t> definitionWithoutPasswords(const ReportDocument& document) {
+  std::vector<Text> passwords;
+  auto known = [&](const Text& password) {
+    if (password.size() >= 3) passwords.push_back(password);
+  };
+  known(document.logOn.password);
+  for (const auto& [table, secrets] : document.secrets) known(secrets.password);
+  if (passwords.empty()) return model::writeDefinition(document.definition);
+  std::sort(passwords.begin(), passwords.end(), [](const Text& a, const Text& b) { return a.size() > b.size(); });
+  model::ReportDefinition copy = document.definition;
+  return model::writeDefinition(forgetPasswords(copy, passwords) ? copy : document.definition);
+}
+
+}  // namespace
 
 const char16_t kForeignReportProblem[] =
     u"This report was made with another report designer. Its title and summary can be read and copied, "
@@ -53,7 +91,7 @@ void Report::write(const Text& path) {
   ReportChanges changes{document_.title, std::nullopt};
   // A definition that was never read, or could not be, stays as the file
   // holds it.
-  if (loaded_ && document_.hasLayout) changes.definition = model::writeDefinition(document_.definition);
+  if (loaded_ && document_.hasLayout) changes.definition = definitionWithoutPasswords(document_);
   if (file_)
     file_->writeCopy(path, changes);
   else

@@ -92,6 +92,7 @@ std::unique_ptr<DatabaseCatalogue> openCatalogue(const Text& connectText, int ti
   Text secret = resolved.attributes.get(u"PWD").value_or(Text());
   auto connection = odbc::Connection::open(resolved.connectionString(), secret,
                                            u"the database (" + resolved.redacted() + u")", timeoutSeconds);
+  if (std::optional<Text> error = confirmDatabase(resolved, connection->databaseName())) throw DataError(*error);
   return std::make_unique<OdbcCatalogue>(std::move(connection), std::move(resolved));
 }
 

@@ -60,15 +60,21 @@ struct Shape {
   std::vector<Attribute> fixed;  // the attributes the prefix itself sets
 };
 
-std::optional<std::vector<Text>> splitShape(TextView text, const Shape& shape) {
+// Where each value lies in the text: offset and length.
+struct Span {
+  std::size_t at = 0;
+  std::size_t length = 0;
+};
+
+std::optional<std::vector<Span>> splitShape(TextView text, const Shape& shape) {
   if (text.substr(0, shape.prefix.size()) != shape.prefix) return std::nullopt;
   const std::size_t count = shape.separators.size() + 1;
-  std::vector<Text> values(count);
+  std::vector<Span> values(count);
   std::size_t left = shape.prefix.size();
   for (std::size_t i = 0; i < shape.freeValue; ++i) {
     std::size_t at = text.find(shape.separators[i], left);
     if (at == TextView::npos) return std::nullopt;
-    values[i] = Text(text.substr(left, at - left));
+    values[i] = {left, at - left};
     left = at + shape.separators[i].size();
   }
   std::size_t right = text.size();
@@ -77,10 +83,10 @@ std::optional<std::vector<Text>> splitShape(TextView text, const Shape& shape) {
     if (right < left + sep.size()) return std::nullopt;
     std::size_t at = text.substr(0, right).rfind(sep);
     if (at == TextView::npos || at < left) return std::nullopt;
-    values[i] = Text(text.substr(at + sep.size(), right - at - sep.size()));
+    values[i] = {at + sep.size(), right - at - sep.size()};
     right = at;
   }
-  values[shape.freeValue] = Text(text.substr(left, right - left));
+  values[shape.freeValue] = {left, right - left};
   return values;
 }
 
@@ -109,12 +115,94 @@ const std::array<Shape, 2>& oleDbShapes() {
 // separators: such texts are plain concatenations of settings, so every value
 // is taken exactly as it stands (blanks, quotes and braces included).
 std::optional<AttributeList> readShaped(TextView text, const Shape& shape) {
-  std::optional<std::vector<Text>> values = splitShape(text, shape);
+  std::optional<std::vector<Span>> values = splitShape(text, shape);
   if (!values) return std::nullopt;
   AttributeList list;
   for (const Attribute& a : shape.fixed) list.set(a.key, a.value);
-  for (std::size_t i = 0; i < values->size(); ++i) list.set(shape.keys[i], (*values)[i]);
+  for (std::size_t i = 0; i < values->size(); ++i)
+    list.set(shape.keys[i], Text(text.substr((*values)[i].at, (*values)[i].length)));
   return list;
+}
+
+// The text of a fixed shape with its password values emptied: the shape
+// stays whole, so it reads back the same way, without the password.
+std::optional<Text> shapedWithoutPasswords(TextView text, const Shape& shape) {
+  std::optional<std::vector<Span>> values = splitShape(text, shape);
+  if (!values) return std::nullopt;
+  Text out(text);
+  for (std::size_t i = values->size(); i-- > 0;)
+    if (isSecretKey(shape.keys[i])) out.erase((*values)[i].at, (*values)[i].length);
+  return out;
+}
+
+bool holdsPassword(TextView key) {
+  const Text k = upper(trim(key));
+  return k == u"PWD" || k.find(u"PASSWORD") != Text::npos;
+}
+
+// An attribute list without its password values, read item by item as the
+// attribute reader reads it but never refusing the text: an unclosed quote
+// runs to the end, and text after a closing quote belongs to its item. A
+// bare password ends at the next ';', so the items without '=' after it are
+// taken for the rest of it (a ';' inside an unquoted password) and go too.
+Text listWithoutPasswords(TextView text) {
+  Text out;
+  std::size_t i = 0;
+  bool afterBarePassword = false;
+  while (i < text.size()) {
+    const std::size_t start = i;
+    while (i < text.size() && text[i] != u'=' && text[i] != u';') ++i;
+    if (i == text.size() || text[i] == u';') {
+      if (i < text.size()) ++i;
+      if (!afterBarePassword) out.append(text.substr(start, i - start));
+      continue;
+    }
+    const TextView key = text.substr(start, i - start);
+    ++i;
+    while (i < text.size() && text[i] == u' ') ++i;
+    const std::size_t valueStart = i;
+    const bool quotedValue = i < text.size() && (text[i] == u'{' || text[i] == u'"' || text[i] == u'\'');
+    if (quotedValue) {
+      const char16_t close = text[i] == u'{' ? u'}' : text[i];
+      for (++i; i < text.size(); ++i) {
+        if (text[i] != close) continue;
+        if (i + 1 < text.size() && text[i + 1] == close) {
+          ++i;  // a doubled closing character stands for itself
+          continue;
+        }
+        ++i;
+        break;
+      }
+    }
+    while (i < text.size() && text[i] != u';') ++i;
+    const std::size_t valueEnd = i;
+    if (i < text.size()) ++i;  // the separator goes with its item
+    afterBarePassword = false;
+    if (holdsPassword(key)) {
+      afterBarePassword = !quotedValue;
+      continue;
+    }
+    if (equalsNoCase(trim(key), u"Extended Properties")) {
+      // The OLE DB provider for ODBC carries a whole ODBC string here: it
+      // goes through the same, and is quoted again if it lost anything. A
+      // value that cannot be read cannot be trusted to be clean: it goes.
+      ParsedAttributes item = parseAttributes(text.substr(start, valueEnd - start));
+      std::optional<Text> value = item.ok() ? item.list.get(trim(key)) : std::nullopt;
+      Text kept = value ? listWithoutPasswords(*value) : Text();
+      if (!value || kept != *value) {
+        out.append(text.substr(start, valueStart - start));
+        if (value) {
+          out += u'"';
+          for (char16_t c : kept) out += c == u'"' ? Text(u"\"\"") : Text(1, c);
+          out += u'"';
+        }
+        out.append(text.substr(valueEnd, i - valueEnd));
+        continue;
+      }
+    }
+    out.append(text.substr(start, i - start));
+  }
+  return out;
 }
 
 // Offsets count from the start of the whole connection text, from 1.
@@ -139,7 +227,7 @@ struct Target {
 
 class Resolver {
  public:
-  explicit Resolver(const OdbcEnvironment& env) : env_(env) {}
+  Resolver(const OdbcEnvironment& env, TextView database) : env_(env), database_(database) {}
 
   Resolution fail(Text message) {
     Resolution r;
@@ -237,11 +325,16 @@ class Resolver {
       return u"There is no database " + quoted(t.catalog) + u" in " + Text(where) + u": its only database is " +
              quoted(name) + u".";
     c_.database = name.empty() ? t.catalog : name;
+    c_.databaseUnconfirmed = file.empty();
     return std::nullopt;
   }
 
-  Resolution resolveTarget(const Target& t) {
+  Resolution resolveTarget(Target t) {
     c_.form = t.form;
+    if (!database_.empty() && t.form != TextForm::HostConnect && !equalsNoCase(database_, t.catalog)) {
+      note(u"The table is pointed at the database " + quoted(database_));
+      t.catalog = database_;
+    }
     if (isBlank(t.server)) return fail(u"The connection names no data source or server.");
     if (const DataSourceEntry* dsn = findDataSource(t.server)) return throughDataSource(t, *dsn);
     if (t.mustBeDataSource) return fail(u"There is no ODBC data source named " + quoted(t.server) + u".");
@@ -372,12 +465,23 @@ class Resolver {
     }
     c_.family = driverFamily(c_.driver);
     if (c_.family == DriverFamily::Sqlite) {
-      if (std::optional<Text> file = given.get(u"Database")) {
-        std::optional<Text> path = driverPath(*file);
-        if (!path) return fail(u"The database file " + quoted(*file) + u" is on a drive the driver cannot reach.");
+      Text file;
+      if (std::optional<Text> named = given.get(u"Database")) {
+        std::optional<Text> path = driverPath(*named);
+        if (!path) return fail(u"The database file " + quoted(*named) + u" is on a drive the driver cannot reach.");
         c_.attributes.set(u"Database", *path);
-        c_.database = baseName(*path);
+        file = *path;
+      } else if (const DataSourceEntry* dsn = findDataSource(c_.dataSource)) {
+        file = dsn->database;
       }
+      Target t{form, {}, database_};
+      if (auto error = checkSqliteCatalog(t, file, file.empty() ? u"the data source " + quoted(c_.dataSource)
+                                                                  : u"the file " + quoted(file)))
+        return fail(*error);
+    } else if (!database_.empty()) {
+      c_.database = database_;
+      c_.attributes.set(u"DATABASE", database_);
+      note(u"The table is pointed at the database " + quoted(database_));
     } else {
       c_.database = given.get(u"DATABASE").value_or(Text());
     }
@@ -389,6 +493,7 @@ class Resolver {
 
  private:
   const OdbcEnvironment& env_;
+  const Text database_;  // the database asked for in place of the text's; empty: the text's
   OdbcConnection c_;
 };
 
@@ -417,7 +522,11 @@ Text OdbcConnection::description() const {
 }
 
 Resolution resolveConnection(TextView connectionText, const OdbcEnvironment& environment) {
-  Resolver resolver(environment);
+  return resolveConnection(connectionText, environment, TextView());
+}
+
+Resolution resolveConnection(TextView connectionText, const OdbcEnvironment& environment, TextView database) {
+  Resolver resolver(environment, trim(database));
   TextView text = connectionText;
   while (!text.empty() && (text.front() == u' ' || text.front() == u'\t')) text.remove_prefix(1);
   if (text.empty()) return resolver.fail(u"The connection text is empty.");
@@ -444,6 +553,40 @@ Resolution resolveConnection(TextView connectionText, const OdbcEnvironment& env
   if (list.has(u"Provider") || list.has(u"Data Source") || list.has(u"Initial Catalog"))
     return resolver.resolveOleDb(list);
   return resolver.resolveOdbc(list, TextForm::Odbc);
+}
+
+std::optional<Text> confirmDatabase(OdbcConnection& connection, TextView reportedFile) {
+  if (!connection.databaseUnconfirmed) return std::nullopt;
+  const Text name = baseName(reportedFile);
+  if (name.empty()) return std::nullopt;  // the driver does not say: nothing to hold against it
+  if (!connection.database.empty() && !equalsNoCase(trim(connection.database), name))
+    return u"There is no database " + quoted(connection.database) + u" in the data source " +
+           quoted(connection.dataSource) + u": its only database is " + quoted(name) + u".";
+  connection.database = name;
+  connection.databaseUnconfirmed = false;
+  return std::nullopt;
+}
+
+Text logOnConnectText(TextView server, TextView database, TextView user, TextView password) {
+  if (user.empty())
+    return u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial Catalog=" +
+           Text(database) + u";Data Source=" + Text(server);
+  return u"Provider=SQLOLEDB.1;Password=" + Text(password) + u";Persist Security Info=True;User ID=" + Text(user) +
+         u";Initial Catalog=" + Text(database) + u";Data Source=" + Text(server);
+}
+
+Text withoutPasswords(TextView connectionText) {
+  std::size_t lead = 0;
+  while (lead < connectionText.size() && (connectionText[lead] == u' ' || connectionText[lead] == u'\t')) ++lead;
+  const TextView text = connectionText.substr(lead);
+  const Text blanks(connectionText.substr(0, lead));
+  if (startsWithNoCase(text, u"ODBC;")) {
+    if (std::optional<Text> shaped = shapedWithoutPasswords(text, hostShape())) return blanks + *shaped;
+    return blanks + Text(text.substr(0, 5)) + listWithoutPasswords(text.substr(5));
+  }
+  for (const Shape& shape : oleDbShapes())
+    if (std::optional<Text> shaped = shapedWithoutPasswords(text, shape)) return blanks + *shaped;
+  return blanks + listWithoutPasswords(text);
 }
 
 }  // namespace mervane::engine::data

@@ -24,6 +24,9 @@
 // shapes is split at the shape's own separators and each value is taken as it
 // stands; the password may hold anything, the other values anything but the
 // separator that follows them. Other texts are read as attribute lists.
+//
+// A table pointed at a database reads that database, whatever its text
+// names: the resolver takes the database as a setting of its own.
 #pragma once
 
 #include <optional>
@@ -73,6 +76,10 @@ struct OdbcConnection {
   bool integrated = false;
   AttributeList attributes;
   std::vector<Text> steps;  // what the resolver decided, in words
+  // A SQLite data source whose file the machine's settings do not show (as
+  // under Wine, where they live on the Unix side): which database it holds
+  // is known only once connected. See confirmDatabase.
+  bool databaseUnconfirmed = false;
 
   // What SQLDriverConnect receives. Holds the password: never log it.
   Text connectionString() const { return formatOdbc(attributes); }
@@ -89,6 +96,31 @@ struct Resolution {
 };
 
 Resolution resolveConnection(TextView connectionText, const OdbcEnvironment& environment);
+
+// The same in the given database, which takes the place of the one the text
+// names (empty: the text's own). The host's text names its own database and
+// keeps it. A SQLite file holds one database: another name is not there.
+Resolution resolveConnection(TextView connectionText, const OdbcEnvironment& environment, TextView database);
+
+// Once connected, for a connection whose database was unconfirmed: its name
+// is the base name of the file the driver reports, and it must be the one
+// asked for. Returns why not, or nothing (and the connection then knows its
+// database).
+std::optional<Text> confirmDatabase(OdbcConnection& connection, TextView reportedFile);
+
+// An OLE DB text naming a log-on, in the shapes a new report's tables are
+// added with: Windows log-on without a user, the SQL login with one. The
+// resolver reads each value back exactly as it was given.
+Text logOnConnectText(TextView server, TextView database, TextView user, TextView password);
+
+// The text without the values that hold a password (keys PWD, Password or
+// any key containing "password", in any letter case), each read the way the
+// resolver reads the text: in the host's and the OLE DB fixed shapes the
+// whole free value goes, however many ';', '=', quotes or braces it holds;
+// in attribute lists a braced or quoted value goes whole, a bare value with
+// the items without '=' that follow it, and the OLE DB provider for ODBC's
+// Extended Properties lose theirs too. Everything else stays as it was.
+Text withoutPasswords(TextView connectionText);
 
 // SQL Server drivers in order of preference.
 const std::vector<Text>& sqlServerDriverPreference();

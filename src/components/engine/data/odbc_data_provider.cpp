@@ -15,6 +15,7 @@
 #include "components/engine/data/delimited_text.h"
 #include "components/engine/data/odbc.h"
 #include "components/engine/data/query_builder.h"
+#include "components/engine/data/table_connection.h"
 #include "components/engine/formula/sql_filter.h"
 #include "components/engine/formula/syntax.h"
 
@@ -729,16 +730,15 @@ class OdbcDataProvider final : public DataProvider {
   std::shared_ptr<odbc::Connection> connect(const ReportDocument& document, const Text& subreport,
                                             const model::Table& table) {
     const TableSecrets* secrets = document.secretsFor(TableKey{subreport, table.alias});
-    Text text;
-    if (secrets && !secrets->connectText.empty()) text = secrets->connectText;
-    else if (!table.connection.empty()) text = table.connection;
-    else text = document.logOn.connectionString;
-    if (isBlank(text))
-      throw DataError(u"The table '" + table.alias + u"' has no connection, and the report has no log-on.");
-
-    Resolution resolution = resolveConnection(text, environment());
-    if (!resolution.ok()) throw DataError(u"The table '" + table.alias + u"' cannot be reached: " + resolution.error);
-    const OdbcConnection& resolved = *resolution.connection;
+    Resolution resolution = resolveTable(document, subreport, table, environment());
+    if (!resolution.ok()) throw DataError(resolution.error);
+    OdbcConnection& resolved = *resolution.connection;
+    // A data source whose database shows only once connected is checked then.
+    auto confirmed = [&](std::shared_ptr<odbc::Connection> connection) {
+      if (std::optional<Text> error = confirmDatabase(resolved, connection->databaseName()))
+        throw DataError(u"The table '" + table.alias + u"' cannot be reached: " + *error);
+      return connection;
+    };
 
     // The log-on to fall back on: the table's, else the report's.
     Text user = !table.logOn.user.empty() ? table.logOn.user : resolved.user;
@@ -761,7 +761,7 @@ class OdbcDataProvider final : public DataProvider {
     bool takesLogOn = resolved.family != DriverFamily::Sqlite && givenPassword.empty();
     Text description = u"the database of table '" + table.alias + u"' (" + resolved.redacted() + u")";
 
-    if (!takesLogOn) return pooled(formatOdbc(given), givenPassword, description);
+    if (!takesLogOn) return confirmed(pooled(formatOdbc(given), givenPassword, description));
     AttributeList integrated = given;
     integrated.erase(u"UID");
     integrated.erase(u"PWD");
@@ -777,7 +777,7 @@ class OdbcDataProvider final : public DataProvider {
     }
     if (!refusal) {
       try {
-        return pooled(integratedString, Text(), description);
+        return confirmed(pooled(integratedString, Text(), description));
       } catch (const LogOnRefused& refused) {
         std::lock_guard lock(mutex_);
         refusedIntegrated_[integratedString] = refused.message();
@@ -789,7 +789,7 @@ class OdbcDataProvider final : public DataProvider {
     withLogOn.erase(u"Trusted_Connection");
     withLogOn.set(u"UID", user);
     withLogOn.set(u"PWD", password);
-    return pooled(formatOdbc(withLogOn), password, description);
+    return confirmed(pooled(formatOdbc(withLogOn), password, description));
   }
 
   std::shared_ptr<odbc::Connection> pooled(const Text& connectionString, const Text& secret, const Text& description) {

@@ -11,6 +11,8 @@
 
 #include <zlib.h>
 
+#include "components/engine/data/connection_resolver.h"
+
 namespace mervane::engine::model {
 namespace {
 
@@ -509,16 +511,16 @@ void writeTable(Writer& w, const Table& t) {
   w.text(1, t.alias);
   w.enumeration(2, t.type);
   w.record(3, [&](Writer& lw) {
-    lw.text(1, withoutPasswords(t.logOn.server));
+    lw.text(1, data::withoutPasswords(t.logOn.server));
     lw.text(2, t.logOn.database);
     lw.text(3, t.logOn.user);
     lw.unknown(t.logOn.unknown);
   });
-  w.text(4, withoutPasswords(t.location));
-  w.text(5, withoutPasswords(t.subLocation));
+  w.text(4, data::withoutPasswords(t.location));
+  w.text(5, data::withoutPasswords(t.subLocation));
   w.text(6, t.delimiter);
   w.flag(7, t.headerRow);
-  w.text(8, withoutPasswords(t.connection));
+  w.text(8, data::withoutPasswords(t.connection));
   w.unknown(t.unknown);
 }
 
@@ -568,13 +570,6 @@ void writeReport(Writer& w, const ReportDefinition& r) {
     });
   }
   w.unknown(r.unknown);
-}
-
-// --- connect texts ---
-
-bool holdsPassword(TextView key) {
-  const Text k = upper(trim(key));
-  return k == u"PWD" || k.find(u"PASSWORD") != Text::npos;
 }
 
 }  // namespace
@@ -633,43 +628,6 @@ std::vector<std::uint8_t> writeDefinition(const ReportDefinition& definition) {
   std::vector<std::uint8_t> out(header.size() + body.out.size());
   std::memcpy(out.data(), header.data(), header.size());
   if (!body.out.empty()) std::memcpy(out.data() + header.size(), body.out.data(), body.out.size());
-  return out;
-}
-
-Text withoutPasswords(TextView text) {
-  Text out;
-  std::size_t i = 0;
-  while (i < text.size()) {
-    const std::size_t start = i;
-    // The key runs to '=' or ';'.
-    while (i < text.size() && text[i] != u'=' && text[i] != u';') ++i;
-    if (i < text.size() && text[i] == u'=') {
-      const TextView key = text.substr(start, i - start);
-      ++i;
-      while (i < text.size() && text[i] == u' ') ++i;
-      if (i < text.size() && (text[i] == u'{' || text[i] == u'"' || text[i] == u'\'')) {
-        const char16_t close = text[i] == u'{' ? u'}' : text[i];
-        ++i;
-        while (i < text.size()) {
-          if (text[i] == close) {
-            if (i + 1 < text.size() && text[i + 1] == close) {
-              i += 2;  // a doubled closing character stands for itself
-              continue;
-            }
-            ++i;
-            break;
-          }
-          ++i;
-        }
-      }
-      while (i < text.size() && text[i] != u';') ++i;
-      if (i < text.size()) ++i;  // the separator goes with its item
-      if (!holdsPassword(key)) out.append(text.substr(start, i - start));
-    } else {
-      if (i < text.size()) ++i;
-      out.append(text.substr(start, i - start));
-    }
-  }
   return out;
 }
 

@@ -69,7 +69,8 @@
 //
 // PASSWORDS
 //   The model has no password field, and a connect text that reaches a
-//   log-on or location field is written without its PWD= or Password= parts.
+//   log-on or location field is written without its password values, read
+//   as the connection resolver reads the text (data::withoutPasswords).
 #pragma once
 
 #include <cstddef>
@@ -117,11 +118,5 @@ DefinitionReadResult readDefinition(std::span<const std::uint8_t> stream, const 
 
 // Writes a definition in this version of the format.
 std::vector<std::uint8_t> writeDefinition(const ReportDefinition& definition);
-
-// A connect text without the items that hold a password (PWD, Password and
-// any key containing "password", in any letter case); everything else is
-// kept as it was. Values may be braced {...} as ODBC quotes them or quoted
-// '...' or "..." as OLE DB does.
-Text withoutPasswords(TextView connectText);
 
 }  // namespace mervane::engine::model

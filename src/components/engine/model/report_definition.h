@@ -248,7 +248,7 @@ struct Table {
   DatabaseType type = DatabaseType::SqlTable;
   LogOn logOn;
   Text location;     // SQL: the table's name, as qualified as the database needs; text file: its path
-  Text subLocation;  // SQL: the location the table was read from before it was re-pointed
+  Text subLocation;  // SQL: the database the table is pointed at, which it reads; empty: the connection's own
   // SQL: the connect text that reaches the table's database (an OLE DB
   // string, the host's "ODBC;..." text or an ODBC string); empty: the
   // report's own log-on. Stored without its password.

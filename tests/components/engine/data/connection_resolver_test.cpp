@@ -227,6 +227,77 @@ TEST(ConnectionResolver, DescribesWhatItDid) {
   EXPECT_EQ(r.connection->dataSource, u"Halyard");
 }
 
+// A table pointed at a database reads it, whatever the text names; a SQLite
+// file or data source holds only its own, and one whose file the machine
+// does not show is checked once connected.
+TEST(ConnectionResolver, TheDatabaseAskedForTakesThePlaceOfTheTexts) {
+  auto resolved = [](TextView text, TextView database, OdbcEnvironment env = machine()) {
+    Resolution r = resolveConnection(text, env, database);
+    return r.ok() ? toUtf8(r.connection->connectionString()) : "error: " + toUtf8(r.error);
+  };
+  EXPECT_EQ(resolved(login(u"pw", u"sa", u"Other", u"db01"), u"Company"),
+            toUtf8(kSql17 + u"SERVER=db01;DATABASE=Company;UID=sa;PWD=pw"));
+  EXPECT_EQ(resolved(u"DSN=PgCompany;DATABASE=postgres", u"company"), toUtf8(u"DSN=PgCompany;DATABASE=company" + kPg));
+  EXPECT_EQ(resolved(kIntegrated + u"archive;Data Source=Company", u"company"), "DSN=Company;NoCreat=1;StepAPI=1");
+  EXPECT_NE(resolved(kIntegrated + u"company;Data Source=Company", u"archive").find("no database 'archive'"),
+            std::string::npos);
+  EXPECT_NE(resolved(u"Driver={SQLite3};Database=Z:\\srv\\co.db", u"archive").find("no database 'archive'"),
+            std::string::npos);
+  EXPECT_EQ(resolved(host(u"ann", u"pw", u"Halyard"), u"company"), "DSN=Halyard;NoCreat=1;StepAPI=1");
+
+  OdbcEnvironment wine = machine();
+  wine.dataSources[1].database.clear();
+  for (TextView asked : {u"company", u"archive"}) {
+    Resolution r = resolveConnection(kIntegrated + u";Data Source=Company", wine, asked);
+    ASSERT_TRUE(r.ok());
+    EXPECT_TRUE(r.connection->databaseUnconfirmed);
+    std::optional<Text> error = confirmDatabase(*r.connection, u"/srv/data/Company.sqlite3");
+    EXPECT_EQ(error.has_value(), asked == u"archive");
+    EXPECT_EQ(r.connection->database, error ? Text(u"archive") : Text(u"Company"));
+  }
+}
+
+// What a report keeps of a connection text: every form the resolver reads
+// loses its password whole, whatever the password holds, and what is kept
+// still reaches the same place.
+TEST(ConnectionResolver, WithoutPasswordsKeepsNoPieceOfOne) {
+  auto quote = [](TextView v, char16_t q) {
+    Text out(1, q);
+    for (char16_t c : v) out += c == q ? Text(2, c) : Text(1, c);
+    return out + q;
+  };
+  for (const Text& pw : {Text(u"Zq;1x"), Text(u"Zq}}x{{"), Text(u"Zq=x;=y"), Text(u"Zq\"x'y"), Text(u" Zq x "),
+                         kLongPassword}) {
+    const Text texts[] = {
+        host(u"ann", pw, u"PgCompany"),
+        login(pw, u"sa", u"Company", u"db01"),
+        u"DSN=PgCompany;UID=u;PWD=" + braced(pw),
+        u"ODBC;DSN=PgCompany;PWD=" + braced(pw) + u";UID=u",
+        u"Provider=SQLNCLI11;Data Source=db01;Password=" + quote(pw, u'"') + u";User ID=sa",
+        u"Provider=SQLNCLI11;Password=" + quote(pw, u'\'') + u";User ID=sa;Data Source=db01",
+        u"Provider=MSDASQL.1;Extended Properties=" + quote(u"DSN=PgCompany;UID=u;PWD=" + braced(pw), u'"'),
+    };
+    for (const Text& text : texts) {
+      SCOPED_TRACE(toUtf8(text).substr(0, 80));
+      const Text kept = withoutPasswords(text);
+      for (std::size_t i = 0; i + 3 <= pw.size(); ++i)
+        ASSERT_EQ(kept.find(pw.substr(i, 3)), Text::npos) << toUtf8(kept);
+      Resolution before = resolveConnection(text, machine()), after = resolveConnection(kept, machine());
+      ASSERT_TRUE(before.ok()) << toUtf8(before.error);
+      ASSERT_TRUE(after.ok()) << toUtf8(after.error);
+      before.connection->attributes.erase(u"PWD");
+      after.connection->attributes.erase(u"PWD");
+      EXPECT_EQ(toUtf8(after.connection->connectionString()), toUtf8(before.connection->connectionString()));
+    }
+  }
+  // A bare password cut short by a ';' goes with the rest of it; other
+  // texts stay as they were.
+  EXPECT_EQ(withoutPasswords(u"Data Source=db01;Password=pw;123;User ID=sa"), u"Data Source=db01;User ID=sa");
+  EXPECT_EQ(withoutPasswords(u"Server=s;PasswordHint=x;Jet OLEDB:Database Password='a;b'"), u"Server=s;");
+  for (TextView same : {u"", u"dbo.Customers", u"/data/a;b.csv", u"A=1;;B=2", u"Initial Catalog=c;Data Source=s"})
+    EXPECT_EQ(withoutPasswords(same), same);
+}
+
 TEST(AttributeList, ReadsAndWritesRoundTrip) {
   for (Text value : {Text(u""), Text(u"plain"), Text(u" lead"), Text(u"trail "), Text(u"a;b"), Text(u"}{}"),
                      Text(u"x=y"), Text(u"ünï©ødé"), kLongPassword}) {

@@ -91,6 +91,30 @@ TEST(OdbcUnderWine, PostgresLogOnFallsBackToTheKnownLogOn) {
   EXPECT_EQ(all[1][1], Value(u"Göteborg"));
 }
 
+// A company table re-pointed without a connection string at "Halyard", a
+// SQLite data source of the tests' odbc.ini whose file Wine does not show:
+// the database it is pointed at is checked once connected.
+TEST(OdbcUnderWine, RepointedTableOnASqliteDataSourceReadsOnlyItsDatabase) {
+  for (const char16_t* database : {u"HALYARD", u"archive"}) {
+    ReportDocument doc;
+    model::Table t;
+    t.alias = t.location = u"Users";
+    t.logOn = {u"Halyard", database, u"sa", {}};
+    t.subLocation = database;
+    doc.definition.data.tables.push_back(t);
+    auto read = [&] {
+      auto data = createOdbcDataProvider({5})->open(doc, doc.definition, u"");
+      auto cursor = data->rows({field(u"Users", u"Login")}, {});
+      std::vector<Value> row;
+      return cursor->next(row);
+    };
+    if (database == Text(u"archive"))
+      EXPECT_THROW(read(), DataError);
+    else
+      EXPECT_TRUE(read());
+  }
+}
+
 }  // namespace
 }  // namespace mervane::engine::data
 
