@@ -7,12 +7,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "Mervane100.h"
 #include "base/win/com.h"
 
+using mervane::Text;
 using mervane::win::Bstr;
 using mervane::win::ComPtr;
 using mervane::win::Variant;
@@ -24,6 +26,27 @@ template <class F>
 F exportOf(HMODULE dll, const char* name) {
   return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(dll, name)));
 }
+
+std::wstring dllPath();
+
+// The library loaded by path for the length of a test, and let go after.
+class Library {
+ public:
+  Library() : dll_(LoadLibraryW(dllPath().c_str())) {}
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+  ~Library() {
+    if (dll_) FreeLibrary(dll_);
+  }
+  HMODULE get() const { return dll_; }
+  template <class F>
+  F get(const char* name) const {
+    return exportOf<F>(dll_, name);
+  }
+
+ private:
+  HMODULE dll_;
+};
 
 std::wstring dllPath() {
   wchar_t exe[MAX_PATH];
@@ -110,7 +133,7 @@ TEST(TypeLibrary, IdentityVersionAndLocale) {
   SysFreeString(name);
 }
 
-TEST(TypeLibrary, ReportFunctionsSlotsInContractOrder) {
+TEST(TypeLibrary, ReportFunctionsSlotsInInterfaceOrder) {
   auto slots = slotsOf(IID__ReportFunctions);
   const struct {
     const wchar_t* name;
@@ -247,11 +270,12 @@ TEST(TypeLibrary, EnumerationAliasesAndClasses) {
 }
 
 TEST(Module, ExportsByOrdinalAndVersionBlock) {
-  HMODULE dll = LoadLibraryW(dllPath().c_str());
-  ASSERT_NE(dll, nullptr);
+  Library dll;
+  ASSERT_NE(dll.get(), nullptr);
   const char* names[] = {"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer"};
   for (int ordinal = 1; ordinal <= 4; ++ordinal)
-    EXPECT_EQ(GetProcAddress(dll, MAKEINTRESOURCEA(ordinal)), GetProcAddress(dll, names[ordinal - 1])) << ordinal;
+    EXPECT_EQ(GetProcAddress(dll.get(), MAKEINTRESOURCEA(ordinal)), GetProcAddress(dll.get(), names[ordinal - 1]))
+        << ordinal;
 
   DWORD handle = 0;
   DWORD size = GetFileVersionInfoSizeW(dllPath().c_str(), &handle);
@@ -279,26 +303,23 @@ TEST(Module, ExportsByOrdinalAndVersionBlock) {
 }
 
 TEST(Module, ClassFactoriesAndUnloadCounting) {
-  HMODULE dll = LoadLibraryW(dllPath().c_str());
-  auto getClassObject = exportOf<HRESULT(WINAPI*)(REFCLSID, REFIID, void**)>(dll, "DllGetClassObject");
-  auto canUnload = exportOf<HRESULT(WINAPI*)()>(dll, "DllCanUnloadNow");
+  Library dll;
+  auto getClassObject = dll.get<HRESULT(WINAPI*)(REFCLSID, REFIID, void**)>("DllGetClassObject");
+  auto canUnload = dll.get<HRESULT(WINAPI*)()>("DllCanUnloadNow");
   ASSERT_TRUE(getClassObject && canUnload);
   ComPtr<IClassFactory> none;
   EXPECT_EQ(getClassObject(CLSID_ReportItem, IID_IClassFactory, none.putVoid()), CLASS_E_CLASSNOTAVAILABLE);
+  ComPtr<IClassFactory> factory;
+  ASSERT_EQ(getClassObject(CLSID_Reports, IID_IClassFactory, factory.putVoid()), S_OK);
+  // A factory kept by the host does not hold the DLL; a server lock or a live object does.
   EXPECT_EQ(canUnload(), S_OK);
-  {
-    ComPtr<IClassFactory> factory;
-    ASSERT_EQ(getClassObject(CLSID_Reports, IID_IClassFactory, factory.putVoid()), S_OK);
-    ASSERT_EQ(factory->LockServer(TRUE), S_OK);
-    factory.reset();
-    EXPECT_EQ(canUnload(), S_FALSE);
-    ASSERT_EQ(getClassObject(CLSID_Reports, IID_IClassFactory, factory.putVoid()), S_OK);
-    factory->LockServer(FALSE);
-    ComPtr<_Reports> reports;
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID__Reports, reports.putVoid()), S_OK);
-    factory.reset();
-    EXPECT_EQ(canUnload(), S_FALSE);
-  }
+  ASSERT_EQ(factory->LockServer(TRUE), S_OK);
+  EXPECT_EQ(canUnload(), S_FALSE);
+  factory->LockServer(FALSE);
+  ComPtr<_Reports> reports;
+  ASSERT_EQ(factory->CreateInstance(nullptr, IID__Reports, reports.putVoid()), S_OK);
+  EXPECT_EQ(canUnload(), S_FALSE);
+  reports.reset();
   EXPECT_EQ(canUnload(), S_OK);
 }
 
@@ -333,9 +354,9 @@ TEST(Registration, CreatesByProgIdAndAnswersEarlierInterfaces) {
 }
 
 TEST(Registration, UnregisterRemovesEverythingAndRegisterRestoresIt) {
-  HMODULE dll = LoadLibraryW(dllPath().c_str());
-  auto reg = exportOf<HRESULT(WINAPI*)()>(dll, "DllRegisterServer");
-  auto unreg = exportOf<HRESULT(WINAPI*)()>(dll, "DllUnregisterServer");
+  Library dll;
+  auto reg = dll.get<HRESULT(WINAPI*)()>("DllRegisterServer");
+  auto unreg = dll.get<HRESULT(WINAPI*)()>("DllUnregisterServer");
   ASSERT_EQ(unreg(), S_OK);
   CLSID clsid;
   EXPECT_NE(CLSIDFromProgID(L"Mervane100.Reports", &clsid), S_OK);
@@ -354,121 +375,86 @@ TEST(Registration, UnregisterRemovesEverythingAndRegisterRestoresIt) {
   RegCloseKey(key);
 }
 
-// Late binding as a script host does it.
-class LateBound : public ::testing::Test {
- protected:
-  void SetUp() override {
+// An object driven late-bound, as a script host drives it: members by name,
+// arguments given in the order written (Invoke wants them last-first).
+class Late {
+ public:
+  explicit Late(const wchar_t* progId) {
     CLSID clsid;
-    ASSERT_EQ(CLSIDFromProgID(L"Mervane100.Reports", &clsid), S_OK);
-    ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, reports.putVoid()), S_OK);
+    if (SUCCEEDED(CLSIDFromProgID(progId, &clsid)))
+      CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object_.putVoid());
   }
-  DISPID idOf(const wchar_t* name) {
+  IDispatch* get() const { return object_.get(); }
+  DISPID id(const wchar_t* name) const {
     LPOLESTR n = const_cast<LPOLESTR>(name);
-    DISPID id = 0;
-    EXPECT_EQ(reports->GetIDsOfNames(IID_NULL, &n, 1, 0, &id), S_OK);
+    DISPID id = DISPID_UNKNOWN;
+    object_->GetIDsOfNames(IID_NULL, &n, 1, 0, &id);
     return id;
   }
-  HRESULT call(DISPID id, WORD flags, std::vector<VARIANT*> argsInOrder, VARIANT* result, UINT* argError = nullptr) {
-    std::vector<VARIANT> reversed;
-    for (auto it = argsInOrder.rbegin(); it != argsInOrder.rend(); ++it) reversed.push_back(**it);
-    DISPPARAMS dp = {reversed.data(), nullptr, static_cast<UINT>(reversed.size()), 0};
-    return reports->Invoke(id, IID_NULL, 0, flags, &dp, result, nullptr, argError);
+  HRESULT invoke(DISPID id, WORD flags, std::vector<VARIANT> args, VARIANT* result = nullptr,
+                 UINT* argError = nullptr) const {
+    std::reverse(args.begin(), args.end());
+    DISPID put = DISPID_PROPERTYPUT;
+    bool isPut = flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF);
+    DISPPARAMS dp = {args.data(), isPut ? &put : nullptr, static_cast<UINT>(args.size()), isPut ? 1u : 0u};
+    EXCEPINFO exception{};
+    HRESULT hr = object_->Invoke(id, IID_NULL, 0, flags, &dp, result, &exception, argError);
+    SysFreeString(exception.bstrSource);
+    SysFreeString(exception.bstrDescription);
+    SysFreeString(exception.bstrHelpFile);
+    return hr;
   }
-  ComPtr<IDispatch> reports;
+  HRESULT call(const wchar_t* name, std::vector<VARIANT> args, VARIANT* result = nullptr) const {
+    return invoke(id(name), DISPATCH_METHOD, std::move(args), result);
+  }
+  HRESULT put(const wchar_t* name, VARIANT value) const { return invoke(id(name), DISPATCH_PROPERTYPUT, {value}); }
+
+ private:
+  ComPtr<IDispatch> object_;
 };
 
-TEST_F(LateBound, ByReferenceVariantsAreCoercedAndWrittenBack) {
-  // A script variable holding a number, passed to a by-reference string parameter.
-  Variant number, file, key;
-  V_VT(number.get()) = VT_I4;
-  V_I4(number.get()) = 42;
-  VARIANT numberRef;
-  V_VT(&numberRef) = VT_BYREF | VT_VARIANT;
-  V_VARIANTREF(&numberRef) = number.get();
-  V_VT(file.get()) = VT_BSTR;
-  V_BSTR(file.get()) = SysAllocString(L"a.rpt");
-  VARIANT fileRef;
-  V_VT(&fileRef) = VT_BYREF | VT_VARIANT;
-  V_VARIANTREF(&fileRef) = file.get();
-  Variant result;
-  ASSERT_EQ(call(idOf(L"Add"), DISPATCH_METHOD, {&numberRef, &fileRef}, result.get()), S_OK);
-  ASSERT_EQ(V_VT(result.get()), VT_DISPATCH);
-  ComPtr<IDispatch> item(V_DISPATCH(result.get()));
-  // The variable now holds the text the collection saw, as a by-reference BSTR would.
-  EXPECT_EQ(V_VT(number.get()), VT_BSTR);
-  EXPECT_STREQ(V_BSTR(number.get()), L"42");
-
-  // The default member read with an argument returns the same item as Item.
-  Variant position, viaDefault, viaItem;
-  V_VT(position.get()) = VT_R8;
-  V_R8(position.get()) = 1.0;
-  ASSERT_EQ(call(DISPID_VALUE, DISPATCH_METHOD | DISPATCH_PROPERTYGET, {position.get()}, viaDefault.get()), S_OK);
-  ASSERT_EQ(call(idOf(L"Item"), DISPATCH_PROPERTYGET, {position.get()}, viaItem.get()), S_OK);
-  EXPECT_EQ(V_DISPATCH(viaDefault.get()), V_DISPATCH(viaItem.get()));
-  EXPECT_EQ(V_DISPATCH(viaDefault.get()), item.get());
+// Argument values; each borrows what it points at.
+VARIANT text(const Bstr& b) {
+  VARIANT v;
+  V_VT(&v) = VT_BSTR;
+  V_BSTR(&v) = b.get();
+  return v;
+}
+VARIANT number(LONG n) {
+  VARIANT v;
+  V_VT(&v) = VT_I4;
+  V_I4(&v) = n;
+  return v;
+}
+VARIANT object(IDispatch* d) {
+  VARIANT v;
+  V_VT(&v) = VT_DISPATCH;
+  V_DISPATCH(&v) = d;
+  return v;
 }
 
-TEST_F(LateBound, WrongTypesAndCountsGiveAutomationErrors) {
-  Variant empty, text;
-  V_VT(text.get()) = VT_BSTR;
-  V_BSTR(text.get()) = SysAllocString(L"x");
+TEST(LateBound, WrongTypesAndCountsGiveAutomationErrors) {
+  Late reports(L"Mervane100.Reports"), functions(L"Mervane100.ReportFunctions");
+  ASSERT_TRUE(reports.get() && functions.get());
+  Bstr x(u"x");
   Variant result;
-  // Too many arguments.
-  EXPECT_EQ(call(idOf(L"Remove"), DISPATCH_METHOD, {text.get(), text.get()}, result.get()), DISP_E_BADPARAMCOUNT);
-  // Unknown member.
-  EXPECT_EQ(call(0x1234, DISPATCH_METHOD, {}, result.get()), DISP_E_MEMBERNOTFOUND);
-  // A missing required argument.
-  EXPECT_EQ(call(idOf(L"Add"), DISPATCH_METHOD, {text.get()}, result.get()), DISP_E_PARAMNOTOPTIONAL);
-
-  // A string where a number is declared, on another object.
-  CLSID clsid;
-  CLSIDFromProgID(L"Mervane100.ReportFunctions", &clsid);
-  ComPtr<IDispatch> functions;
-  ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, functions.putVoid()), S_OK);
-  LPOLESTR name = const_cast<LPOLESTR>(L"RecentReportsAdd");
-  DISPID add;
-  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &add);
-  name = const_cast<LPOLESTR>(L"RecentReportsRemove");
-  DISPID remove;
-  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &remove);
+  EXPECT_EQ(reports.call(L"Remove", {text(x), text(x)}), DISP_E_BADPARAMCOUNT);
+  EXPECT_EQ(reports.invoke(0x1234, DISPATCH_METHOD, {}), DISP_E_MEMBERNOTFOUND);
+  EXPECT_EQ(reports.call(L"Add", {text(x)}, result.get()), DISP_E_PARAMNOTOPTIONAL);
   UINT argError = 99;
-  DISPPARAMS one = {text.get(), nullptr, 1, 0};
-  EXPECT_EQ(functions->Invoke(remove, IID_NULL, 0, DISPATCH_METHOD, &one, nullptr, nullptr, &argError),
+  EXPECT_EQ(functions.invoke(functions.id(L"RecentReportsRemove"), DISPATCH_METHOD, {text(x)}, nullptr, &argError),
             DISP_E_TYPEMISMATCH);
   EXPECT_EQ(argError, 0u);
-  // An object where a collection is declared.
-  VARIANT obj;
-  V_VT(&obj) = VT_DISPATCH;
-  V_DISPATCH(&obj) = functions.get();
-  name = const_cast<LPOLESTR>(L"GetReports");
-  DISPID getReports;
-  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &getReports);
-  DISPPARAMS objArg = {&obj, nullptr, 1, 0};
-  EXPECT_EQ(functions->Invoke(getReports, IID_NULL, 0, DISPATCH_METHOD, &objArg, nullptr, nullptr, &argError),
-            DISP_E_TYPEMISMATCH);
-  // Nothing where a collection is declared is accepted.
-  V_DISPATCH(&obj) = nullptr;
-  EXPECT_EQ(functions->Invoke(getReports, IID_NULL, 0, DISPATCH_METHOD, &objArg, nullptr, nullptr, &argError), S_OK);
-  (void)add;
+  // Another object where a collection is declared is refused; Nothing is accepted.
+  EXPECT_EQ(functions.call(L"GetReports", {object(functions.get())}), DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(functions.call(L"GetReports", {object(nullptr)}), S_OK);
 }
 
-TEST_F(LateBound, PropertyPutWithNamedArgument) {
-  CLSID clsid;
-  CLSIDFromProgID(L"Mervane100.ReportFunctions", &clsid);
-  ComPtr<IDispatch> functions;
-  ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, functions.putVoid()), S_OK);
-  LPOLESTR name = const_cast<LPOLESTR>(L"SqlServer");
-  DISPID id;
-  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &id);
-  Variant value;
-  V_VT(value.get()) = VT_I4;  // a number given to a string property
-  V_I4(value.get()) = 7;
-  DISPID put = DISPID_PROPERTYPUT;
-  DISPPARAMS dp = {value.get(), &put, 1, 1};
-  ASSERT_EQ(functions->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYPUT, &dp, nullptr, nullptr, nullptr), S_OK);
+TEST(LateBound, PropertyPutWithANumberForAString) {
+  Late functions(L"Mervane100.ReportFunctions");
+  ASSERT_EQ(functions.put(L"SqlServer", number(7)), S_OK);
   Variant read;
-  DISPPARAMS none = {nullptr, nullptr, 0, 0};
-  ASSERT_EQ(functions->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, read.get(), nullptr, nullptr), S_OK);
+  ASSERT_EQ(functions.invoke(functions.id(L"SqlServer"), DISPATCH_PROPERTYGET, {}, read.get()), S_OK);
   EXPECT_STREQ(V_BSTR(read.get()), L"7");
 }
 
@@ -527,6 +513,41 @@ TEST(EarlyBound, LongTextsAndEmbeddedNulsAreStoredUnchanged) {
   EXPECT_EQ(reports->get_Item(nullptr, none.put()), S_OK);
   reports->get_Count(&count);
   EXPECT_EQ(count, 1);
+}
+
+// Last in this file: the host's objects from every test before are gone too.
+TEST(Module, UnloadsOnceTheHostHasReleasedEverything) {
+  {
+    Late reports(L"Mervane100.Reports"), functions(L"Mervane100.ReportFunctions"), printer(L"Mervane100.cPrinter");
+    ASSERT_TRUE(reports.get() && functions.get() && printer.get());
+    Bstr title(u"Sales"), file(u"a.rpt"), key(u"A"), root(u"Mervane100 Unload Test");
+    Variant added, item, enumerator;
+    ASSERT_EQ(reports.call(L"Add", {text(title), text(file), text(key)}, added.get()), S_OK);
+    ASSERT_EQ(reports.call(L"Item", {number(1)}, item.get()), S_OK);
+    ASSERT_EQ(reports.invoke(DISPID_NEWENUM, DISPATCH_METHOD | DISPATCH_PROPERTYGET, {}, enumerator.get()), S_OK);
+    auto items = ComPtr<IUnknown>(V_UNKNOWN(enumerator.get())).query<IEnumVARIANT>(IID_IEnumVARIANT);
+    ASSERT_TRUE(items);
+    ComPtr<IEnumVARIANT> copy;
+    ASSERT_EQ(items->Clone(copy.put()), S_OK);
+    Variant visited;
+    EXPECT_EQ(copy->Next(1, visited.get(), nullptr), S_OK);
+    ASSERT_EQ(functions.put(L"RegistryPath", text(root)), S_OK);
+    std::string folder = MERVANE_EXAMPLE_REPORTS "/";
+    std::replace(folder.begin(), folder.end(), '/', '\\');
+    Bstr path(u"Z:" + Text(folder.begin(), folder.end()));
+    ASSERT_EQ(functions.put(L"Path", text(path)), S_OK);
+    EXPECT_EQ(functions.call(L"GetReports", {object(reports.get())}), S_OK);
+    Variant count;
+    ASSERT_EQ(reports.invoke(reports.id(L"Count"), DISPATCH_PROPERTYGET, {}, count.get()), S_OK);
+    EXPECT_GT(V_I4(count.get()), 10);  // the example reports were listed
+    EXPECT_EQ(functions.call(L"GetFavourites", {object(reports.get())}), S_OK);
+    EXPECT_EQ(functions.call(L"RecentReportsGet", {object(reports.get())}), S_OK);
+  }
+  HMODULE dll = GetModuleHandleW(L"Mervane100.dll");
+  ASSERT_NE(dll, nullptr);
+  EXPECT_EQ(exportOf<HRESULT(WINAPI*)()>(dll, "DllCanUnloadNow")(), S_OK);
+  CoFreeUnusedLibrariesEx(0, 0);
+  EXPECT_EQ(GetModuleHandleW(L"Mervane100.dll"), nullptr);
 }
 
 }  // namespace

@@ -71,6 +71,9 @@ Check fav(1).FileName = tmp & "\a.rpt" And fav(1).ReportTitle = "Sales" And fav(
 Set fav = CreateObject("Mervane100.Reports")
 fn.GetFavourites fav, True
 Check fav(1).FileName = "a.rpt", "favourite with the path stripped"
+n = 1
+fn.GetFavourites fav, n
+Check VarType(n) = vbInteger And n = 1, "bStripPath is never written back"
 
 ' Recent reports.
 Check fn.RecentReportsAdd(tmp & "\a.rpt", "Sales") = 1, "add to an empty list"

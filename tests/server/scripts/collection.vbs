@@ -25,6 +25,14 @@ Set it = r.Add(t, f, k)
 Check it.ReportTitle = "Title B", "Add with variables by reference"
 r.Add "no key", "c.rpt"
 Check r.Count = 3, "Count after three adds"
+' Arguments are passed by reference but never written back: a variable keeps
+' its value and its type whatever the parameter's declared type.
+Dim blank
+n = 42
+Set it = r.Add(n, "n.rpt", blank)
+Check it.ReportTitle = "42" And VarType(n) = vbInteger And n = 42, "a number given to Add stays a number"
+Check IsEmpty(blank), "an Empty key stays Empty"
+r.Remove r.Count
 Set it = r.Add("again", "a.rpt", "a.rpt")
 Check r.Count = 3 And it.ReportTitle = "again", "duplicate key returns a new item and adds nothing"
 Check r(1).ReportTitle = "Title A", "default member by position"
