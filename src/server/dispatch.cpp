@@ -12,6 +12,7 @@
 // coercion.
 #include "server/dispatch.h"
 
+#include <cstddef>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -21,6 +22,15 @@
 namespace mervane::server {
 
 bool sameIid(REFIID a, REFIID b) { return std::memcmp(&a, &b, sizeof(GUID)) == 0; }
+
+// Arguments reach DispCallFunc and the methods by the address of their value
+// inside a VARIANT: every member used here starts 8 bytes in, on 32-bit hosts
+// as on 64-bit ones, and the 8 bytes there hold the widest of them.
+static_assert(sizeof(VARIANT) == (sizeof(void*) == 8 ? 24 : 16));
+static_assert(offsetof(VARIANT, lVal) == 8 && offsetof(VARIANT, llVal) == 8 && offsetof(VARIANT, iVal) == 8 &&
+              offsetof(VARIANT, boolVal) == 8 && offsetof(VARIANT, bstrVal) == 8 &&
+              offsetof(VARIANT, pdispVal) == 8 && offsetof(VARIANT, byref) == 8);
+static_assert(sizeof(VARIANT_BOOL) == 2 && sizeof(LONG) == 4 && sizeof(LONGLONG) == 8);
 
 namespace {
 
