@@ -356,6 +356,21 @@ HRESULT prepare(Slot& s, VARIANT* source, const Param& p) {
   return S_OK;
 }
 
+// What a member that was not called gives back: its result type's empty
+// value (an empty text, zero, False, Nothing).
+HRESULT emptyResult(const Member& m, VARIANT* result) {
+  if (!result) return S_OK;
+  VariantInit(result);
+  if (!m.hasRetval || m.retval.vt == VT_VARIANT) return S_OK;
+  V_VT(result) = m.retval.vt;
+  V_I8(result) = 0;  // zero for every numeric type, null for every pointer
+  if (m.retval.vt == VT_BSTR) {
+    V_BSTR(result) = SysAllocStringLen(nullptr, 0);
+    if (!V_BSTR(result)) V_VT(result) = VT_EMPTY;
+  }
+  return S_OK;
+}
+
 }  // namespace
 
 HRESULT invokeMember(IDispatch* self, ITypeInfo* info, DISPID id, WORD flags, DISPPARAMS* params,
@@ -393,6 +408,11 @@ HRESULT invokeMember(IDispatch* self, ITypeInfo* info, DISPID id, WORD flags, DI
       if (source && isMissing(source)) source = nullptr;
       if (!source && !(p.flags & PARAMFLAG_FOPT)) return DISP_E_PARAMNOTOPTIONAL;
       HRESULT hr = prepare(slots[i], source, p);
+      // A value that cannot take the declared type (an object or an array for
+      // a text, Null for a number, a number out of range) is a step that
+      // fails: the member is not called, nothing changes, and the host gets
+      // the empty result rather than an error.
+      if (hr == DISP_E_TYPEMISMATCH || hr == DISP_E_OVERFLOW) return emptyResult(*m, result);
       if (FAILED(hr)) {
         if (argError) *argError = index;
         return hr;
