@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -384,6 +385,7 @@ class Late {
     if (SUCCEEDED(CLSIDFromProgID(progId, &clsid)))
       CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object_.putVoid());
   }
+  explicit Late(IDispatch* object) : object_(object) {}
   IDispatch* get() const { return object_.get(); }
   DISPID id(const wchar_t* name) const {
     LPOLESTR n = const_cast<LPOLESTR>(name);
@@ -515,6 +517,77 @@ TEST(EarlyBound, LongTextsAndEmbeddedNulsAreStoredUnchanged) {
   EXPECT_EQ(reports->get_Item(nullptr, none.put()), S_OK);
   reports->get_Count(&count);
   EXPECT_EQ(count, 1);
+}
+
+// Every kind of value a host can hand over, for every argument of every
+// member that shows no window: nothing crashes and no error comes back.
+TEST(LateBound, EveryMemberTakesAnyValueWithoutError) {
+  Late reports(L"Mervane100.Reports"), functions(L"Mervane100.ReportFunctions"), printer(L"Mervane100.cPrinter");
+  Bstr title(u"t"), file(u"f.rpt");
+  Variant added;
+  ASSERT_EQ(reports.call(L"Add", {text(title), text(file)}, added.get()), S_OK);
+  Late item(V_DISPATCH(added.get()));
+
+  std::vector<std::unique_ptr<Variant>> values;
+  auto value = [&](VARTYPE vt) -> VARIANT* {
+    values.push_back(std::make_unique<Variant>());
+    V_VT(values.back()->get()) = vt;
+    return values.back()->get();
+  };
+  value(VT_EMPTY);
+  value(VT_NULL);
+  V_DISPATCH(value(VT_DISPATCH)) = nullptr;  // Nothing
+  V_DISPATCH(value(VT_DISPATCH)) = ComPtr<IDispatch>(reports.get()).detach();
+  V_ARRAY(value(VT_ARRAY | VT_VARIANT)) = SafeArrayCreateVector(VT_VARIANT, 0, 3);
+  V_BSTR(value(VT_BSTR)) = SysAllocStringLen(std::wstring(1000000, L'x').c_str(), 1000000);
+  V_BSTR(value(VT_BSTR)) = SysAllocStringLen(L"a\0b.rpt\0", 8);
+  V_BSTR(value(VT_BSTR)) = SysAllocString(L"\xDC00x\xD800");  // unpaired surrogates
+  V_R8(value(VT_R8)) = -1e300;
+  V_I4(value(VT_I4)) = -1;
+
+  // Members that show a window, or move files, are driven by their own tests.
+  const std::wstring windowed = L"|NewVisualReport|EditVisualReport|CopyReport|Export|Import|ShowPrinterDialog|"
+                                L"DeleteReport|";
+  Bstr root(u"Mervane100 Hostile Test");
+  int calls = 0;
+  auto sweep = [&](const Late& object, bool properties) {
+    ComPtr<ITypeInfo> info;
+    ASSERT_EQ(object.get()->GetTypeInfo(0, 0, info.put()), S_OK);
+    TYPEATTR* attr = nullptr;
+    info->GetTypeAttr(&attr);
+    for (UINT f = 0; f < attr->cFuncs; ++f) {
+      FUNCDESC* fd = nullptr;
+      info->GetFuncDesc(f, &fd);
+      const std::wstring name = memberName(info.get(), fd->memid);
+      const bool isProperty = fd->invkind != INVOKE_FUNC;
+      WORD flags = fd->invkind == INVOKE_FUNC ? DISPATCH_METHOD
+                   : fd->invkind == INVOKE_PROPERTYGET ? DISPATCH_PROPERTYGET | DISPATCH_METHOD
+                                                      : static_cast<WORD>(fd->invkind);
+      if (!(fd->wFuncFlags & FUNCFLAG_FRESTRICTED) && isProperty == properties &&
+          windowed.find(L"|" + name + L"|") == std::wstring::npos) {
+        for (size_t v = 0; v < values.size(); ++v) {
+          std::vector<VARIANT> args(static_cast<size_t>(fd->cParams), *values[v]->get());
+          Variant result;
+          EXPECT_EQ(object.invoke(fd->memid, flags, args, result.get()), S_OK) << name << " with value " << v;
+          ++calls;
+        }
+      }
+      info->ReleaseFuncDesc(fd);
+    }
+    info->ReleaseTypeAttr(attr);
+  };
+  for (const Late* object : {&functions, &reports, &item, &printer}) sweep(*object, true);
+  ASSERT_EQ(functions.put(L"RegistryPath", text(root)), S_OK);
+  for (const Late* object : {&functions, &reports, &item, &printer}) sweep(*object, false);
+  // The catalogue scan of every kind of reports folder.
+  for (auto& v : values) {
+    EXPECT_EQ(functions.put(L"Path", *v->get()), S_OK);
+    EXPECT_EQ(functions.call(L"GetReports", {object(reports.get())}), S_OK);
+  }
+  RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\VB and VBA Program Settings\\Mervane100 Hostile Test");
+  EXPECT_GT(calls, 400);
+  Variant count;
+  EXPECT_EQ(reports.invoke(reports.id(L"Count"), DISPATCH_PROPERTYGET, {}, count.get()), S_OK);
 }
 
 // Last in this file: the host's objects from every test before are gone too.
