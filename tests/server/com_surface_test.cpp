@@ -8,8 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Mervane100.h"
@@ -519,15 +521,8 @@ TEST(EarlyBound, LongTextsAndEmbeddedNulsAreStoredUnchanged) {
   EXPECT_EQ(count, 1);
 }
 
-// Every kind of value a host can hand over, for every argument of every
-// member that shows no window: nothing crashes and no error comes back.
-TEST(LateBound, EveryMemberTakesAnyValueWithoutError) {
-  Late reports(L"Mervane100.Reports"), functions(L"Mervane100.ReportFunctions"), printer(L"Mervane100.cPrinter");
-  Bstr title(u"t"), file(u"f.rpt");
-  Variant added;
-  ASSERT_EQ(reports.call(L"Add", {text(title), text(file)}, added.get()), S_OK);
-  Late item(V_DISPATCH(added.get()));
-
+// Every kind of value a host can hand over.
+std::vector<std::unique_ptr<Variant>> hostileValues(IDispatch* someObject) {
   std::vector<std::unique_ptr<Variant>> values;
   auto value = [&](VARTYPE vt) -> VARIANT* {
     values.push_back(std::make_unique<Variant>());
@@ -537,13 +532,26 @@ TEST(LateBound, EveryMemberTakesAnyValueWithoutError) {
   value(VT_EMPTY);
   value(VT_NULL);
   V_DISPATCH(value(VT_DISPATCH)) = nullptr;  // Nothing
-  V_DISPATCH(value(VT_DISPATCH)) = ComPtr<IDispatch>(reports.get()).detach();
+  V_DISPATCH(value(VT_DISPATCH)) = ComPtr<IDispatch>(someObject).detach();
   V_ARRAY(value(VT_ARRAY | VT_VARIANT)) = SafeArrayCreateVector(VT_VARIANT, 0, 3);
   V_BSTR(value(VT_BSTR)) = SysAllocStringLen(std::wstring(1000000, L'x').c_str(), 1000000);
   V_BSTR(value(VT_BSTR)) = SysAllocStringLen(L"a\0b.rpt\0", 8);
   V_BSTR(value(VT_BSTR)) = SysAllocString(L"\xDC00x\xD800");  // unpaired surrogates
   V_R8(value(VT_R8)) = -1e300;
   V_I4(value(VT_I4)) = -1;
+  return values;
+}
+
+// Every member that shows no window, every argument given every kind of
+// value: nothing crashes and no error comes back.
+TEST(LateBound, EveryMemberTakesAnyValueWithoutError) {
+  Late reports(L"Mervane100.Reports"), functions(L"Mervane100.ReportFunctions"), printer(L"Mervane100.cPrinter");
+  Bstr title(u"t"), file(u"f.rpt");
+  Variant added;
+  ASSERT_EQ(reports.call(L"Add", {text(title), text(file)}, added.get()), S_OK);
+  Late item(V_DISPATCH(added.get()));
+
+  auto values = hostileValues(reports.get());
 
   // Members that show a window, or move files, are driven by their own tests.
   const std::wstring windowed = L"|NewVisualReport|EditVisualReport|CopyReport|Export|Import|ShowPrinterDialog|"
@@ -588,6 +596,83 @@ TEST(LateBound, EveryMemberTakesAnyValueWithoutError) {
   EXPECT_GT(calls, 400);
   Variant count;
   EXPECT_EQ(reports.invoke(reports.id(L"Count"), DISPATCH_PROPERTYGET, {}, count.get()), S_OK);
+}
+
+// Closes every window this process shows, as a person who wants none of
+// them would, until dropped.
+class WindowCloser {
+ public:
+  WindowCloser() : thread_([this] {
+    while (!stop_) {
+      EnumWindows(close, 0);
+      Sleep(50);
+    }
+  }) {}
+  ~WindowCloser() {
+    stop_ = true;
+    thread_.join();
+  }
+  // How many times a window was found showing and told to close.
+  static int closed() { return closed_; }
+  WindowCloser(const WindowCloser&) = delete;
+  WindowCloser& operator=(const WindowCloser&) = delete;
+
+ private:
+  static BOOL CALLBACK close(HWND window, LPARAM) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    if (process == GetCurrentProcessId() && IsWindowVisible(window)) {
+      PostMessageW(window, WM_CLOSE, 0, 0);
+      ++closed_;
+    }
+    return TRUE;
+  }
+  static inline std::atomic<int> closed_{0};
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
+// The members that show windows, every argument given every kind of value,
+// each window closed as soon as it shows: no error comes back, and nothing
+// is written or moved.
+TEST(LateBound, MembersWithWindowsTakeAnyValueWithoutError) {
+  Late functions(L"Mervane100.ReportFunctions"), printer(L"Mervane100.cPrinter");
+  ASSERT_TRUE(functions.get() && printer.get());
+  wchar_t temp[MAX_PATH] = {};
+  GetTempPathW(MAX_PATH, temp);
+  const std::wstring folder = std::wstring(temp) + L"mervane-hostile-" + std::to_wstring(GetCurrentProcessId());
+  CreateDirectoryW(folder.c_str(), nullptr);
+  Bstr root(u"Mervane100 Hostile Test"), path(Text(folder.begin(), folder.end()) + u"\\");
+  ASSERT_EQ(functions.put(L"RegistryPath", text(root)), S_OK);
+  ASSERT_EQ(functions.put(L"Path", text(path)), S_OK);
+  auto values = hostileValues(functions.get());
+  WindowCloser closer;
+  for (const wchar_t* name : {L"NewVisualReport", L"Export", L"Import"}) {
+    Variant result;
+    EXPECT_EQ(functions.call(name, {}, result.get()), S_OK) << name;
+  }
+  for (size_t v = 0; v < values.size(); ++v) {
+    const VARIANT any = *values[v]->get();
+    Variant result;
+    EXPECT_EQ(functions.call(L"EditVisualReport", {any, any}), S_OK) << v;
+    EXPECT_EQ(functions.call(L"CopyReport", {any, any, any, any, any}), S_OK) << v;
+    EXPECT_EQ(functions.call(L"DeleteReport", {text(path), any}, result.get()), S_OK) << v;
+    EXPECT_EQ(printer.call(L"ShowPrinterDialog", {any}, result.get()), S_OK) << v;
+  }
+  EXPECT_GE(WindowCloser::closed(), 8);  // the windows did show: designer, details, print and file dialogs
+  WIN32_FIND_DATAW found;
+  HANDLE listing = FindFirstFileW((folder + L"\\*.*").c_str(), &found);
+  int entries = 0;
+  if (listing != INVALID_HANDLE_VALUE) {
+    do {
+      if (std::wstring(found.cFileName) != L"." && std::wstring(found.cFileName) != L"..") ++entries;
+    } while (FindNextFileW(listing, &found));
+    FindClose(listing);
+  }
+  EXPECT_LE(entries, 1);  // at most the Deleted Reports folder
+  RemoveDirectoryW((folder + L"\\Deleted Reports").c_str());
+  RemoveDirectoryW(folder.c_str());
+  RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\VB and VBA Program Settings\\Mervane100 Hostile Test");
 }
 
 // Last in this file: the host's objects from every test before are gone too.
