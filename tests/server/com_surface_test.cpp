@@ -493,32 +493,6 @@ TEST(EarlyBound, LongTextsAndEmbeddedNulsAreStoredUnchanged) {
   LONG count = -1;
   reports->get_Count(&count);
   EXPECT_EQ(count, 1);  // an empty key adds without a key
-
-  // Selectors that select nothing: objects, arrays, huge and negative numbers.
-  VARIANT v;
-  VariantInit(&v);
-  V_VT(&v) = VT_DISPATCH;
-  V_DISPATCH(&v) = reports.get();
-  ComPtr<_ReportItem> none;
-  EXPECT_EQ(reports->get_Item(&v, none.put()), S_OK);
-  EXPECT_FALSE(none);
-  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, 2);
-  V_VT(&v) = VT_ARRAY | VT_VARIANT;
-  V_ARRAY(&v) = array;
-  EXPECT_EQ(reports->get_Item(&v, none.put()), S_OK);
-  EXPECT_FALSE(none);
-  EXPECT_EQ(reports->Remove(&v), S_OK);
-  SafeArrayDestroy(array);
-  V_VT(&v) = VT_R8;
-  V_R8(&v) = 1e300;
-  EXPECT_EQ(reports->get_Item(&v, none.put()), S_OK);
-  EXPECT_FALSE(none);
-  V_VT(&v) = VT_I4;
-  V_I4(&v) = -1;
-  EXPECT_EQ(reports->Remove(&v), S_OK);
-  EXPECT_EQ(reports->get_Item(nullptr, none.put()), S_OK);
-  reports->get_Count(&count);
-  EXPECT_EQ(count, 1);
 }
 
 // Every kind of value a host can hand over.
@@ -577,6 +551,10 @@ TEST(LateBound, EveryMemberTakesAnyValueWithoutError) {
           std::vector<VARIANT> args(static_cast<size_t>(fd->cParams), *values[v]->get());
           Variant result;
           EXPECT_EQ(object.invoke(fd->memid, flags, args, result.get()), S_OK) << name << " with value " << v;
+          // None of them selects the one item, which has no key.
+          if (name == L"Item") {
+            EXPECT_TRUE(V_VT(result.get()) == VT_DISPATCH && !V_DISPATCH(result.get())) << v;
+          }
           ++calls;
         }
       }
