@@ -513,6 +513,19 @@ std::vector<std::unique_ptr<Variant>> hostileValues(IDispatch* someObject) {
   V_BSTR(value(VT_BSTR)) = SysAllocString(L"\xDC00x\xD800");  // unpaired surrogates
   V_R8(value(VT_R8)) = -1e300;
   V_I4(value(VT_I4)) = -1;
+  V_DATE(value(VT_DATE)) = 1e7;
+  V_UNKNOWN(value(VT_UNKNOWN)) = ComPtr<IDispatch>(someObject).detach();
+  // By reference, as compiled hosts and script variables pass them.
+  static BSTR nullText = nullptr;
+  static short small = 7;
+  static VARIANT scriptNull = [] {
+    VARIANT v;
+    V_VT(&v) = VT_NULL;
+    return v;
+  }();
+  V_BSTRREF(value(VT_BYREF | VT_BSTR)) = &nullText;
+  V_I2REF(value(VT_BYREF | VT_I2)) = &small;
+  V_VARIANTREF(value(VT_BYREF | VT_VARIANT)) = &scriptNull;
   return values;
 }
 
