@@ -495,6 +495,13 @@ TEST(EarlyBound, LongTextsAndEmbeddedNulsAreStoredUnchanged) {
   EXPECT_EQ(count, 1);  // an empty key adds without a key
 }
 
+// The example reports folder, as the host gives Path: with a final "\\".
+Text examplesFolder() {
+  std::string folder = MERVANE_EXAMPLE_REPORTS "/";
+  std::replace(folder.begin(), folder.end(), '/', '\\');
+  return u"Z:" + Text(folder.begin(), folder.end());
+}
+
 // Every kind of value a host can hand over.
 std::vector<std::unique_ptr<Variant>> hostileValues(IDispatch* someObject) {
   std::vector<std::unique_ptr<Variant>> values;
@@ -578,9 +585,16 @@ TEST(LateBound, EveryMemberTakesAnyValueWithoutError) {
   for (const Late* object : {&functions, &reports, &item, &printer}) sweep(*object, true);
   ASSERT_EQ(functions.put(L"RegistryPath", text(root)), S_OK);
   for (const Late* object : {&functions, &reports, &item, &printer}) sweep(*object, false);
-  // The catalogue scan of every kind of reports folder.
+  // The catalogue scan of every kind of reports folder, and of the example
+  // reports for every kind of module.
   for (auto& v : values) {
     EXPECT_EQ(functions.put(L"Path", *v->get()), S_OK);
+    EXPECT_EQ(functions.call(L"GetReports", {object(reports.get())}), S_OK);
+  }
+  Bstr examples(examplesFolder());
+  ASSERT_EQ(functions.put(L"Path", text(examples)), S_OK);
+  for (auto& v : values) {
+    EXPECT_EQ(functions.put(L"Module", *v->get()), S_OK);
     EXPECT_EQ(functions.call(L"GetReports", {object(reports.get())}), S_OK);
   }
   RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\VB and VBA Program Settings\\Mervane100 Hostile Test");
@@ -683,9 +697,7 @@ TEST(Module, UnloadsOnceTheHostHasReleasedEverything) {
     Variant visited;
     EXPECT_EQ(copy->Next(1, visited.get(), nullptr), S_OK);
     ASSERT_EQ(functions.put(L"RegistryPath", text(root)), S_OK);
-    std::string folder = MERVANE_EXAMPLE_REPORTS "/";
-    std::replace(folder.begin(), folder.end(), '/', '\\');
-    Bstr path(u"Z:" + Text(folder.begin(), folder.end()));
+    Bstr path(examplesFolder());
     ASSERT_EQ(functions.put(L"Path", text(path)), S_OK);
     EXPECT_EQ(functions.call(L"GetReports", {object(reports.get())}), S_OK);
     Variant count;
