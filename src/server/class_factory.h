@@ -1,6 +1,10 @@
 // ClassFactory: the one class factory of every creatable class of the
-// library's DLLs. It makes an object through the class's create() and counts
-// itself among the live objects, so DllCanUnloadNow waits for it.
+// library's DLLs. It makes an object through the class's create().
+//
+// A factory is not counted among the live objects: a host that keeps one to
+// make objects faster holds the DLL with LockServer, as COM asks, and a
+// factory merely held does not stop DllCanUnloadNow from answering S_OK once
+// the objects it made are gone.
 #pragma once
 
 #include <windows.h>
@@ -22,7 +26,7 @@ HRESULT createAndQuery(REFIID iid, void** out) {
 
 class ClassFactory final : public IClassFactory {
  public:
-  explicit ClassFactory(Creator creator) : creator_(creator) { objectCreated(); }
+  explicit ClassFactory(Creator creator) : creator_(creator) {}
   ClassFactory(const ClassFactory&) = delete;
   ClassFactory& operator=(const ClassFactory&) = delete;
 
@@ -68,7 +72,7 @@ class ClassFactory final : public IClassFactory {
   }
 
  private:
-  ~ClassFactory() { objectDestroyed(); }
+  ~ClassFactory() = default;
   std::atomic<long> refs_{1};
   Creator creator_;
 };

@@ -3,10 +3,16 @@
 // The system's own ITypeInfo::Invoke is not used: some automation runtimes
 // refuse a script variable passed to a by-reference parameter. Instead the
 // member's FUNCDESC is read here, each argument is brought to the declared
-// type, and the vtable slot is called through DispCallFunc. By-reference
-// results are written back to the caller's variables.
+// type, and the vtable slot is called through DispCallFunc.
+//
+// A by-reference argument of another type than the declared one is coerced
+// into a temporary. The caller's variable keeps its value and its type: the
+// temporary is written back only when the method gave it a new value (the
+// in/out strings of EditVisualReport and CopyReport), never for the mere
+// coercion.
 #include "server/dispatch.h"
 
+#include <cstddef>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -16,6 +22,15 @@
 namespace mervane::server {
 
 bool sameIid(REFIID a, REFIID b) { return std::memcmp(&a, &b, sizeof(GUID)) == 0; }
+
+// Arguments reach DispCallFunc and the methods by the address of their value
+// inside a VARIANT: every member used here starts 8 bytes in, on 32-bit hosts
+// as on 64-bit ones, and the 8 bytes there hold the widest of them.
+static_assert(sizeof(VARIANT) == (sizeof(void*) == 8 ? 24 : 16));
+static_assert(offsetof(VARIANT, lVal) == 8 && offsetof(VARIANT, llVal) == 8 && offsetof(VARIANT, iVal) == 8 &&
+              offsetof(VARIANT, boolVal) == 8 && offsetof(VARIANT, bstrVal) == 8 &&
+              offsetof(VARIANT, pdispVal) == 8 && offsetof(VARIANT, byref) == 8);
+static_assert(sizeof(VARIANT_BOOL) == 2 && sizeof(LONG) == 4 && sizeof(LONGLONG) == 8);
 
 namespace {
 
@@ -179,6 +194,7 @@ void* valueSlot(VARIANT* v) { return &v->lVal; }
 // One argument brought to the parameter's type, ready for DispCallFunc.
 struct Slot {
   win::Variant value;     // the coerced value we own
+  win::Variant received;  // a copy of value as the method received it
   VARIANT callArg;        // what is passed: the value, or a pointer to it
   VARIANT* source = nullptr;  // the caller's variant, for writing back
   bool direct = false;    // the caller's own storage is passed
@@ -236,10 +252,33 @@ HRESULT missingValue(const Param& p, VARIANT* out) {
   return S_OK;
 }
 
-// Writes a by-reference result back into the caller's variable.
+// Whether two values of a by-reference temporary are the same. Only the
+// scalar and string types of the library's parameters are compared; any
+// other type counts as unchanged, so it is never written back.
+bool sameValue(const VARIANT* a, const VARIANT* b) {
+  if (V_VT(a) != V_VT(b)) return false;
+  std::size_t size = 0;
+  switch (V_VT(a)) {
+    case VT_BSTR: {
+      UINT bytes = SysStringByteLen(V_BSTR(a));
+      return bytes == SysStringByteLen(V_BSTR(b)) && std::memcmp(V_BSTR(a), V_BSTR(b), bytes) == 0;
+    }
+    case VT_I1: case VT_UI1: size = 1; break;
+    case VT_I2: case VT_UI2: case VT_BOOL: size = 2; break;
+    case VT_I4: case VT_UI4: case VT_INT: case VT_UINT: case VT_R4: case VT_ERROR: size = 4; break;
+    case VT_I8: case VT_UI8: case VT_R8: case VT_CY: case VT_DATE: size = 8; break;
+    default: return true;
+  }
+  return std::memcmp(&a->lVal, &b->lVal, size) == 0;
+}
+
+// Writes a by-reference result back into the caller's variable, when the
+// method changed it.
 void writeBack(Slot& s, const ParamType& type) {
   if (s.direct || !s.source || !(V_VT(s.source) & VT_BYREF)) return;
-  if (type.vt == VT_DISPATCH || type.vt == VT_UNKNOWN) return;  // object arguments are not replaced
+  // Objects are not replaced, and variants (the collection's index) are never written.
+  if (type.vt == VT_DISPATCH || type.vt == VT_UNKNOWN || type.vt == VT_VARIANT) return;
+  if (sameValue(s.value.get(), s.received.get())) return;
   VARIANT* target = s.source;
   if (V_VT(target) == (VT_BYREF | VT_VARIANT)) {
     VARIANT* inner = V_VARIANTREF(target);
@@ -305,10 +344,29 @@ HRESULT prepare(Slot& s, VARIANT* source, const Param& p) {
   hr = source ? coerce(source, p.type, s.value.get()) : missingValue(p, s.value.get());
   if (FAILED(hr)) return hr;
   if (p.type.byRef) {
+    if (p.type.vt != VT_VARIANT) {
+      hr = VariantCopy(s.received.get(), s.value.get());
+      if (FAILED(hr)) return hr;
+    }
     V_VT(&s.callArg) = static_cast<VARTYPE>(VT_BYREF | p.type.vt);
     V_BYREF(&s.callArg) = p.type.vt == VT_VARIANT ? static_cast<void*>(s.value.get()) : valueSlot(s.value.get());
   } else {
     s.callArg = *s.value.get();  // shallow: the value stays owned by s.value
+  }
+  return S_OK;
+}
+
+// What a member that was not called gives back: its result type's empty
+// value (an empty text, zero, False, Nothing).
+HRESULT emptyResult(const Member& m, VARIANT* result) {
+  if (!result) return S_OK;
+  VariantInit(result);
+  if (!m.hasRetval || m.retval.vt == VT_VARIANT) return S_OK;
+  V_VT(result) = m.retval.vt;
+  V_I8(result) = 0;  // zero for every numeric type, null for every pointer
+  if (m.retval.vt == VT_BSTR) {
+    V_BSTR(result) = SysAllocStringLen(nullptr, 0);
+    if (!V_BSTR(result)) V_VT(result) = VT_EMPTY;
   }
   return S_OK;
 }
@@ -350,6 +408,11 @@ HRESULT invokeMember(IDispatch* self, ITypeInfo* info, DISPID id, WORD flags, DI
       if (source && isMissing(source)) source = nullptr;
       if (!source && !(p.flags & PARAMFLAG_FOPT)) return DISP_E_PARAMNOTOPTIONAL;
       HRESULT hr = prepare(slots[i], source, p);
+      // A value that cannot take the declared type (an object or an array for
+      // a text, Null for a number, a number out of range) is a step that
+      // fails: the member is not called, nothing changes, and the host gets
+      // the empty result rather than an error.
+      if (hr == DISP_E_TYPEMISMATCH || hr == DISP_E_OVERFLOW) return emptyResult(*m, result);
       if (FAILED(hr)) {
         if (argError) *argError = index;
         return hr;

@@ -2,6 +2,7 @@
 #include <windows.h>
 #include <olectl.h>
 
+#include "components/win/host_components.h"
 #include "server/class_factory.h"
 #include "server/dispatch.h"
 #include "server/module.h"
@@ -20,7 +21,17 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
   return TRUE;
 }
 
-extern "C" HRESULT WINAPI DllCanUnloadNow() { return canUnload() ? S_OK : S_FALSE; }
+// Once nothing of the library is alive the host may unload it: the settings
+// store this thread shares goes first, so the host's component is not held
+// by a library that is gone.
+extern "C" HRESULT WINAPI DllCanUnloadNow() {
+  if (!canUnload()) return S_FALSE;
+  guarded([] {
+    mervane::releaseThreadSettingsStore();
+    return S_OK;
+  });
+  return S_OK;
+}
 
 extern "C" HRESULT WINAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** out) {
   if (!out) return E_POINTER;

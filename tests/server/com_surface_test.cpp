@@ -7,12 +7,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Mervane100.h"
 #include "base/win/com.h"
 
+using mervane::Text;
 using mervane::win::Bstr;
 using mervane::win::ComPtr;
 using mervane::win::Variant;
@@ -24,6 +29,27 @@ template <class F>
 F exportOf(HMODULE dll, const char* name) {
   return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(dll, name)));
 }
+
+std::wstring dllPath();
+
+// The library loaded by path for the length of a test, and let go after.
+class Library {
+ public:
+  Library() : dll_(LoadLibraryW(dllPath().c_str())) {}
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+  ~Library() {
+    if (dll_) FreeLibrary(dll_);
+  }
+  HMODULE get() const { return dll_; }
+  template <class F>
+  F get(const char* name) const {
+    return exportOf<F>(dll_, name);
+  }
+
+ private:
+  HMODULE dll_;
+};
 
 std::wstring dllPath() {
   wchar_t exe[MAX_PATH];
@@ -110,7 +136,7 @@ TEST(TypeLibrary, IdentityVersionAndLocale) {
   SysFreeString(name);
 }
 
-TEST(TypeLibrary, ReportFunctionsSlotsInContractOrder) {
+TEST(TypeLibrary, ReportFunctionsSlotsInInterfaceOrder) {
   auto slots = slotsOf(IID__ReportFunctions);
   const struct {
     const wchar_t* name;
@@ -247,11 +273,12 @@ TEST(TypeLibrary, EnumerationAliasesAndClasses) {
 }
 
 TEST(Module, ExportsByOrdinalAndVersionBlock) {
-  HMODULE dll = LoadLibraryW(dllPath().c_str());
-  ASSERT_NE(dll, nullptr);
+  Library dll;
+  ASSERT_NE(dll.get(), nullptr);
   const char* names[] = {"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer"};
   for (int ordinal = 1; ordinal <= 4; ++ordinal)
-    EXPECT_EQ(GetProcAddress(dll, MAKEINTRESOURCEA(ordinal)), GetProcAddress(dll, names[ordinal - 1])) << ordinal;
+    EXPECT_EQ(GetProcAddress(dll.get(), MAKEINTRESOURCEA(ordinal)), GetProcAddress(dll.get(), names[ordinal - 1]))
+        << ordinal;
 
   DWORD handle = 0;
   DWORD size = GetFileVersionInfoSizeW(dllPath().c_str(), &handle);
@@ -279,26 +306,23 @@ TEST(Module, ExportsByOrdinalAndVersionBlock) {
 }
 
 TEST(Module, ClassFactoriesAndUnloadCounting) {
-  HMODULE dll = LoadLibraryW(dllPath().c_str());
-  auto getClassObject = exportOf<HRESULT(WINAPI*)(REFCLSID, REFIID, void**)>(dll, "DllGetClassObject");
-  auto canUnload = exportOf<HRESULT(WINAPI*)()>(dll, "DllCanUnloadNow");
+  Library dll;
+  auto getClassObject = dll.get<HRESULT(WINAPI*)(REFCLSID, REFIID, void**)>("DllGetClassObject");
+  auto canUnload = dll.get<HRESULT(WINAPI*)()>("DllCanUnloadNow");
   ASSERT_TRUE(getClassObject && canUnload);
   ComPtr<IClassFactory> none;
   EXPECT_EQ(getClassObject(CLSID_ReportItem, IID_IClassFactory, none.putVoid()), CLASS_E_CLASSNOTAVAILABLE);
+  ComPtr<IClassFactory> factory;
+  ASSERT_EQ(getClassObject(CLSID_Reports, IID_IClassFactory, factory.putVoid()), S_OK);
+  // A factory kept by the host does not hold the DLL; a server lock or a live object does.
   EXPECT_EQ(canUnload(), S_OK);
-  {
-    ComPtr<IClassFactory> factory;
-    ASSERT_EQ(getClassObject(CLSID_Reports, IID_IClassFactory, factory.putVoid()), S_OK);
-    ASSERT_EQ(factory->LockServer(TRUE), S_OK);
-    factory.reset();
-    EXPECT_EQ(canUnload(), S_FALSE);
-    ASSERT_EQ(getClassObject(CLSID_Reports, IID_IClassFactory, factory.putVoid()), S_OK);
-    factory->LockServer(FALSE);
-    ComPtr<_Reports> reports;
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID__Reports, reports.putVoid()), S_OK);
-    factory.reset();
-    EXPECT_EQ(canUnload(), S_FALSE);
-  }
+  ASSERT_EQ(factory->LockServer(TRUE), S_OK);
+  EXPECT_EQ(canUnload(), S_FALSE);
+  factory->LockServer(FALSE);
+  ComPtr<_Reports> reports;
+  ASSERT_EQ(factory->CreateInstance(nullptr, IID__Reports, reports.putVoid()), S_OK);
+  EXPECT_EQ(canUnload(), S_FALSE);
+  reports.reset();
   EXPECT_EQ(canUnload(), S_OK);
 }
 
@@ -333,9 +357,9 @@ TEST(Registration, CreatesByProgIdAndAnswersEarlierInterfaces) {
 }
 
 TEST(Registration, UnregisterRemovesEverythingAndRegisterRestoresIt) {
-  HMODULE dll = LoadLibraryW(dllPath().c_str());
-  auto reg = exportOf<HRESULT(WINAPI*)()>(dll, "DllRegisterServer");
-  auto unreg = exportOf<HRESULT(WINAPI*)()>(dll, "DllUnregisterServer");
+  Library dll;
+  auto reg = dll.get<HRESULT(WINAPI*)()>("DllRegisterServer");
+  auto unreg = dll.get<HRESULT(WINAPI*)()>("DllUnregisterServer");
   ASSERT_EQ(unreg(), S_OK);
   CLSID clsid;
   EXPECT_NE(CLSIDFromProgID(L"Mervane100.Reports", &clsid), S_OK);
@@ -354,121 +378,89 @@ TEST(Registration, UnregisterRemovesEverythingAndRegisterRestoresIt) {
   RegCloseKey(key);
 }
 
-// Late binding as a script host does it.
-class LateBound : public ::testing::Test {
- protected:
-  void SetUp() override {
+// An object driven late-bound, as a script host drives it: members by name,
+// arguments given in the order written (Invoke wants them last-first).
+class Late {
+ public:
+  explicit Late(const wchar_t* progId) {
     CLSID clsid;
-    ASSERT_EQ(CLSIDFromProgID(L"Mervane100.Reports", &clsid), S_OK);
-    ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, reports.putVoid()), S_OK);
+    if (SUCCEEDED(CLSIDFromProgID(progId, &clsid)))
+      CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object_.putVoid());
   }
-  DISPID idOf(const wchar_t* name) {
+  explicit Late(IDispatch* object) : object_(object) {}
+  IDispatch* get() const { return object_.get(); }
+  DISPID id(const wchar_t* name) const {
     LPOLESTR n = const_cast<LPOLESTR>(name);
-    DISPID id = 0;
-    EXPECT_EQ(reports->GetIDsOfNames(IID_NULL, &n, 1, 0, &id), S_OK);
+    DISPID id = DISPID_UNKNOWN;
+    object_->GetIDsOfNames(IID_NULL, &n, 1, 0, &id);
     return id;
   }
-  HRESULT call(DISPID id, WORD flags, std::vector<VARIANT*> argsInOrder, VARIANT* result, UINT* argError = nullptr) {
-    std::vector<VARIANT> reversed;
-    for (auto it = argsInOrder.rbegin(); it != argsInOrder.rend(); ++it) reversed.push_back(**it);
-    DISPPARAMS dp = {reversed.data(), nullptr, static_cast<UINT>(reversed.size()), 0};
-    return reports->Invoke(id, IID_NULL, 0, flags, &dp, result, nullptr, argError);
+  HRESULT invoke(DISPID id, WORD flags, std::vector<VARIANT> args, VARIANT* result = nullptr,
+                 UINT* argError = nullptr) const {
+    std::reverse(args.begin(), args.end());
+    DISPID put = DISPID_PROPERTYPUT;
+    bool isPut = flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF);
+    DISPPARAMS dp = {args.data(), isPut ? &put : nullptr, static_cast<UINT>(args.size()), isPut ? 1u : 0u};
+    EXCEPINFO exception{};
+    HRESULT hr = object_->Invoke(id, IID_NULL, 0, flags, &dp, result, &exception, argError);
+    SysFreeString(exception.bstrSource);
+    SysFreeString(exception.bstrDescription);
+    SysFreeString(exception.bstrHelpFile);
+    return hr;
   }
-  ComPtr<IDispatch> reports;
+  HRESULT call(const wchar_t* name, std::vector<VARIANT> args, VARIANT* result = nullptr) const {
+    return invoke(id(name), DISPATCH_METHOD, std::move(args), result);
+  }
+  HRESULT put(const wchar_t* name, VARIANT value) const { return invoke(id(name), DISPATCH_PROPERTYPUT, {value}); }
+
+ private:
+  ComPtr<IDispatch> object_;
 };
 
-TEST_F(LateBound, ByReferenceVariantsAreCoercedAndWrittenBack) {
-  // A script variable holding a number, passed to a by-reference string parameter.
-  Variant number, file, key;
-  V_VT(number.get()) = VT_I4;
-  V_I4(number.get()) = 42;
-  VARIANT numberRef;
-  V_VT(&numberRef) = VT_BYREF | VT_VARIANT;
-  V_VARIANTREF(&numberRef) = number.get();
-  V_VT(file.get()) = VT_BSTR;
-  V_BSTR(file.get()) = SysAllocString(L"a.rpt");
-  VARIANT fileRef;
-  V_VT(&fileRef) = VT_BYREF | VT_VARIANT;
-  V_VARIANTREF(&fileRef) = file.get();
-  Variant result;
-  ASSERT_EQ(call(idOf(L"Add"), DISPATCH_METHOD, {&numberRef, &fileRef}, result.get()), S_OK);
-  ASSERT_EQ(V_VT(result.get()), VT_DISPATCH);
-  ComPtr<IDispatch> item(V_DISPATCH(result.get()));
-  // The variable now holds the text the collection saw, as a by-reference BSTR would.
-  EXPECT_EQ(V_VT(number.get()), VT_BSTR);
-  EXPECT_STREQ(V_BSTR(number.get()), L"42");
-
-  // The default member read with an argument returns the same item as Item.
-  Variant position, viaDefault, viaItem;
-  V_VT(position.get()) = VT_R8;
-  V_R8(position.get()) = 1.0;
-  ASSERT_EQ(call(DISPID_VALUE, DISPATCH_METHOD | DISPATCH_PROPERTYGET, {position.get()}, viaDefault.get()), S_OK);
-  ASSERT_EQ(call(idOf(L"Item"), DISPATCH_PROPERTYGET, {position.get()}, viaItem.get()), S_OK);
-  EXPECT_EQ(V_DISPATCH(viaDefault.get()), V_DISPATCH(viaItem.get()));
-  EXPECT_EQ(V_DISPATCH(viaDefault.get()), item.get());
+// Argument values; each borrows what it points at.
+VARIANT text(const Bstr& b) {
+  VARIANT v;
+  V_VT(&v) = VT_BSTR;
+  V_BSTR(&v) = b.get();
+  return v;
+}
+VARIANT number(LONG n) {
+  VARIANT v;
+  V_VT(&v) = VT_I4;
+  V_I4(&v) = n;
+  return v;
+}
+VARIANT object(IDispatch* d) {
+  VARIANT v;
+  V_VT(&v) = VT_DISPATCH;
+  V_DISPATCH(&v) = d;
+  return v;
 }
 
-TEST_F(LateBound, WrongTypesAndCountsGiveAutomationErrors) {
-  Variant empty, text;
-  V_VT(text.get()) = VT_BSTR;
-  V_BSTR(text.get()) = SysAllocString(L"x");
+TEST(LateBound, WrongCountsAreErrorsAndWrongTypesSkipTheCall) {
+  Late reports(L"Mervane100.Reports"), functions(L"Mervane100.ReportFunctions");
+  ASSERT_TRUE(reports.get() && functions.get());
+  Bstr x(u"x");
   Variant result;
-  // Too many arguments.
-  EXPECT_EQ(call(idOf(L"Remove"), DISPATCH_METHOD, {text.get(), text.get()}, result.get()), DISP_E_BADPARAMCOUNT);
-  // Unknown member.
-  EXPECT_EQ(call(0x1234, DISPATCH_METHOD, {}, result.get()), DISP_E_MEMBERNOTFOUND);
-  // A missing required argument.
-  EXPECT_EQ(call(idOf(L"Add"), DISPATCH_METHOD, {text.get()}, result.get()), DISP_E_PARAMNOTOPTIONAL);
-
-  // A string where a number is declared, on another object.
-  CLSID clsid;
-  CLSIDFromProgID(L"Mervane100.ReportFunctions", &clsid);
-  ComPtr<IDispatch> functions;
-  ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, functions.putVoid()), S_OK);
-  LPOLESTR name = const_cast<LPOLESTR>(L"RecentReportsAdd");
-  DISPID add;
-  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &add);
-  name = const_cast<LPOLESTR>(L"RecentReportsRemove");
-  DISPID remove;
-  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &remove);
-  UINT argError = 99;
-  DISPPARAMS one = {text.get(), nullptr, 1, 0};
-  EXPECT_EQ(functions->Invoke(remove, IID_NULL, 0, DISPATCH_METHOD, &one, nullptr, nullptr, &argError),
-            DISP_E_TYPEMISMATCH);
-  EXPECT_EQ(argError, 0u);
-  // An object where a collection is declared.
-  VARIANT obj;
-  V_VT(&obj) = VT_DISPATCH;
-  V_DISPATCH(&obj) = functions.get();
-  name = const_cast<LPOLESTR>(L"GetReports");
-  DISPID getReports;
-  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &getReports);
-  DISPPARAMS objArg = {&obj, nullptr, 1, 0};
-  EXPECT_EQ(functions->Invoke(getReports, IID_NULL, 0, DISPATCH_METHOD, &objArg, nullptr, nullptr, &argError),
-            DISP_E_TYPEMISMATCH);
-  // Nothing where a collection is declared is accepted.
-  V_DISPATCH(&obj) = nullptr;
-  EXPECT_EQ(functions->Invoke(getReports, IID_NULL, 0, DISPATCH_METHOD, &objArg, nullptr, nullptr, &argError), S_OK);
-  (void)add;
+  EXPECT_EQ(reports.call(L"Remove", {text(x), text(x)}), DISP_E_BADPARAMCOUNT);
+  EXPECT_EQ(reports.invoke(0x1234, DISPATCH_METHOD, {}), DISP_E_MEMBERNOTFOUND);
+  EXPECT_EQ(reports.call(L"Add", {text(x)}, result.get()), DISP_E_PARAMNOTOPTIONAL);
+  // Another object where a collection is declared: GetReports is not called.
+  EXPECT_EQ(functions.call(L"GetReports", {object(functions.get())}), S_OK);
+  EXPECT_EQ(functions.call(L"GetReports", {object(nullptr)}), S_OK);
+  // A text for a number: the empty result.
+  Variant added;
+  V_VT(added.get()) = VT_I4;
+  EXPECT_EQ(functions.call(L"RecentReportsAdd", {text(x), object(reports.get())}, added.get()), S_OK);
+  EXPECT_EQ(V_VT(added.get()), VT_I2);
+  EXPECT_EQ(V_I2(added.get()), 0);
 }
 
-TEST_F(LateBound, PropertyPutWithNamedArgument) {
-  CLSID clsid;
-  CLSIDFromProgID(L"Mervane100.ReportFunctions", &clsid);
-  ComPtr<IDispatch> functions;
-  ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, functions.putVoid()), S_OK);
-  LPOLESTR name = const_cast<LPOLESTR>(L"SqlServer");
-  DISPID id;
-  functions->GetIDsOfNames(IID_NULL, &name, 1, 0, &id);
-  Variant value;
-  V_VT(value.get()) = VT_I4;  // a number given to a string property
-  V_I4(value.get()) = 7;
-  DISPID put = DISPID_PROPERTYPUT;
-  DISPPARAMS dp = {value.get(), &put, 1, 1};
-  ASSERT_EQ(functions->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYPUT, &dp, nullptr, nullptr, nullptr), S_OK);
+TEST(LateBound, PropertyPutWithANumberForAString) {
+  Late functions(L"Mervane100.ReportFunctions");
+  ASSERT_EQ(functions.put(L"SqlServer", number(7)), S_OK);
   Variant read;
-  DISPPARAMS none = {nullptr, nullptr, 0, 0};
-  ASSERT_EQ(functions->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, read.get(), nullptr, nullptr), S_OK);
+  ASSERT_EQ(functions.invoke(functions.id(L"SqlServer"), DISPATCH_PROPERTYGET, {}, read.get()), S_OK);
   EXPECT_STREQ(V_BSTR(read.get()), L"7");
 }
 
@@ -501,32 +493,228 @@ TEST(EarlyBound, LongTextsAndEmbeddedNulsAreStoredUnchanged) {
   LONG count = -1;
   reports->get_Count(&count);
   EXPECT_EQ(count, 1);  // an empty key adds without a key
+}
 
-  // Selectors that select nothing: objects, arrays, huge and negative numbers.
-  VARIANT v;
-  VariantInit(&v);
-  V_VT(&v) = VT_DISPATCH;
-  V_DISPATCH(&v) = reports.get();
-  ComPtr<_ReportItem> none;
-  EXPECT_EQ(reports->get_Item(&v, none.put()), S_OK);
-  EXPECT_FALSE(none);
-  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, 2);
-  V_VT(&v) = VT_ARRAY | VT_VARIANT;
-  V_ARRAY(&v) = array;
-  EXPECT_EQ(reports->get_Item(&v, none.put()), S_OK);
-  EXPECT_FALSE(none);
-  EXPECT_EQ(reports->Remove(&v), S_OK);
-  SafeArrayDestroy(array);
-  V_VT(&v) = VT_R8;
-  V_R8(&v) = 1e300;
-  EXPECT_EQ(reports->get_Item(&v, none.put()), S_OK);
-  EXPECT_FALSE(none);
-  V_VT(&v) = VT_I4;
-  V_I4(&v) = -1;
-  EXPECT_EQ(reports->Remove(&v), S_OK);
-  EXPECT_EQ(reports->get_Item(nullptr, none.put()), S_OK);
-  reports->get_Count(&count);
-  EXPECT_EQ(count, 1);
+// The example reports folder, as the host gives Path: with a final "\\".
+Text examplesFolder() {
+  std::string folder = MERVANE_EXAMPLE_REPORTS "/";
+  std::replace(folder.begin(), folder.end(), '/', '\\');
+  return u"Z:" + Text(folder.begin(), folder.end());
+}
+
+// Every kind of value a host can hand over.
+std::vector<std::unique_ptr<Variant>> hostileValues(IDispatch* someObject) {
+  std::vector<std::unique_ptr<Variant>> values;
+  auto value = [&](VARTYPE vt) -> VARIANT* {
+    values.push_back(std::make_unique<Variant>());
+    V_VT(values.back()->get()) = vt;
+    return values.back()->get();
+  };
+  value(VT_EMPTY);
+  value(VT_NULL);
+  V_DISPATCH(value(VT_DISPATCH)) = nullptr;  // Nothing
+  V_DISPATCH(value(VT_DISPATCH)) = ComPtr<IDispatch>(someObject).detach();
+  V_ARRAY(value(VT_ARRAY | VT_VARIANT)) = SafeArrayCreateVector(VT_VARIANT, 0, 3);
+  V_BSTR(value(VT_BSTR)) = SysAllocStringLen(std::wstring(1000000, L'x').c_str(), 1000000);
+  V_BSTR(value(VT_BSTR)) = SysAllocStringLen(L"a\0b.rpt\0", 8);
+  V_BSTR(value(VT_BSTR)) = SysAllocString(L"\xDC00x\xD800");  // unpaired surrogates
+  V_R8(value(VT_R8)) = -1e300;
+  V_I4(value(VT_I4)) = -1;
+  V_DATE(value(VT_DATE)) = 1e7;
+  V_UNKNOWN(value(VT_UNKNOWN)) = ComPtr<IDispatch>(someObject).detach();
+  // By reference, as compiled hosts and script variables pass them.
+  static BSTR nullText = nullptr;
+  static short small = 7;
+  static VARIANT scriptNull = [] {
+    VARIANT v;
+    V_VT(&v) = VT_NULL;
+    return v;
+  }();
+  V_BSTRREF(value(VT_BYREF | VT_BSTR)) = &nullText;
+  V_I2REF(value(VT_BYREF | VT_I2)) = &small;
+  V_VARIANTREF(value(VT_BYREF | VT_VARIANT)) = &scriptNull;
+  return values;
+}
+
+// Every member that shows no window, every argument given every kind of
+// value: nothing crashes and no error comes back.
+TEST(LateBound, EveryMemberTakesAnyValueWithoutError) {
+  Late reports(L"Mervane100.Reports"), functions(L"Mervane100.ReportFunctions"), printer(L"Mervane100.cPrinter");
+  Bstr title(u"t"), file(u"f.rpt");
+  Variant added;
+  ASSERT_EQ(reports.call(L"Add", {text(title), text(file)}, added.get()), S_OK);
+  Late item(V_DISPATCH(added.get()));
+
+  auto values = hostileValues(reports.get());
+
+  // Members that show a window, or move files, are driven by their own tests.
+  const std::wstring windowed = L"|NewVisualReport|EditVisualReport|CopyReport|Export|Import|ShowPrinterDialog|"
+                                L"DeleteReport|";
+  Bstr root(u"Mervane100 Hostile Test");
+  int calls = 0;
+  auto sweep = [&](const Late& object, bool properties) {
+    ComPtr<ITypeInfo> info;
+    ASSERT_EQ(object.get()->GetTypeInfo(0, 0, info.put()), S_OK);
+    TYPEATTR* attr = nullptr;
+    info->GetTypeAttr(&attr);
+    for (UINT f = 0; f < attr->cFuncs; ++f) {
+      FUNCDESC* fd = nullptr;
+      info->GetFuncDesc(f, &fd);
+      const std::wstring name = memberName(info.get(), fd->memid);
+      const bool isProperty = fd->invkind != INVOKE_FUNC;
+      WORD flags = fd->invkind == INVOKE_FUNC ? DISPATCH_METHOD
+                   : fd->invkind == INVOKE_PROPERTYGET ? DISPATCH_PROPERTYGET | DISPATCH_METHOD
+                                                      : static_cast<WORD>(fd->invkind);
+      if (!(fd->wFuncFlags & FUNCFLAG_FRESTRICTED) && isProperty == properties &&
+          windowed.find(L"|" + name + L"|") == std::wstring::npos) {
+        for (size_t v = 0; v < values.size(); ++v) {
+          std::vector<VARIANT> args(static_cast<size_t>(fd->cParams), *values[v]->get());
+          Variant result;
+          EXPECT_EQ(object.invoke(fd->memid, flags, args, result.get()), S_OK) << name << " with value " << v;
+          // None of them selects the one item, which has no key.
+          if (name == L"Item") {
+            EXPECT_TRUE(V_VT(result.get()) == VT_DISPATCH && !V_DISPATCH(result.get())) << v;
+          }
+          ++calls;
+        }
+      }
+      info->ReleaseFuncDesc(fd);
+    }
+    info->ReleaseTypeAttr(attr);
+  };
+  for (const Late* object : {&functions, &reports, &item, &printer}) sweep(*object, true);
+  ASSERT_EQ(functions.put(L"RegistryPath", text(root)), S_OK);
+  for (const Late* object : {&functions, &reports, &item, &printer}) sweep(*object, false);
+  // The catalogue scan of every kind of reports folder, and of the example
+  // reports for every kind of module.
+  for (auto& v : values) {
+    EXPECT_EQ(functions.put(L"Path", *v->get()), S_OK);
+    EXPECT_EQ(functions.call(L"GetReports", {object(reports.get())}), S_OK);
+  }
+  Bstr examples(examplesFolder());
+  ASSERT_EQ(functions.put(L"Path", text(examples)), S_OK);
+  for (auto& v : values) {
+    EXPECT_EQ(functions.put(L"Module", *v->get()), S_OK);
+    EXPECT_EQ(functions.call(L"GetReports", {object(reports.get())}), S_OK);
+  }
+  RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\VB and VBA Program Settings\\Mervane100 Hostile Test");
+  EXPECT_GT(calls, 400);
+  Variant count;
+  EXPECT_EQ(reports.invoke(reports.id(L"Count"), DISPATCH_PROPERTYGET, {}, count.get()), S_OK);
+}
+
+// Closes every window this process shows, as a person who wants none of
+// them would, until dropped.
+class WindowCloser {
+ public:
+  WindowCloser() : thread_([this] {
+    while (!stop_) {
+      EnumWindows(close, 0);
+      Sleep(50);
+    }
+  }) {}
+  ~WindowCloser() {
+    stop_ = true;
+    thread_.join();
+  }
+  // How many times a window was found showing and told to close.
+  static int closed() { return closed_; }
+  WindowCloser(const WindowCloser&) = delete;
+  WindowCloser& operator=(const WindowCloser&) = delete;
+
+ private:
+  static BOOL CALLBACK close(HWND window, LPARAM) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    if (process == GetCurrentProcessId() && IsWindowVisible(window)) {
+      PostMessageW(window, WM_CLOSE, 0, 0);
+      ++closed_;
+    }
+    return TRUE;
+  }
+  static inline std::atomic<int> closed_{0};
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
+// The members that show windows, every argument given every kind of value,
+// each window closed as soon as it shows: no error comes back, and nothing
+// is written or moved.
+TEST(LateBound, MembersWithWindowsTakeAnyValueWithoutError) {
+  Late functions(L"Mervane100.ReportFunctions"), printer(L"Mervane100.cPrinter");
+  ASSERT_TRUE(functions.get() && printer.get());
+  wchar_t temp[MAX_PATH] = {};
+  GetTempPathW(MAX_PATH, temp);
+  const std::wstring folder = std::wstring(temp) + L"mervane-hostile-" + std::to_wstring(GetCurrentProcessId());
+  CreateDirectoryW(folder.c_str(), nullptr);
+  Bstr root(u"Mervane100 Hostile Test"), path(Text(folder.begin(), folder.end()) + u"\\");
+  ASSERT_EQ(functions.put(L"RegistryPath", text(root)), S_OK);
+  ASSERT_EQ(functions.put(L"Path", text(path)), S_OK);
+  auto values = hostileValues(functions.get());
+  WindowCloser closer;
+  for (const wchar_t* name : {L"NewVisualReport", L"Export", L"Import"}) {
+    Variant result;
+    EXPECT_EQ(functions.call(name, {}, result.get()), S_OK) << name;
+  }
+  for (size_t v = 0; v < values.size(); ++v) {
+    const VARIANT any = *values[v]->get();
+    Variant result;
+    EXPECT_EQ(functions.call(L"EditVisualReport", {any, any}), S_OK) << v;
+    EXPECT_EQ(functions.call(L"CopyReport", {any, any, any, any, any}), S_OK) << v;
+    EXPECT_EQ(functions.call(L"DeleteReport", {text(path), any}, result.get()), S_OK) << v;
+    EXPECT_EQ(printer.call(L"ShowPrinterDialog", {any}, result.get()), S_OK) << v;
+  }
+  EXPECT_GE(WindowCloser::closed(), 8);  // the windows did show: designer, details, print and file dialogs
+  WIN32_FIND_DATAW found;
+  HANDLE listing = FindFirstFileW((folder + L"\\*.*").c_str(), &found);
+  int entries = 0;
+  if (listing != INVALID_HANDLE_VALUE) {
+    do {
+      if (std::wstring(found.cFileName) != L"." && std::wstring(found.cFileName) != L"..") ++entries;
+    } while (FindNextFileW(listing, &found));
+    FindClose(listing);
+  }
+  EXPECT_LE(entries, 1);  // at most the Deleted Reports folder
+  RemoveDirectoryW((folder + L"\\Deleted Reports").c_str());
+  RemoveDirectoryW(folder.c_str());
+  RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\VB and VBA Program Settings\\Mervane100 Hostile Test");
+}
+
+// Last in this file: the host's objects from every test before are gone too.
+TEST(Module, UnloadsOnceTheHostHasReleasedEverything) {
+  {
+    Late reports(L"Mervane100.Reports"), functions(L"Mervane100.ReportFunctions"), printer(L"Mervane100.cPrinter");
+    ASSERT_TRUE(reports.get() && functions.get() && printer.get());
+    Bstr title(u"Sales"), file(u"a.rpt"), key(u"A"), root(u"Mervane100 Unload Test");
+    Variant added, item, enumerator;
+    ASSERT_EQ(reports.call(L"Add", {text(title), text(file), text(key)}, added.get()), S_OK);
+    ASSERT_EQ(reports.call(L"Item", {number(1)}, item.get()), S_OK);
+    ASSERT_EQ(reports.invoke(DISPID_NEWENUM, DISPATCH_METHOD | DISPATCH_PROPERTYGET, {}, enumerator.get()), S_OK);
+    auto items = ComPtr<IUnknown>(V_UNKNOWN(enumerator.get())).query<IEnumVARIANT>(IID_IEnumVARIANT);
+    ASSERT_TRUE(items);
+    ComPtr<IEnumVARIANT> copy;
+    ASSERT_EQ(items->Clone(copy.put()), S_OK);
+    Variant visited;
+    EXPECT_EQ(copy->Next(1, visited.get(), nullptr), S_OK);
+    ASSERT_EQ(functions.put(L"RegistryPath", text(root)), S_OK);
+    Bstr path(examplesFolder());
+    ASSERT_EQ(functions.put(L"Path", text(path)), S_OK);
+    EXPECT_EQ(functions.call(L"GetReports", {object(reports.get())}), S_OK);
+    Variant count;
+    ASSERT_EQ(reports.invoke(reports.id(L"Count"), DISPATCH_PROPERTYGET, {}, count.get()), S_OK);
+    EXPECT_GT(V_I4(count.get()), 10);  // the example reports were listed
+    EXPECT_EQ(functions.call(L"GetFavourites", {object(reports.get())}), S_OK);
+    EXPECT_EQ(functions.call(L"RecentReportsGet", {object(reports.get())}), S_OK);
+  }
+  HMODULE dll = GetModuleHandleW(L"Mervane100.dll");
+  ASSERT_NE(dll, nullptr);
+  EXPECT_EQ(exportOf<HRESULT(WINAPI*)()>(dll, "DllCanUnloadNow")(), S_OK);
+  // The library let go of the host's settings store too, so the host's DLL
+  // goes on the next round.
+  CoFreeUnusedLibrariesEx(0, 0);
+  EXPECT_EQ(GetModuleHandleW(L"Mervane100.dll"), nullptr);
+  CoFreeUnusedLibrariesEx(0, 0);
+  EXPECT_EQ(GetModuleHandleW(L"MervaneHost.dll"), nullptr);
 }
 
 }  // namespace

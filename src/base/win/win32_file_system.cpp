@@ -15,9 +15,16 @@ struct FindCloser {
   void operator()(HANDLE h) const { FindClose(h); }
 };
 
-std::wstring wide(const Text& t) { return std::wstring(t.begin(), t.end()); }
-
 [[noreturn]] void fail(const char* what) { throw std::runtime_error(what); }
+
+// Windows reads a path up to its first NUL, so a text holding one would name
+// another, shorter path: it names no file at all.
+bool namesAPath(const Text& t) { return t.find(u'\0') == Text::npos; }
+
+std::wstring wide(const Text& t) {
+  if (!namesAPath(t)) fail("a path holding a NUL");
+  return std::wstring(t.begin(), t.end());
+}
 
 std::wstring absolutePath(const Text& path) {
   std::wstring in = wide(path);
@@ -29,7 +36,9 @@ std::wstring absolutePath(const Text& path) {
   return out;
 }
 
-DWORD attributesOf(const Text& path) { return GetFileAttributesW(wide(path).c_str()); }
+DWORD attributesOf(const Text& path) {
+  return namesAPath(path) ? GetFileAttributesW(wide(path).c_str()) : INVALID_FILE_ATTRIBUTES;
+}
 
 }  // namespace
 

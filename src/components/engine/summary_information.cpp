@@ -9,12 +9,7 @@
 namespace mervane::engine {
 namespace {
 
-constexpr std::uint32_t kPidCodePage = 1;
-constexpr std::uint32_t kPidTitle = 2;
-constexpr std::uint32_t kPidComments = 6;
-constexpr std::uint16_t kVtI2 = 2;
-constexpr std::uint16_t kVtLpstr = 30;
-constexpr std::uint16_t kVtLpwstr = 31;
+using namespace summary;
 
 // {F29F85E0-4FF9-1068-AB91-08002B27B3D9} as it is stored.
 constexpr std::array<std::uint8_t, 16> kSummaryFormatId = {0xE0, 0x85, 0x9F, 0xF2, 0xF9, 0x4F, 0x68, 0x10,

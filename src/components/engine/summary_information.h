@@ -19,6 +19,17 @@
 
 namespace mervane::engine {
 
+// The property ids and value types the reader knows, numbered as the format
+// numbers them.
+namespace summary {
+constexpr std::uint32_t kPidCodePage = 1;
+constexpr std::uint32_t kPidTitle = 2;
+constexpr std::uint32_t kPidComments = 6;
+constexpr std::uint16_t kVtI2 = 2;
+constexpr std::uint16_t kVtLpstr = 30;
+constexpr std::uint16_t kVtLpwstr = 31;
+}  // namespace summary
+
 // One string property: UTF-16 text (VT_LPWSTR, or VT_LPSTR in a Unicode set)
 // or bytes in the set's code page (VT_LPSTR in an ANSI set). Cut at the
 // first NUL.

@@ -14,8 +14,12 @@
 namespace mervane {
 
 // The host's settings store, created on this thread's first use and kept for
-// the life of the thread.
+// the life of the thread, or until the library is let go on this thread.
 SettingsStore& threadSettingsStore();
+// Lets go of this thread's settings store, when the host may unload the
+// library: nothing of the library is alive then to use it, and the next use
+// creates it again.
+void releaseThreadSettingsStore();
 
 std::unique_ptr<LegacyReportService> createLegacyReportService();
 std::unique_ptr<ReportPropertyReader> createReportPropertyReader();

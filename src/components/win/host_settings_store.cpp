@@ -3,6 +3,8 @@
 #include "components/win/host_components.h"
 #include "components/win/host_interfaces.h"
 
+#include <utility>
+
 #include "base/win/com.h"
 
 namespace mervane {
@@ -92,15 +94,19 @@ std::vector<SettingsStore::Row> settingsRows(const VARIANT& answer) {
   return rows;
 }
 
+namespace {
+// Created on the thread's first use and never destroyed at thread exit: a
+// thread_local object would be released then, when the thread may already
+// have left COM or the host's DLL may be unloaded, and a Release then would
+// crash the host. It is let go only when the host may unload the library.
+thread_local SettingsStore* tStore = nullptr;
+}  // namespace
+
 SettingsStore& threadSettingsStore() {
-  // Created on the thread's first use and deliberately never destroyed: a
-  // thread_local object would be released at thread exit, when the thread
-  // may already have left COM or the host's DLL may be unloaded, and a
-  // Release then would crash the host. The one reference per thread is
-  // reclaimed with the process.
-  thread_local SettingsStore* store = nullptr;
-  if (!store) store = new HostSettingsStore(createHostSettings());
-  return *store;
+  if (!tStore) tStore = new HostSettingsStore(createHostSettings());
+  return *tStore;
 }
+
+void releaseThreadSettingsStore() { delete std::exchange(tStore, nullptr); }
 
 }  // namespace mervane

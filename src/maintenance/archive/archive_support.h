@@ -13,6 +13,10 @@
 
 namespace mervane {
 
+// Archives, and the files in them, may pass 4 GB on 32-bit hosts too: every
+// position and size in a file is a 64-bit number on every target.
+static_assert(sizeof(std::streamoff) == 8 && sizeof(std::uintmax_t) == 8);
+
 // Thrown inside the archiver to end an operation (or one file) with a reason;
 // the entry points turn it into their result.
 struct ArchiveStop {

@@ -37,8 +37,23 @@ static_assert(offsetof(DEVNAMES, wDefault) == devnames::kDefault);
 static_assert(sizeof(DEVNAMES) == devnames::kText);
 static_assert((PD_ENABLEPRINTHOOK | PD_ENABLESETUPHOOK) == kHookFlags);
 static_assert((PD_NOSELECTION | PD_DISABLEPRINTTOFILE | PD_HIDEPRINTTOFILE) == kDefaultPrintFlags);
-#ifndef _WIN64
+static_assert(sizeof(DEVMODEA) == 156 && sizeof(DEVMODEA) <= devmode::kBlockSize);
+// The dialog record is byte-packed for 32-bit hosts and naturally aligned for
+// 64-bit ones; comdlg32 checks lStructSize against exactly these sizes.
+#ifdef _WIN64
+static_assert(kPrintDlgRecordSize == 120);
+static_assert(offsetof(PRINTDLGA, hwndOwner) == 8 && offsetof(PRINTDLGA, hDevMode) == 16 &&
+              offsetof(PRINTDLGA, hDevNames) == 24 && offsetof(PRINTDLGA, hDC) == 32);
+static_assert(offsetof(PRINTDLGA, Flags) == 40 && offsetof(PRINTDLGA, nFromPage) == 44 &&
+              offsetof(PRINTDLGA, nMaxPage) == 50 && offsetof(PRINTDLGA, hInstance) == 56);
+#else
 static_assert(kPrintDlgRecordSize == 66);
+static_assert(offsetof(PRINTDLGA, hwndOwner) == 4 && offsetof(PRINTDLGA, hDevMode) == 8 &&
+              offsetof(PRINTDLGA, hDevNames) == 12 && offsetof(PRINTDLGA, hDC) == 16);
+static_assert(offsetof(PRINTDLGA, Flags) == 20 && offsetof(PRINTDLGA, nFromPage) == 24 &&
+              offsetof(PRINTDLGA, nToPage) == 26 && offsetof(PRINTDLGA, nMinPage) == 28 &&
+              offsetof(PRINTDLGA, nMaxPage) == 30 && offsetof(PRINTDLGA, nCopies) == 32 &&
+              offsetof(PRINTDLGA, hInstance) == 34 && offsetof(PRINTDLGA, hSetupTemplate) == 62);
 #endif
 
 namespace {

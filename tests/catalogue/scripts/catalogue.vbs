@@ -71,6 +71,9 @@ Check fav(1).FileName = tmp & "\a.rpt" And fav(1).ReportTitle = "Sales" And fav(
 Set fav = CreateObject("Mervane100.Reports")
 fn.GetFavourites fav, True
 Check fav(1).FileName = "a.rpt", "favourite with the path stripped"
+n = 1
+fn.GetFavourites fav, n
+Check VarType(n) = vbInteger And n = 1, "bStripPath is never written back"
 
 ' Recent reports.
 Check fn.RecentReportsAdd(tmp & "\a.rpt", "Sales") = 1, "add to an empty list"
@@ -91,6 +94,10 @@ Check settings.GetSetting(root, "Reports", tmp & "\a.rpt", "<none>") = "<none>",
 fso.CopyFile rpt, tmp & "\a.rpt"
 ok = fn.DeleteReport(tmp, "a.rpt")
 Check ok And fso.FileExists(tmp & "\a.rpt"), "a second delete of the same name keeps the file"
+' A name holding a NUL names no file, not the file named by the text before it.
+fn.DeleteReport tmp & "\", "c.report" & Chr(0) & ".txt"
+fn.DeleteReport tmp & "\" & Chr(0) & "\", "a.rpt"
+Check fso.FileExists(tmp & "\c.report") And fso.FileExists(tmp & "\a.rpt"), "names holding a NUL delete nothing"
 
 settings.DeleteSetting root, "Reports", ""
 settings.DeleteSetting root, "RecentReports", ""

@@ -36,6 +36,7 @@ int pixels(int twips) { return MulDiv(twips, screenDpi(), 1440); }
 // A DLGTEMPLATE with no controls: style, caption, and the dialog font
 // (MS Shell Dlg 8 pt, Tahoma on every system we run on). Kept in WORDs so
 // that it is suitably aligned.
+static_assert(sizeof(DLGTEMPLATE) == 18, "the template is WORD-packed on every target");
 std::vector<WORD> dialogTemplate(const std::wstring& caption) {
   std::vector<WORD> words(sizeof(DLGTEMPLATE) / sizeof(WORD), 0);
   auto* head = reinterpret_cast<DLGTEMPLATE*>(words.data());

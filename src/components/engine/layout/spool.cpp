@@ -9,6 +9,11 @@
 #include <stdexcept>
 
 namespace mervane::engine::layout {
+
+// A million rows easily pass 4 GB of spool: its offsets are 64-bit numbers,
+// and so are the file positions they become, on 32-bit hosts as well.
+static_assert(sizeof(std::streamoff) == 8);
+
 namespace {
 
 constexpr std::size_t kTailLimit = std::size_t{1} << 20;

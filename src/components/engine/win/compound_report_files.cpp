@@ -10,6 +10,7 @@
 #include <propidl.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,16 @@
 #include "components/engine/summary_information.h"
 
 namespace mervane::engine {
+
+// The summary reader's numbers are the system's, and the records handed to
+// the property storage have the layout ole32 expects on each target.
+static_assert(summary::kPidCodePage == PID_CODEPAGE && summary::kPidTitle == PIDSI_TITLE &&
+              summary::kPidComments == PIDSI_COMMENTS);
+static_assert(summary::kVtI2 == VT_I2 && summary::kVtLpstr == VT_LPSTR && summary::kVtLpwstr == VT_LPWSTR);
+static_assert(sizeof(PROPSPEC) == 2 * sizeof(void*) && offsetof(PROPSPEC, propid) == sizeof(void*));
+static_assert(sizeof(PROPVARIANT) == (sizeof(void*) == 8 ? 24 : 16) && offsetof(PROPVARIANT, iVal) == 8 &&
+              offsetof(PROPVARIANT, pszVal) == 8 && offsetof(PROPVARIANT, pwszVal) == 8);
+
 namespace {
 
 using win::ComError;
