@@ -14,6 +14,7 @@
 #include "authoring/designer/win/designer_dialogs.h"
 #include "authoring/designer/win/property_panel.h"
 #include "base/win/com.h"
+#include "base/win/form.h"
 
 namespace mervane::authoring::win {
 
@@ -668,7 +669,7 @@ HWND DesignerControl::create(HWND parent, int id) {
     InitCommonControlsEx(&controls);
     WNDCLASSEXW wc{sizeof(wc)};
     wc.lpfnWndProc = Impl::windowProc;
-    wc.hInstance = GetModuleHandleW(nullptr);
+    wc.hInstance = mervane::win::thisModule();
     wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     wc.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
     wc.lpszClassName = kClassName;
@@ -677,7 +678,8 @@ HWND DesignerControl::create(HWND parent, int id) {
   (void)registered;
   Impl& m = *impl_;
   m.hwnd = CreateWindowExW(WS_EX_CONTROLPARENT, kClassName, L"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0, 100,
-                           100, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
+                           100, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), mervane::win::thisModule(),
+                           nullptr);
   m.tree = CreateWindowExW(WS_EX_CLIENTEDGE, WC_TREEVIEWW, L"",
                            WS_CHILD | WS_VISIBLE | WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT |
                                TVS_SHOWSELALWAYS,

@@ -16,6 +16,7 @@
 
 #include "authoring/viewer/message_pages.h"
 #include "base/win/com.h"
+#include "base/win/form.h"
 #include "components/engine/data/report_data.h"
 #include "components/engine/export/csv_writer.h"
 #include "components/engine/export/pdf_writer.h"
@@ -43,7 +44,7 @@ constexpr int kLineStep = 40;
 bool registerClasses(WNDPROC control, WNDPROC pages) {
   static const bool done = [&] {
     WNDCLASSW wc{};
-    wc.hInstance = GetModuleHandleW(nullptr);
+    wc.hInstance = mervane::win::thisModule();
     wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     wc.lpfnWndProc = control;
     wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
@@ -177,7 +178,7 @@ bool ViewerControl::create(HWND parent) {
   RECT area{};
   GetClientRect(parent, &area);
   hwnd_ = CreateWindowExW(WS_EX_CONTROLPARENT, kControlClass, L"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0,
-                          area.right, area.bottom, parent, nullptr, GetModuleHandleW(nullptr), this);
+                          area.right, area.bottom, parent, nullptr, mervane::win::thisModule(), this);
   return hwnd_ != nullptr;
 }
 
@@ -454,7 +455,7 @@ void ViewerControl::makeTools() {
   for (const Tool& tool : tools) {
     HWND control = CreateWindowExW(0, tool.windowClass, tool.text, WS_CHILD | WS_VISIBLE | WS_TABSTOP | tool.style,
                                    0, 0, 10, 10, hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(tool.id)),
-                                   GetModuleHandleW(nullptr), nullptr);
+                                   mervane::win::thisModule(), nullptr);
     if (control && font_) SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
   }
   SendDlgItemMessageW(hwnd_, kFindBox, EM_SETCUEBANNER, TRUE, reinterpret_cast<LPARAM>(L"Find"));
@@ -467,7 +468,7 @@ void ViewerControl::makeTools() {
     SetWindowSubclass(zoomEdit, toolProc, kZoomBox, reinterpret_cast<DWORD_PTR>(this));
   area_ = CreateWindowExW(WS_EX_CLIENTEDGE, kPagesClass, L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_VSCROLL |
                           WS_HSCROLL, 0, 0, 10, 10, hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(kPageArea)),
-                          GetModuleHandleW(nullptr), this);
+                          mervane::win::thisModule(), this);
   updateTools();
 }
 
