@@ -4,6 +4,7 @@
 // read back and the stored report values afterwards.
 #include <windows.h>
 #include <commctrl.h>
+#include <commdlg.h>
 #include <oleauto.h>
 
 #include <gtest/gtest.h>
@@ -58,12 +59,99 @@ void clickTab(HWND window, int index) {
   Sleep(300);
 }
 
-BOOL CALLBACK findTree(HWND child, LPARAM found) {
-  wchar_t name[64] = {};
-  GetClassNameW(child, name, 64);
-  if (std::wstring(name) != WC_TREEVIEWW) return TRUE;
-  *reinterpret_cast<HWND*>(found) = child;
-  return FALSE;
+// The first child window of a class (the field list is the designer's only
+// tree).
+HWND findChild(HWND window, const std::wstring& className) {
+  struct Search {
+    const std::wstring& name;
+    HWND found;
+  } search{className, nullptr};
+  EnumChildWindows(
+      window,
+      [](HWND child, LPARAM p) -> BOOL {
+        auto* s = reinterpret_cast<Search*>(p);
+        wchar_t name[64] = {};
+        GetClassNameW(child, name, 64);
+        if (s->name != name) return TRUE;
+        s->found = child;
+        return FALSE;
+      },
+      reinterpret_cast<LPARAM>(&search));
+  return search.found;
+}
+
+std::wstring itemText(HWND tree, HTREEITEM i) {
+  wchar_t text[256] = {};
+  TVITEMW item = {};
+  item.mask = TVIF_TEXT;
+  item.hItem = i;
+  item.pszText = text;
+  item.cchTextMax = 256;
+  TreeView_GetItem(tree, &item);
+  return text;
+}
+
+// The field list's tables, under its first branch.
+std::vector<std::wstring> fieldListTables(HWND tree) {
+  std::vector<std::wstring> tables;
+  for (HTREEITEM i = TreeView_GetChild(tree, TreeView_GetRoot(tree)); i; i = TreeView_GetNextSibling(tree, i))
+    tables.push_back(itemText(tree, i));
+  return tables;
+}
+
+// The field list's item for a table's column, once the columns have come
+// from the database; null if they do not within five seconds.
+HTREEITEM columnItem(HWND tree, const std::wstring& table, const std::wstring& column) {
+  for (int attempt = 0; attempt < 100; ++attempt, Sleep(50))
+    for (HTREEITEM t = TreeView_GetChild(tree, TreeView_GetRoot(tree)); t; t = TreeView_GetNextSibling(tree, t))
+      if (itemText(tree, t) == table)
+        for (HTREEITEM c = TreeView_GetChild(tree, t); c; c = TreeView_GetNextSibling(tree, c))
+          if (itemText(tree, c) == column) return c;
+  return nullptr;
+}
+
+// Drags a column from the field list with the mouse and lets go of it over
+// the design surface at `to` (a point of the surface's window).
+bool dragColumn(HWND window, const std::wstring& table, const std::wstring& column, POINT to) {
+  HWND tree = findChild(window, WC_TREEVIEWW);
+  HWND canvas = findChild(window, L"MervaneDesignCanvas");
+  HTREEITEM item = tree && canvas ? columnItem(tree, table, column) : nullptr;
+  if (!item) return false;
+  RECT r{};
+  TreeView_GetItemRect(tree, item, &r, TRUE);
+  MapWindowPoints(canvas, tree, &to, 1);
+  PostMessageW(tree, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2));
+  PostMessageW(tree, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(to.x, to.y));
+  PostMessageW(tree, WM_LBUTTONUP, 0, MAKELPARAM(to.x, to.y));
+  Sleep(300);
+  return true;
+}
+
+// A point of the design surface's window inside its first band.
+constexpr POINT kOnTheSurface{70, 70};
+
+// What the save dialog proposes: the file name and the folder.
+struct Proposal {
+  std::wstring name, folder;
+};
+Proposal readSaveDialog(HWND dialog) {
+  wchar_t name[MAX_PATH] = {}, folder[MAX_PATH] = {};
+  SendMessageW(dialog, CDM_GETSPEC, MAX_PATH, reinterpret_cast<LPARAM>(name));
+  SendMessageW(dialog, CDM_GETFOLDERPATH, MAX_PATH, reinterpret_cast<LPARAM>(folder));
+  return {name, folder};
+}
+
+bool sameFolder(const std::wstring& a, const fs::path& b) {
+  std::error_code error;
+  return !a.empty() && fs::equivalent(fs::path(a), b, error);
+}
+
+// Waits up to five seconds for a condition.
+template <typename Condition>
+bool waitFor(Condition condition) {
+  for (int i = 0; i < 100; ++i, Sleep(50))
+    if (condition()) return true;
+  return false;
 }
 
 int selectedTab(HWND window) {
@@ -229,6 +317,78 @@ TEST_F(DesignerFormTest, ClosingWithChangesAsksAndSavesOnlyOnYes) {
   EXPECT_EQ(reread.definition.sections[0].height, form->currentReport()->document().definition.sections[0].height);
 }
 
+// Closing asks only about the user's own changes, names the report, and
+// Enter on the question writes nothing. Save As proposes the title as the
+// file name, in the report's folder.
+TEST_F(DesignerFormTest, ClosingAsksOnlyAboutTheUsersChanges) {
+  fs::copy_file(fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt", folder_ / "Customer List.rpt");
+  const Text file = path(L"Customer List.rpt");
+  const std::wstring caption = L"Edit Report - " + std::wstring(file.begin(), file.end());
+  const std::string before = bytes(folder_ / "Customer List.rpt");
+  const auto edit = [&](Text title, std::function<void(Person&, HWND)> script) {
+    Person person(caption, std::move(script));
+    Bstr repName(title);
+    BSTR raw = repName.get();
+    EXPECT_EQ(functions_->EditVisualReport(&raw, Bstr(file).get()), S_OK);
+  };
+
+  // Opened and closed: no question.
+  bool quiet = false;
+  edit(u"Sales by Month", [&](Person&, HWND window) {
+    PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+    quiet = Person::waitHidden(window);
+  });
+  EXPECT_TRUE(quiet);
+
+  // A field added: Save As proposes the title; the question names it, and
+  // Enter keeps the window open without writing anything.
+  bool dragged = false, keptOpen = false;
+  Proposal proposal;
+  std::wstring question;
+  edit(u"Sales by Month", [&](Person& p, HWND window) {
+    dragged = dragColumn(window, L"Customers", L"City", kOnTheSurface);
+    p.pressKey(window, VK_F12);
+    if (HWND dialog = Person::waitForWindow(L"Save Report As")) {
+      proposal = readSaveDialog(dialog);
+      PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+      Person::waitHidden(dialog);
+    }
+    PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+    if (HWND box = Person::waitForMessageBox(window)) {
+      question = Person::text(box, 0xFFFF);
+      p.pressKey(box, VK_RETURN);
+      Person::waitHidden(box);
+      Sleep(300);
+      keptOpen = IsWindowVisible(window) && !FindWindowW(nullptr, L"Save Report As");
+    }
+    PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+    p.answerMessage(window, IDNO);
+  });
+  EXPECT_TRUE(dragged);
+  EXPECT_EQ(proposal.name, L"Sales by Month.rpt");
+  EXPECT_TRUE(sameFolder(proposal.folder, folder_)) << proposal.folder;
+  EXPECT_EQ(question, L"Do you want to save the changes to \"Sales by Month\"?");
+  EXPECT_TRUE(keptOpen);
+
+  // A report without a title is the untitled report.
+  proposal = {};
+  question.clear();
+  edit(u"", [&](Person& p, HWND window) {
+    dragColumn(window, L"Customers", L"City", kOnTheSurface);
+    p.pressKey(window, VK_F12);
+    if (HWND dialog = Person::waitForWindow(L"Save Report As")) {
+      proposal = readSaveDialog(dialog);
+      PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+      Person::waitHidden(dialog);
+    }
+    PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+    question = p.answerMessage(window, IDNO).text;
+  });
+  EXPECT_EQ(question, L"Do you want to save the changes to \"Untitled report\"?");
+  EXPECT_EQ(proposal.name, L"Untitled report.rpt");
+  EXPECT_EQ(bytes(folder_ / "Customer List.rpt"), before);
+}
+
 // A report on company and host data together: the products come from the
 // company database, the stock per warehouse from the host's data source
 // "Halyard" in a subreport; the first page shows both, as the databases
@@ -266,22 +426,15 @@ TEST_F(DesignerFormTest, ShowsCompanyAndHostDataInOneReport) {
 TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
   functions_->put_SqlServer(Bstr(fromUtf8(MERVANE_COMPANY_DB)).get());
   std::vector<std::wstring> nodes, reportTables;
-  bool designerShown = false;
+  bool designerShown = false, closedQuietly = false;
   std::wstring caption;
   {
     Person chooser(L"Choose Tables", [&](Person& p, HWND dialog) {
       HWND tree = GetDlgItem(dialog, 101);
       HTREEITEM root = TreeView_GetRoot(tree);
       for (HTREEITEM i = TreeView_GetChild(tree, root); i; i = TreeView_GetNextSibling(tree, i)) {
-        wchar_t text[256] = {};
-        TVITEMW item = {};
-        item.mask = TVIF_TEXT;
-        item.hItem = i;
-        item.pszText = text;
-        item.cchTextMax = 256;
-        TreeView_GetItem(tree, &item);
-        nodes.push_back(text);
-        if (std::wstring(text) == L"Customers" || std::wstring(text) == L"Orders") {
+        nodes.push_back(itemText(tree, i));
+        if (nodes.back() == L"Customers" || nodes.back() == L"Orders") {
           TreeView_SelectItem(tree, i);
           SetFocus(tree);
           PostMessageW(tree, WM_KEYDOWN, VK_SPACE, 1);
@@ -294,39 +447,15 @@ TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
     Person designer(L"New Report", [&](Person&, HWND window) {
       designerShown = true;
       caption = Person::text(window);
-      // The designer's field list: its first branch holds the report's tables.
-      HWND fields = nullptr;
-      EnumChildWindows(window, findTree, reinterpret_cast<LPARAM>(&fields));
-      // The field list fills as the columns come from the database.
+      // The designer's field list fills as the columns come from the database.
+      HWND fields = findChild(window, WC_TREEVIEWW);
       const std::vector<std::wstring> expected{L"Customers", L"Orders"};
-      for (int attempt = 0; fields && attempt < 100 && reportTables != expected; ++attempt) {
-        if (attempt) Sleep(50);
-        reportTables.clear();
-        HTREEITEM databaseFields = TreeView_GetRoot(fields);
-        for (HTREEITEM i = TreeView_GetChild(fields, databaseFields); i; i = TreeView_GetNextSibling(fields, i)) {
-          wchar_t text[256] = {};
-          TVITEMW item = {};
-          item.mask = TVIF_TEXT;
-          item.hItem = i;
-          item.pszText = text;
-          item.cchTextMax = 256;
-          TreeView_GetItem(fields, &item);
-          reportTables.push_back(text);
-        }
-      }
+      waitFor([&] { return fields && (reportTables = fieldListTables(fields)) == expected; });
       clickTab(window, 1);
-      // A new report has unsaved work: closing asks first; No closes it.
-      for (int i = 0; i < 100 && IsWindowVisible(window); ++i) {
-        PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
-        for (int wait = 0; wait < 50; ++wait) {
-          if (HWND box = FindWindowW(L"#32770", L"Close Report")) {
-            PostMessageW(box, WM_COMMAND, IDNO, 0);
-            break;
-          }
-          Sleep(20);
-        }
-        Person::waitHidden(window);
-      }
+      clickTab(window, 0);
+      // The report as built is not a change of the user's: it closes without a question.
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      closedQuietly = Person::waitHidden(window);
     });
     VARIANT_BOOL shown = VARIANT_FALSE;
     ASSERT_EQ(functions_->NewVisualReport(&shown), S_OK);
@@ -336,6 +465,7 @@ TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
   EXPECT_EQ(caption, L"New Report");
   EXPECT_EQ(nodes, (std::vector<std::wstring>{L"Customers", L"Products", L"Orders", L"Order Lines"}));
   EXPECT_EQ(reportTables, (std::vector<std::wstring>{L"Customers", L"Orders"}));
+  EXPECT_TRUE(closedQuietly);
 }
 
 TEST_F(DesignerFormTest, NewVisualReportCancelledShowsNothing) {
