@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -19,7 +20,10 @@
 #include "authoring/win/designer_form.h"
 #include "base/win/com.h"
 #include "catalogue/catalogue_scan.h"
+#include "components/engine/data/catalogue.h"
+#include "components/engine/data/odbc_data_provider.h"
 #include "components/engine/engine.h"
+#include "components/engine/win/compound_report_files.h"
 #include "components/engine/win/engine_factory.h"
 #include "components/engine/win/gdi_measure.h"
 #include "components/win/host_components.h"
@@ -145,6 +149,19 @@ bool sameFolder(const std::wstring& a, const fs::path& b) {
   std::error_code error;
   return !a.empty() && fs::equivalent(fs::path(a), b, error);
 }
+
+// Rows of the company database, counted as each run of a report asks for
+// its data.
+struct CountingData final : engine::data::DataProvider {
+  std::shared_ptr<engine::data::DataProvider> odbc = engine::data::createOdbcDataProvider();
+  std::atomic<int> runs{0};
+  std::unique_ptr<engine::data::ReportData> open(const engine::ReportDocument& document,
+                                                 const engine::model::ReportDefinition& definition,
+                                                 const Text& subreport) override {
+    if (subreport.empty()) ++runs;
+    return odbc->open(document, definition, subreport);
+  }
+};
 
 // Waits up to five seconds for a condition.
 template <typename Condition>
@@ -387,6 +404,48 @@ TEST_F(DesignerFormTest, ClosingAsksOnlyAboutTheUsersChanges) {
   EXPECT_EQ(question, L"Do you want to save the changes to \"Untitled report\"?");
   EXPECT_EQ(proposal.name, L"Untitled report.rpt");
   EXPECT_EQ(bytes(folder_ / "Customer List.rpt"), before);
+}
+
+// Designing reads no data: the report runs when Preview is first shown, and
+// again only after a change.
+TEST_F(DesignerFormTest, PreviewRunsTheReportOnlyWhenFirstShownOrChanged) {
+  using authoring::win::DesignerForm;
+  auto data = std::make_shared<CountingData>();
+  engine::EngineParts parts{std::make_shared<engine::CompoundReportFiles>(), data,
+                            [](const Text& connect) { return engine::data::openCatalogue(connect); }};
+  auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
+      [&] { return std::make_unique<engine::Engine>(parts); }, nullptr, nullptr});
+  form->load();
+  form->setCaption(u"Preview test");
+  form->setSqlDatabase(u"company");
+  form->setSqlConnString(u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1");
+  form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
+  EXPECT_EQ(data->runs, 0);
+  int designing = -1, firstPreview = -1, secondPreview = -1, afterChange = -1;
+  {
+    Person person(L"Preview test", [&](Person& p, HWND window) {
+      Sleep(300);
+      designing = data->runs;
+      clickTab(window, 1);
+      waitFor([&] { return data->runs >= 1; });
+      firstPreview = data->runs;
+      clickTab(window, 0);
+      clickTab(window, 1);
+      secondPreview = data->runs;
+      clickTab(window, 0);
+      dragColumn(window, L"Customers", L"City", kOnTheSurface);
+      clickTab(window, 1);
+      waitFor([&] { return data->runs >= 2; });
+      afterChange = data->runs;
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      p.answerMessage(window, IDNO);
+    });
+    form->showModal();
+  }
+  EXPECT_EQ(designing, 0);
+  EXPECT_EQ(firstPreview, 1);
+  EXPECT_EQ(secondPreview, 1);
+  EXPECT_EQ(afterChange, 2);
 }
 
 // A report on company and host data together: the products come from the

@@ -9,9 +9,11 @@
 //                       (design_options.h says the same from the designer's side)
 //   viewer 250          its report source      ViewerControl::setReportSource
 //   viewer 360 with 1   the view's mode        ViewerControl::showAsPages (whole pages, as printed)
-//   viewer 265          show the report        ViewerControl::viewReport (starts the first run)
-//   viewer 402 false    refresh                ViewerControl::refresh (runs the report again as
-//                                              it now stands; false: no prompt for parameters)
+//   viewer 265          show the report        ViewerControl::viewReport (the first run starts
+//                                              when the viewer is first shown)
+//   viewer 402 false    refresh                ViewerControl::bringUpToDate (runs the report again
+//                                              if it changed since the run shown, else keeps its
+//                                              pages; false: no prompt for parameters)
 #include "authoring/win/designer_form.h"
 
 #include <commctrl.h>
@@ -162,7 +164,8 @@ void DesignerForm::layOut() {
 }
 
 // Design brings the designer to the front; Preview brings the viewer and
-// runs the report again as it now stands, with the hourglass.
+// shows the report as it now stands, with the hourglass: run the first time,
+// run again after a change, and otherwise the pages already made.
 void DesignerForm::tabChosen(int index) {
   HWND front = nullptr, back = nullptr;
   if (index == kDesignTab) {
@@ -181,8 +184,7 @@ void DesignerForm::tabChosen(int index) {
   if (back) ShowWindow(back, SW_HIDE);
   if (index == kPreviewTab && viewer_) {
     mervane::win::WaitCursor hourglass;
-    attempt([&] { viewer_->refresh(); });
-    if (engine::Report* report = currentReport()) previewedRevision_ = report->revision();
+    attempt([&] { viewer_->bringUpToDate(); });
   }
 }
 
@@ -326,11 +328,7 @@ void DesignerForm::onMenu(UINT id) {
     case kCommandExport: {
       if (!viewer_) return;
       // What is printed is the report as it now stands.
-      engine::Report* report = currentReport();
-      if (report && report->revision() != previewedRevision_) {
-        attempt([&] { viewer_->refresh(); });
-        previewedRevision_ = report->revision();
-      }
+      attempt([&] { viewer_->bringUpToDate(); });
       attempt([&] { id == kCommandPrint ? viewer_->print() : viewer_->exportTo(); });
       return;
     }

@@ -95,7 +95,6 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
   std::unique_ptr<DesignerControl> designer_;
   std::unique_ptr<viewer::win::ViewerControl> viewer_;
   HMENU menu_ = nullptr;
-  std::uint64_t previewedRevision_ = ~0ull;
   std::uint64_t unchangedRevision_ = 0;
 };
 

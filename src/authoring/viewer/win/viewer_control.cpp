@@ -274,6 +274,9 @@ LRESULT ViewerControl::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_TIMER:
       if (wParam == kCountTimer) followCount();
       return 0;
+    case WM_WINDOWPOSCHANGED:
+      if ((reinterpret_cast<const WINDOWPOS*>(lParam)->flags & SWP_SHOWWINDOW) && viewWhenShown_) viewReport();
+      return DefWindowProcW(hwnd_, message, wParam, lParam);
     case kPageReady:
       onPageReady();
       return 0;
@@ -563,6 +566,7 @@ void ViewerControl::setStatus(const std::wstring& text) {
 
 void ViewerControl::setReportSource(engine::Report* report) {
   dropRun();
+  viewWhenShown_ = false;
   report_ = report;
   updateTools();
   if (area_) InvalidateRect(area_, nullptr, FALSE);
@@ -573,16 +577,31 @@ void ViewerControl::showAsPages() {
   if (nav_.first() || scroll_.y != 0) showPage(nav_.current());
 }
 
+// A hidden viewer runs nothing: the run starts when it is first shown, so
+// that a report opened for designing reads no data until someone looks.
 void ViewerControl::viewReport() {
-  if (!source_) refresh();
+  if (source_) return;
+  if (hwnd_ && !(GetWindowLongW(hwnd_, GWL_STYLE) & WS_VISIBLE)) {
+    viewWhenShown_ = true;
+    return;
+  }
+  refresh();
+}
+
+void ViewerControl::bringUpToDate() {
+  const bool unchanged = source_ && source_->problem().empty() &&
+                         (report_ ? report_->revision() == runRevision_ : factory_ != nullptr);
+  if (!unchanged) refresh();
 }
 
 void ViewerControl::refresh() {
+  viewWhenShown_ = false;
   if (!report_ && !factory_) {
     dropRun();
     updateTools();
     return;
   }
+  if (report_) runRevision_ = report_->revision();
   std::unique_ptr<layout::PageSource> source;
   try {
     source = factory_ ? factory_() : report_->run(measure_);
