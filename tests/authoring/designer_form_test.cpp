@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -103,14 +104,23 @@ std::vector<std::wstring> fieldListTables(HWND tree) {
   return tables;
 }
 
-// The field list's item for a table's column, once the columns have come
-// from the database; null if they do not within five seconds.
+// The field list's item for a table's column once the list has settled
+// (the columns the report uses come first, the database's a moment later);
+// null if there is none within five seconds.
 HTREEITEM columnItem(HWND tree, const std::wstring& table, const std::wstring& column) {
-  for (int attempt = 0; attempt < 100; ++attempt, Sleep(50))
+  const auto find = [&]() -> HTREEITEM {
     for (HTREEITEM t = TreeView_GetChild(tree, TreeView_GetRoot(tree)); t; t = TreeView_GetNextSibling(tree, t))
       if (itemText(tree, t) == table)
         for (HTREEITEM c = TreeView_GetChild(tree, t); c; c = TreeView_GetNextSibling(tree, c))
           if (itemText(tree, c) == column) return c;
+    return nullptr;
+  };
+  HTREEITEM last = nullptr;
+  for (int attempt = 0; attempt < 20; ++attempt, Sleep(250)) {
+    HTREEITEM found = find();
+    if (found && found == last) return found;
+    last = found;
+  }
   return nullptr;
 }
 
@@ -162,6 +172,12 @@ struct CountingData final : engine::data::DataProvider {
     return odbc->open(document, definition, subreport);
   }
 };
+
+// MERVANE_DIALOG_HOLD_MS keeps the window as it is for that long, for
+// screenshots.
+void holdForScreenshots() {
+  if (const char* hold = std::getenv("MERVANE_DIALOG_HOLD_MS")) Sleep(static_cast<DWORD>(std::atoi(hold)));
+}
 
 // Waits up to five seconds for a condition.
 template <typename Condition>
@@ -446,6 +462,66 @@ TEST_F(DesignerFormTest, PreviewRunsTheReportOnlyWhenFirstShownOrChanged) {
   EXPECT_EQ(firstPreview, 1);
   EXPECT_EQ(secondPreview, 1);
   EXPECT_EQ(afterChange, 2);
+}
+
+// A customer's name dragged from the field list into the details is wide
+// enough for the names, and its heading as wide: the preview shows every
+// name whole, as the report's own name column does.
+TEST_F(DesignerFormTest, AFieldFromTheFieldListShowsItsValuesWhole) {
+  using authoring::win::DesignerForm;
+  auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
+      [] { return createEngineApplication(); }, nullptr, nullptr});
+  form->load();
+  form->setCaption(u"Field test");
+  form->setSqlDatabase(u"company");
+  form->setSqlConnString(u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1");
+  form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
+  ASSERT_TRUE(form->currentReport());
+  auto& definition = form->currentReport()->document().definition;
+  const auto details = static_cast<std::size_t>(
+      std::find_if(definition.sections.begin(), definition.sections.end(),
+                   [](const auto& s) { return s.kind == engine::model::SectionKind::Details; }) -
+      definition.sections.begin());
+  ASSERT_LT(details, definition.sections.size());
+  const std::size_t objectsBefore = definition.sections[details].objects.size();
+  // Where the details begin, at the left margin.
+  auto& designer = *form->designerControl();
+  const POINT at = designer.canvasPoint({0, designer.editor().layout().band(details)->bodyTop + 30});
+  bool dragged = false;
+  {
+    Person person(L"Field test", [&](Person& p, HWND window) {
+      dragged = dragColumn(window, L"Customers", L"Name", at);
+      holdForScreenshots();
+      clickTab(window, 1);
+      Sleep(1000);
+      holdForScreenshots();
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      p.answerMessage(window, IDNO);
+    });
+    form->showModal();
+  }
+  ASSERT_TRUE(dragged);
+  ASSERT_EQ(definition.sections[details].objects.size(), objectsBefore + 1);
+  const engine::model::ReportObject field = definition.sections[details].objects.back();
+  EXPECT_GT(field.width, 1440);
+  const auto header = std::find_if(definition.sections.begin(), definition.sections.end(),
+                                   [](const auto& s) { return s.kind == engine::model::SectionKind::PageHeader; });
+  ASSERT_NE(header, definition.sections.end());
+  const auto& heading = header->objects.back();
+  EXPECT_EQ(heading.text, u"Name");
+  EXPECT_EQ(heading.width, field.width);
+
+  auto run = form->currentReport()->run(std::make_shared<engine::win::GdiMeasure>());
+  auto page = run->page(1);
+  ASSERT_TRUE(page);
+  std::vector<Text> shown, whole;
+  for (const auto& item : page->items)
+    if (const auto* r = std::get_if<engine::layout::TextRun>(&item)) {
+      if (r->source == field.name) shown.push_back(r->text);
+      if (r->source == u"Customers.Name") whole.push_back(r->text);
+    }
+  EXPECT_GT(whole.size(), 10u);
+  EXPECT_EQ(shown, whole);
 }
 
 // A report on company and host data together: the products come from the

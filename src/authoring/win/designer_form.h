@@ -60,6 +60,7 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
   HWND designerWindow() const;
   HWND viewerWindow() const;
   HWND tabStrip() const { return control(kTabStrip); }
+  DesignerControl* designerControl() const { return designer_.get(); }
   engine::Report* currentReport() const;
 
   static constexpr int kTabStrip = 1;
