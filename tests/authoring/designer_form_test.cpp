@@ -389,6 +389,7 @@ TEST_F(DesignerFormTest, ClosingAsksOnlyAboutTheUsersChanges) {
     PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
     if (HWND box = Person::waitForMessageBox(window)) {
       question = Person::text(box, 0xFFFF);
+      waitFor([&] { return IsChild(box, Person::focus(box)); });
       p.pressKey(box, VK_RETURN);
       Person::waitHidden(box);
       Sleep(300);
