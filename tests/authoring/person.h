@@ -96,6 +96,17 @@ class Person {
     SendMessageW(edit, EM_GETSEL, reinterpret_cast<WPARAM>(&start), reinterpret_cast<LPARAM>(&end));
     return {static_cast<int>(start), static_cast<int>(end)};
   }
+  // A message box owned by `owner`, waited for up to two seconds; null if
+  // none appears.
+  static HWND waitForMessageBox(HWND owner) {
+    for (int i = 0; i < 200; ++i) {
+      Search s{L"", owner, nullptr};
+      EnumWindows(visit, reinterpret_cast<LPARAM>(&s));
+      if (s.found && GetDlgItem(s.found, 0xFFFF)) return s.found;
+      Sleep(10);
+    }
+    return nullptr;
+  }
   // Waits until the window hides; false if it stays.
   static bool waitHidden(HWND window) {
     for (int i = 0; i < 200; ++i) {
@@ -120,15 +131,6 @@ class Person {
     if (!s->caption.empty() && text(w) != s->caption) return TRUE;
     s->found = w;
     return FALSE;
-  }
-  static HWND waitForMessageBox(HWND owner) {
-    for (int i = 0; i < 200; ++i) {
-      Search s{L"", owner, nullptr};
-      EnumWindows(visit, reinterpret_cast<LPARAM>(&s));
-      if (s.found && GetDlgItem(s.found, 0xFFFF)) return s.found;
-      Sleep(10);
-    }
-    return nullptr;
   }
   static bool hasIcon(HWND box) {
     for (HWND c = GetWindow(box, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT))

@@ -13,7 +13,8 @@ namespace {
 class DatabaseColumns final : public ColumnSource {
  public:
   explicit DatabaseColumns(int timeoutSeconds) : timeout_(timeoutSeconds) {}
-  std::optional<std::vector<Text>> columns(const engine::ReportDocument& document, const model::Table& table) override {
+  std::optional<std::vector<FieldColumn>> columns(const engine::ReportDocument& document,
+                                                  const model::Table& table) override {
     if (table.type != model::DatabaseType::SqlTable || table.location.empty()) return std::nullopt;
     const Text connect = connectTextFor(document, table);
     if (connect.empty()) return std::nullopt;
@@ -30,10 +31,10 @@ class DatabaseColumns final : public ColumnSource {
     }
     if (!known->second) return std::nullopt;
     try {
-      std::vector<Text> names;
-      for (const auto& c : known->second->columns(table.location)) names.push_back(c.name);
-      if (names.empty()) return std::nullopt;
-      return names;
+      std::vector<FieldColumn> listed;
+      for (const auto& c : known->second->columns(table.location)) listed.push_back({c.name, {c.kind, c.size, c.decimals}});
+      if (listed.empty()) return std::nullopt;
+      return listed;
     } catch (...) {
       return std::nullopt;
     }

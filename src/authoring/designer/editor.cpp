@@ -6,13 +6,13 @@
 #include <limits>
 
 #include "authoring/designer/properties.h"
+#include "components/engine/layout/text_flow.h"
 #include "components/engine/model/definition_stream.h"
 
 namespace mervane::authoring::designer {
 
 namespace {
 
-constexpr std::int32_t kNewObjectWidth = 1440;
 constexpr std::int32_t kNewObjectHeight = 240;
 
 ObjectRef objectOf(const Selection& s, std::size_t i) { return s.objects[i]; }
@@ -396,34 +396,55 @@ bool Editor::placeObject(model::ReportObject object, Point p) {
   return execute(insertObjects({{{band->section, report->sections[band->section].objects.size()}, std::move(object)}}));
 }
 
-bool Editor::dropColumn(const model::FieldRef& column, Point p) {
-  const auto* report = definition();
-  if (!report) return false;
+bool Editor::dropColumn(const model::FieldRef& column, Point p, const ColumnShape& shape) {
+  if (!definition()) return false;
   const Band* band = layout_.bandAt(p.y);
   if (!band) return false;
   const std::int32_t step = options_.snapToGrid ? options_.gridStep : 0;
-  const std::size_t target = band->section;
+  return placeColumn(column, shape, band->section,
+                     {std::max(0, snap(p.x, step)), std::max(0, snap(std::max(0, p.y - band->bodyTop), step))});
+}
+
+bool Editor::insertColumn(const model::FieldRef& column, const ColumnShape& shape) {
+  const auto* report = definition();
+  if (!report || report->sections.empty()) return false;
+  const std::size_t target = currentSection();
+  return placeColumn(column, shape, target,
+                     {insertAt_.x, std::min(insertAt_.y, std::max(0, report->sections[target].height - kNewObjectHeight))});
+}
+
+bool Editor::placeColumn(const model::FieldRef& column, const ColumnShape& shape, std::size_t target, Point at) {
+  const auto* report = definition();
   model::ReportObject field;
   field.kind = model::ObjectKind::DatabaseField;
   field.field = column;
   field.field.unknown = {};
   field.name = uniqueName(column.column.empty() ? Text(u"Field") : column.column);
-  field.width = kNewObjectWidth;
   field.height = kNewObjectHeight;
-  field.x = std::max(0, snap(p.x, step));
-  field.y = std::max(0, snap(std::max(0, p.y - band->bodyTop), step));
+  field.x = at.x;
+  field.y = at.y;
+  model::ReportObject heading;
+  heading.kind = model::ObjectKind::Text;
+  heading.text = column.column;
+  heading.name = uniqueName(u"Heading");
+  heading.format.bold = true;
+  heading.format.underline = true;
+  // As wide as the values, or the heading if that is wider, within the
+  // printable width.
+  std::int32_t width = fieldWidth(shape, field.format, *measure_);
+  const bool withHeading = report->sections[target].kind == model::SectionKind::Details;
+  if (withHeading) {
+    const std::int32_t title = measure_->width(engine::layout::fontOf(heading.format), heading.text);
+    width = std::max(width, title + title / 20 + 20);
+  }
+  field.width = std::clamp(width, kNewObjectHeight, std::max(kNewObjectHeight, layout_.width() - field.x));
+
   std::vector<std::unique_ptr<Command>> steps;
   steps.push_back(insertObjects({{{target, report->sections[target].objects.size()}, field}}));
-  if (report->sections[target].kind == model::SectionKind::Details) {
+  if (withHeading) {
     auto header = std::find_if(report->sections.begin(), report->sections.end(),
                                [](const model::Section& s) { return s.kind == model::SectionKind::PageHeader; });
     if (header != report->sections.end()) {
-      model::ReportObject heading;
-      heading.kind = model::ObjectKind::Text;
-      heading.text = column.column;
-      heading.name = uniqueName(u"Heading");
-      heading.format.bold = true;
-      heading.format.underline = true;
       heading.x = field.x;
       heading.width = field.width;
       heading.height = kNewObjectHeight;

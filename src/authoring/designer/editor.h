@@ -22,7 +22,9 @@
 #include "authoring/designer/band_layout.h"
 #include "authoring/designer/commands.h"
 #include "authoring/designer/design_options.h"
+#include "authoring/designer/field_list.h"
 #include "components/engine/document.h"
+#include "components/engine/layout/text_measure.h"
 
 namespace mervane::authoring::designer {
 
@@ -110,7 +112,14 @@ class Editor {
   bool placeObject(model::ReportObject object, Point p);
   // A column dropped on the surface: the field where it fell and, in the
   // details, a heading with the column's name above it in the page header.
-  bool dropColumn(const model::FieldRef& column, Point p);
+  // Both are as wide as the column's values need (fieldWidth), no wider
+  // than the page's printable width to the right of where they start.
+  bool dropColumn(const model::FieldRef& column, Point p, const ColumnShape& shape = {});
+  // The same at the place clicked last, in the current section.
+  bool insertColumn(const model::FieldRef& column, const ColumnShape& shape = {});
+  // How texts are measured for sizing new fields (by default, fixed average
+  // widths).
+  void setMeasure(std::shared_ptr<engine::layout::TextMeasure> measure) { measure_ = std::move(measure); }
   bool setSectionHeight(std::size_t section, std::int32_t height);
   bool changeReportParts(const ReportParts& parts);
   bool addGroup(const model::Group& group);
@@ -123,6 +132,7 @@ class Editor {
 
  private:
   void afterChange();
+  bool placeColumn(const model::FieldRef& column, const ColumnShape& shape, std::size_t section, Point at);
   Point movedDelta(Point to) const;
 
   engine::ReportDocument* document_ = nullptr;
@@ -136,6 +146,7 @@ class Editor {
   std::uint64_t revision_ = 0;
   std::size_t lastSection_ = static_cast<std::size_t>(-1);
   Point insertAt_;  // section-local
+  std::shared_ptr<engine::layout::TextMeasure> measure_ = std::make_shared<engine::layout::ApproximateMeasure>();
 };
 
 }  // namespace mervane::authoring::designer

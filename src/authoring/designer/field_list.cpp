@@ -3,9 +3,11 @@
 #include "authoring/designer/field_list.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "authoring/designer/properties.h"
 #include "components/engine/data/table_connection.h"
+#include "components/engine/layout/text_flow.h"
 
 namespace mervane::authoring::designer {
 
@@ -17,8 +19,9 @@ struct Collector {
     if (f.table.empty() || f.column.empty()) return;
     for (auto& t : list.tables)
       if (equalsNoCase(t.alias, f.table)) {
-        if (std::none_of(t.columns.begin(), t.columns.end(), [&](const Text& c) { return equalsNoCase(c, f.column); }))
-          t.columns.push_back(f.column);
+        if (std::none_of(t.columns.begin(), t.columns.end(),
+                         [&](const FieldColumn& c) { return equalsNoCase(c.name, f.column); }))
+          t.columns.push_back({f.column, {}});
         return;
       }
   }
@@ -76,6 +79,56 @@ FieldList buildFieldList(const engine::ReportDocument& document, ColumnSource* s
     list.tables[i].fromDatabase = true;
   }
   return list;
+}
+
+namespace {
+
+namespace formula = engine::formula;
+
+constexpr std::int32_t kUndeclaredTextLength = 30;
+// Letters in about the proportions of names and words, for a font's
+// average character width.
+constexpr char16_t kAverageSample[] = u"Jack Dawson loves my big sphinx of quartz";
+
+// The longest value of a number or date column as the field would show it.
+Text longestValue(const ColumnShape& column, const model::Format& format) {
+  if (column.kind == formula::ValueKind::Number) {
+    const int digits = column.size > 0 ? std::min(column.size, 30) : 15;
+    const int decimals = std::clamp(column.decimals, 0, digits);
+    const int whole = std::max(1, digits - decimals);
+    if (!format.numberFormat.empty())
+      return formula::formatNumber(-(std::pow(10.0, whole) - std::pow(10.0, -decimals)), format.numberFormat);
+    Text text = u"-" + Text(static_cast<std::size_t>(whole), u'9');
+    if (decimals > 0) text += u"." + Text(static_cast<std::size_t>(decimals), u'9');
+    return text;
+  }
+  if (column.kind == formula::ValueKind::Date) {
+    // 28 September 2000, 23:59:59: the longest month name, two-digit days
+    // and hours.
+    const formula::DateTime longest{static_cast<double>(formula::dayNumber(2000, 9, 28)) + 86399.0 / 86400.0};
+    if (!format.dateFormat.empty()) return formula::formatDate(longest, format.dateFormat);
+    return column.size > 10 ? u"2000-09-28 23:59:59" : u"2000-09-28";
+  }
+  if (column.kind == formula::ValueKind::Boolean) return u"False";
+  return Text();
+}
+
+}  // namespace
+
+std::int32_t fieldWidth(const ColumnShape& column, const model::Format& format, engine::layout::TextMeasure& measure) {
+  const engine::layout::Font font = engine::layout::fontOf(format);
+  std::int64_t width = 0;
+  if (column.kind == formula::ValueKind::Text || column.kind == formula::ValueKind::Null) {
+    const TextView sample(kAverageSample);
+    const std::int64_t characters = column.size > 0 ? std::min(column.size, 10000) : kUndeclaredTextLength;
+    width = (characters * measure.width(font, sample) + static_cast<std::int64_t>(sample.size()) - 1) /
+            static_cast<std::int64_t>(sample.size());
+  } else {
+    width = measure.width(font, longestValue(column, format));
+  }
+  // A little to spare, for a device that measures a little wider.
+  width += width / 20 + 20;
+  return static_cast<std::int32_t>(std::min<std::int64_t>(width, 1000000));
 }
 
 }  // namespace mervane::authoring::designer

@@ -13,18 +13,35 @@
 #include <vector>
 
 #include "components/engine/document.h"
+#include "components/engine/formula/value.h"
+#include "components/engine/layout/text_measure.h"
 
 namespace mervane::authoring::designer {
 
 namespace model = engine::model;
+
+// What the database declares of a column, as its catalogue says
+// (data::CatalogueColumn): the kind of its values and the longest of them.
+struct ColumnShape {
+  engine::formula::ValueKind kind = engine::formula::ValueKind::Text;
+  std::int32_t size = 0;  // 0: not known
+  std::int32_t decimals = 0;
+  bool operator==(const ColumnShape&) const = default;
+};
+
+struct FieldColumn {
+  Text name;
+  ColumnShape shape;  // all zero for a column the report uses but the database did not list
+  bool operator==(const FieldColumn&) const = default;
+};
 
 class ColumnSource {
  public:
   virtual ~ColumnSource() = default;
   // The columns of one of the report's tables; nothing when its database
   // cannot be reached. Must not throw.
-  virtual std::optional<std::vector<Text>> columns(const engine::ReportDocument& document,
-                                                   const model::Table& table) = 0;
+  virtual std::optional<std::vector<FieldColumn>> columns(const engine::ReportDocument& document,
+                                                          const model::Table& table) = 0;
 };
 
 // The source that reads each table's database through ODBC.
@@ -37,7 +54,7 @@ Text connectTextFor(const engine::ReportDocument& document, const model::Table& 
 struct FieldList {
   struct TableEntry {
     Text alias;
-    std::vector<Text> columns;
+    std::vector<FieldColumn> columns;
     bool fromDatabase = false;  // false: the columns the report uses
   };
   struct SpecialEntry {
@@ -53,5 +70,14 @@ struct FieldList {
 FieldList usedFields(const engine::ReportDocument& document);
 // The full list: each table's columns from `source` where it answers.
 FieldList buildFieldList(const engine::ReportDocument& document, ColumnSource* source);
+
+// How wide a new field showing `column` in `format` is made: room for the
+// longest value the column declares, written as the report writes it. A
+// text is its declared length in characters of the font's average width (a
+// text of no declared length counts as 30); a number its digits, sign and
+// point, in the field's number format if it has one; a date written in the
+// field's date format, or as the report writes dates without one. In twips.
+std::int32_t fieldWidth(const ColumnShape& column, const model::Format& format,
+                        engine::layout::TextMeasure& measure);
 
 }  // namespace mervane::authoring::designer

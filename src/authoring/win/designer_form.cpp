@@ -9,9 +9,11 @@
 //                       (design_options.h says the same from the designer's side)
 //   viewer 250          its report source      ViewerControl::setReportSource
 //   viewer 360 with 1   the view's mode        ViewerControl::showAsPages (whole pages, as printed)
-//   viewer 265          show the report        ViewerControl::viewReport (starts the first run)
-//   viewer 402 false    refresh                ViewerControl::refresh (runs the report again as
-//                                              it now stands; false: no prompt for parameters)
+//   viewer 265          show the report        ViewerControl::viewReport (the first run starts
+//                                              when the viewer is first shown)
+//   viewer 402 false    refresh                ViewerControl::bringUpToDate (runs the report again
+//                                              if it changed since the run shown, else keeps its
+//                                              pages; false: no prompt for parameters)
 #include "authoring/win/designer_form.h"
 
 #include <commctrl.h>
@@ -32,17 +34,37 @@ constexpr int kDesignTab = 1;  // the tabs' indexes, from 1
 constexpr int kPreviewTab = 2;
 constexpr int kMargin = 120;   // twips around the tab strip
 
+constexpr char16_t kUntitled[] = u"Untitled report";
+
 Text folderOf(const Text& path) {
   std::size_t slash = path.find_last_of(u"\\/");
   return slash == Text::npos ? Text() : path.substr(0, slash);
 }
 
-// The standard save dialog for a report file; empty when cancelled.
-Text askReportFileName(HWND owner, const Text& initialPath) {
+// What the user calls the report: its title, trimmed, or "Untitled report".
+Text reportName(const Text& title) {
+  Text name = trim(title);
+  return name.empty() ? Text(kUntitled) : name;
+}
+
+// A file name made from the report's title: characters Windows refuses in
+// a name become "_", and a name of dots and blanks only is no name.
+Text fileNameFor(const Text& title) {
+  Text name = reportName(title);
+  for (char16_t& c : name)
+    if (c < 32 || Text(u"\\/:*?\"<>|").find(c) != Text::npos) c = u'_';
+  while (!name.empty() && (name.back() == u'.' || name.back() == u' ')) name.pop_back();
+  if (name.empty()) name = kUntitled;
+  return name + u".rpt";
+}
+
+// The standard save dialog for a report file, proposing `name` in
+// `folder`; empty when cancelled.
+Text askReportFileName(HWND owner, const Text& folderPath, const Text& name) {
   std::wstring file(32768, L'\0');
-  std::wstring name = mervane::win::toWide(initialPath.substr(initialPath.find_last_of(u"\\/") + 1));
-  name.copy(file.data(), std::min(name.size(), file.size() - 1));
-  std::wstring folder = mervane::win::toWide(folderOf(initialPath));
+  std::wstring wideName = mervane::win::toWide(name);
+  wideName.copy(file.data(), std::min(wideName.size(), file.size() - 1));
+  std::wstring folder = mervane::win::toWide(folderPath);
   OPENFILENAMEW ofn = {};
   ofn.lStructSize = sizeof(ofn);
   ofn.hwndOwner = owner;
@@ -142,7 +164,8 @@ void DesignerForm::layOut() {
 }
 
 // Design brings the designer to the front; Preview brings the viewer and
-// runs the report again as it now stands, with the hourglass.
+// shows the report as it now stands, with the hourglass: run the first time,
+// run again after a change, and otherwise the pages already made.
 void DesignerForm::tabChosen(int index) {
   HWND front = nullptr, back = nullptr;
   if (index == kDesignTab) {
@@ -161,8 +184,7 @@ void DesignerForm::tabChosen(int index) {
   if (back) ShowWindow(back, SW_HIDE);
   if (index == kPreviewTab && viewer_) {
     mervane::win::WaitCursor hourglass;
-    attempt([&] { viewer_->refresh(); });
-    if (engine::Report* report = currentReport()) previewedRevision_ = report->revision();
+    attempt([&] { viewer_->bringUpToDate(); });
   }
 }
 
@@ -203,6 +225,18 @@ void DesignerForm::openReport(const Text& fileName, const Text& repName) {
   giveToDesigner();
   giveToViewer(true);
   attempt([&] { if (report_) report_->setTitle(repName); });
+  markUnchanged();
+}
+
+// The report as it was made or opened (its tables pointed at the session's
+// data) is where the user's own changes start.
+void DesignerForm::markUnchanged() {
+  if (engine::Report* report = currentReport()) unchangedRevision_ = report->revision();
+}
+
+bool DesignerForm::changedByUser() const {
+  engine::Report* report = currentReport();
+  return report && report->modified() && report->revision() != unchangedRevision_;
 }
 
 Text DesignerForm::reportTitle() {
@@ -223,6 +257,7 @@ bool DesignerForm::newReport() {
   // The tables were added after the designer was given the report: its
   // field list reads them again.
   if (built && designer_) attempt([&] { designer_->setReport(currentReport()); });
+  markUnchanged();
   return built;
 }
 
@@ -252,8 +287,7 @@ bool DesignerForm::save(bool askForName) {
   if (!report) return false;
   Text path = report->path();
   if (askForName || path.empty()) {
-    Text suggestion = path.empty() ? report->title() + u".rpt" : path;
-    path = askReportFileName(hwnd(), suggestion);
+    path = askReportFileName(hwnd(), folderOf(path), fileNameFor(report->title()));
     if (path.empty()) return false;
   }
   try {
@@ -269,13 +303,16 @@ bool DesignerForm::save(bool askForName) {
 }
 
 // The close button hides the window (the caller reads the title and
-// unloads it). With unsaved changes the user is asked first: Yes saves,
-// No closes without saving, Cancel keeps the window open.
+// unloads it). When the user changed the report and has not saved it, they
+// are asked first: Yes saves, No closes without saving, Cancel keeps the
+// window open. Cancel is the default, so that Enter writes nothing and
+// loses nothing.
 void DesignerForm::onCloseRequest() {
-  engine::Report* report = currentReport();
-  if (report && report->modified()) {
-    std::wstring question = L"Do you want to save the changes to \"" + mervane::win::toWide(report->title()) + L"\"?";
-    int answer = MessageBoxW(hwnd(), question.c_str(), L"Close Report", MB_YESNOCANCEL | MB_ICONQUESTION);
+  if (changedByUser()) {
+    std::wstring question = L"Do you want to save the changes to \"" +
+                            mervane::win::toWide(reportName(currentReport()->title())) + L"\"?";
+    int answer = MessageBoxW(hwnd(), question.c_str(), L"Close Report",
+                             MB_YESNOCANCEL | MB_ICONQUESTION | MB_DEFBUTTON3);
     if (answer == IDCANCEL) return;
     if (answer == IDYES && !save(false)) return;
   }
@@ -291,11 +328,7 @@ void DesignerForm::onMenu(UINT id) {
     case kCommandExport: {
       if (!viewer_) return;
       // What is printed is the report as it now stands.
-      engine::Report* report = currentReport();
-      if (report && report->revision() != previewedRevision_) {
-        attempt([&] { viewer_->refresh(); });
-        previewedRevision_ = report->revision();
-      }
+      attempt([&] { viewer_->bringUpToDate(); });
       attempt([&] { id == kCommandPrint ? viewer_->print() : viewer_->exportTo(); });
       return;
     }

@@ -4,8 +4,8 @@
 //
 // The window holds the engine application (from load to unload) and the
 // current report (from NewReport or OpenReport to unload). It never writes
-// the report unless the user asks (File > Save, Save As, or Yes when asked
-// whether to save the changes on closing).
+// the report unless the user asks (File > Save, Save As, or Yes when asked,
+// on closing, whether to save the changes they made).
 #pragma once
 
 #include <memory>
@@ -60,6 +60,7 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
   HWND designerWindow() const;
   HWND viewerWindow() const;
   HWND tabStrip() const { return control(kTabStrip); }
+  DesignerControl* designerControl() const { return designer_.get(); }
   engine::Report* currentReport() const;
 
   static constexpr int kTabStrip = 1;
@@ -83,6 +84,8 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
   void giveToDesigner();
   void giveToViewer(bool viewerFirstShows);
   void dropReport();
+  void markUnchanged();
+  bool changedByUser() const;
   bool save(bool askForName);
   void onMenu(UINT id);
 
@@ -93,7 +96,7 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
   std::unique_ptr<DesignerControl> designer_;
   std::unique_ptr<viewer::win::ViewerControl> viewer_;
   HMENU menu_ = nullptr;
-  std::uint64_t previewedRevision_ = ~0ull;
+  std::uint64_t unchangedRevision_ = 0;
 };
 
 }  // namespace mervane::authoring::win

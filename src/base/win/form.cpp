@@ -6,16 +6,16 @@
 
 namespace mervane::win {
 
-namespace {
-
-constexpr wchar_t kFormClass[] = L"Mervane100Form";
-
 HINSTANCE thisModule() {
   HMODULE module = nullptr;
   GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                      reinterpret_cast<LPCWSTR>(&thisModule), &module);
   return module;
 }
+
+namespace {
+
+constexpr wchar_t kFormClass[] = L"Mervane100Form";
 
 void registerClassOnce() {
   static bool done = [] {

@@ -15,6 +15,11 @@
 
 namespace mervane::win {
 
+// The module (the DLL, or a program) this code is linked into. Window
+// classes are registered for it, so that a program holding its own copy of
+// the code beside the loaded DLL keeps the two apart.
+HINSTANCE thisModule();
+
 struct ControlLayout {
   const wchar_t* windowClass;  // WC_STATIC, WC_BUTTON, PROGRESS_CLASS, ...
   const wchar_t* text;

@@ -262,6 +262,58 @@ TEST_F(Fixture, ColumnDroppedInDetailsGetsHeadingInPageHeader) {
   EXPECT_FALSE(editor.dropColumn({u"Orders", u"Amount"}, {0, editor.layout().height() + 10}));
 }
 
+// Every character the same width (100 twips at 10 pt), digits and letters alike.
+struct EvenMeasure final : engine::layout::TextMeasure {
+  std::int32_t width(const engine::layout::Font& font, TextView text) override {
+    return static_cast<std::int32_t>(text.size()) * font.size / 2;
+  }
+  std::int32_t lineHeight(const engine::layout::Font& font) override { return font.size; }
+};
+
+TEST(FieldWidth, FromTheColumnsDeclaredSizeTypeAndFormat) {
+  using engine::formula::ValueKind;
+  EvenMeasure m;
+  model::Format plain, big, money, longDate;
+  big.fontSize = 400;
+  money.numberFormat = u"#,##0.00";
+  longDate.dateFormat = u"d MMMM yyyy";
+  // Widths come with 5% and 20 twips to spare.
+  const auto spare = [](std::int32_t w) { return w + w / 20 + 20; };
+  EXPECT_EQ(fieldWidth({ValueKind::Text, 40, 0}, plain, m), spare(4000));
+  EXPECT_EQ(fieldWidth({ValueKind::Text, 40, 0}, big, m), spare(8000));
+  EXPECT_EQ(fieldWidth({ValueKind::Text, 0, 0}, plain, m), spare(3000));  // no declared length
+  EXPECT_EQ(fieldWidth({ValueKind::Number, 10, 0}, plain, m), spare(1100));  // "-9999999999"
+  EXPECT_EQ(fieldWidth({ValueKind::Number, 9, 2}, plain, m), spare(1100));   // "-9999999.99"
+  EXPECT_EQ(fieldWidth({ValueKind::Number, 9, 2}, money, m), spare(1300));   // "-9,999,999.99"
+  EXPECT_EQ(fieldWidth({ValueKind::Date, 10, 0}, plain, m), spare(1000));    // "2000-09-28"
+  EXPECT_EQ(fieldWidth({ValueKind::Date, 19, 0}, plain, m), spare(1900));    // with the time
+  EXPECT_EQ(fieldWidth({ValueKind::Date, 10, 0}, longDate, m), spare(1700)); // "28 September 2000"
+}
+
+TEST_F(Fixture, DroppedAndInsertedColumnsAreAsWideAsTheirValues) {
+  auto measure = std::make_shared<EvenMeasure>();
+  editor.setMeasure(measure);
+  const auto& details = doc.definition.sections[2].objects;
+  const auto& header = doc.definition.sections[1].objects;
+  const std::int32_t name = fieldWidth({engine::formula::ValueKind::Text, 40, 0}, {}, *measure);
+  ASSERT_TRUE(editor.dropColumn({u"Orders", u"Customer"}, at(2, 0, 0), {engine::formula::ValueKind::Text, 40, 0}));
+  EXPECT_EQ(details.back().width, name);
+  EXPECT_EQ(header.back().width, name);  // the heading is as wide
+  // Near the right margin: no wider than what is left of the printable width.
+  const std::int32_t printable = editor.layout().width();
+  ASSERT_TRUE(editor.dropColumn({u"Orders", u"Customer"}, at(2, printable - 1200, 0), {engine::formula::ValueKind::Text, 40, 0}));
+  EXPECT_EQ(details.back().x + details.back().width, printable);
+  EXPECT_EQ(header.back().width, details.back().width);
+  // A narrow column is still as wide as its heading ("Region" in bold).
+  ASSERT_TRUE(editor.dropColumn({u"Orders", u"Region"}, at(2, 0, 0), {engine::formula::ValueKind::Text, 2, 0}));
+  EXPECT_EQ(details.back().width, fieldWidth({engine::formula::ValueKind::Text, 6, 0}, {}, *measure));
+  // Inserted (double-click) at the place clicked last: the same width.
+  editor.press(at(4, 600, 0), 0, 30);
+  editor.release(at(4, 600, 0));
+  ASSERT_TRUE(editor.insertColumn({u"Orders", u"Customer"}, {engine::formula::ValueKind::Text, 40, 0}));
+  EXPECT_EQ(doc.definition.sections[4].objects.back().width, name);
+}
+
 TEST_F(Fixture, ReadOnlyAndForeignLayoutsCannotBeChanged) {
   const auto before = doc.definition;
   editor.options().readOnly = true;
@@ -309,10 +361,10 @@ TEST(DesignerLargeReports, FiveThousandObjectsOddSizesAndPlaces) {
 struct FakeColumns final : ColumnSource {
   bool reachable = true;
   int asked = 0;
-  std::optional<std::vector<Text>> columns(const engine::ReportDocument&, const model::Table& table) override {
+  std::optional<std::vector<FieldColumn>> columns(const engine::ReportDocument&, const model::Table& table) override {
     ++asked;
     if (!reachable) return std::nullopt;
-    return std::vector<Text>{table.location + u"ID", u"Amount", u"Region"};
+    return std::vector<FieldColumn>{{table.location + u"ID", {}}, {u"Amount", {}}, {u"Region", {}}};
   }
 };
 
@@ -327,8 +379,8 @@ TEST(FieldList, DatabaseColumnsElseTheColumnsTheReportUses) {
 
   const FieldList used = buildFieldList(doc, nullptr);
   ASSERT_EQ(used.tables.size(), 2u);
-  EXPECT_EQ(used.tables[0].columns, (std::vector<Text>{u"Customer", u"OrderID"}));
-  EXPECT_EQ(used.tables[1].columns, (std::vector<Text>{u"OrderID", u"Price", u"Quantity"}));
+  EXPECT_EQ(used.tables[0].columns, (std::vector<FieldColumn>{{u"Customer", {}}, {u"OrderID", {}}}));
+  EXPECT_EQ(used.tables[1].columns, (std::vector<FieldColumn>{{u"OrderID", {}}, {u"Price", {}}, {u"Quantity", {}}}));
   EXPECT_FALSE(used.tables[0].fromDatabase);
   EXPECT_EQ(used.formulas, std::vector<Text>{u"Total"});
   EXPECT_EQ(used.specials.size(), 7u);
@@ -337,7 +389,7 @@ TEST(FieldList, DatabaseColumnsElseTheColumnsTheReportUses) {
   FakeColumns source;
   const FieldList full = buildFieldList(doc, &source);
   EXPECT_TRUE(full.tables[1].fromDatabase);
-  EXPECT_EQ(full.tables[1].columns.front(), u"OrderLinesID");
+  EXPECT_EQ(full.tables[1].columns.front().name, u"OrderLinesID");
   source.reachable = false;
   EXPECT_EQ(buildFieldList(doc, &source).tables[1].columns, used.tables[1].columns);
 

@@ -9,6 +9,7 @@
 
 #include "authoring/designer/design_scene.h"
 #include "base/win/com.h"
+#include "base/win/form.h"
 
 namespace mervane::authoring::win {
 
@@ -39,7 +40,7 @@ void registerClass() {
   WNDCLASSEXW wc{sizeof(wc)};
   wc.style = CS_DBLCLKS;
   wc.lpfnWndProc = DefWindowProcW;  // replaced per window in create()
-  wc.hInstance = GetModuleHandleW(nullptr);
+  wc.hInstance = mervane::win::thisModule();
   wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
   wc.lpszClassName = kClassName;
   RegisterClassExW(&wc);
@@ -65,7 +66,8 @@ void DesignCanvas::create(HWND parent, int id, designer::Editor& editor, std::fu
   acted_ = std::move(acted);
   registerClass();
   hwnd_ = CreateWindowExW(WS_EX_CLIENTEDGE, kClassName, L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_HSCROLL | WS_VSCROLL,
-                          0, 0, 10, 10, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
+                          0, 0, 10, 10, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), mervane::win::thisModule(),
+                          nullptr);
   SetWindowLongPtrW(hwnd_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   SetWindowLongPtrW(hwnd_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(windowProc));
   uiFont_ = static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));

@@ -14,6 +14,8 @@
 #include "authoring/designer/win/designer_dialogs.h"
 #include "authoring/designer/win/property_panel.h"
 #include "base/win/com.h"
+#include "base/win/form.h"
+#include "components/engine/win/gdi_measure.h"
 
 namespace mervane::authoring::win {
 
@@ -71,11 +73,12 @@ struct DesignerControl::Impl {
     model::FieldRef field;
     model::SpecialFieldKind special = model::SpecialFieldKind::PageNumber;
     Text formula;
+    designer::ColumnShape shape;  // of a column, as the database declares it
   };
   // Columns read on the worker thread, handed over under the lock.
   struct ColumnJob {
     std::mutex lock;
-    std::vector<std::optional<std::vector<Text>>> columns;
+    std::vector<std::optional<std::vector<designer::FieldColumn>>> columns;
   };
 
   HWND hwnd = nullptr;
@@ -207,7 +210,8 @@ struct DesignerControl::Impl {
       HTREEITEM database = add(TVI_ROOT, u"Database Fields", -1);
       for (const auto& t : fields.tables) {
         HTREEITEM table = add(database, t.alias, -1);
-        for (const auto& c : t.columns) addEntry(table, c, {FieldEntry::Column, {t.alias, c}});
+        for (const auto& c : t.columns)
+          addEntry(table, c.name, {FieldEntry::Column, {t.alias, c.name}, {}, {}, c.shape});
         TreeView_Expand(tree, table, TVE_EXPAND);
       }
       TreeView_Expand(tree, database, TVE_EXPAND);
@@ -240,7 +244,7 @@ struct DesignerControl::Impl {
     job = std::make_shared<ColumnJob>();
     worker = std::thread([job = job, source = columnSource, tables = std::move(tables), window = hwnd,
                           generation = generation] {
-      std::vector<std::optional<std::vector<Text>>> columns;
+      std::vector<std::optional<std::vector<designer::FieldColumn>>> columns;
       for (const auto& t : tables.definition.data.tables) {
         try {
           columns.push_back(source->columns(tables, t));
@@ -258,7 +262,7 @@ struct DesignerControl::Impl {
 
   void takeColumns() {
     if (!job || !editor.document()) return;
-    std::vector<std::optional<std::vector<Text>>> columns;
+    std::vector<std::optional<std::vector<designer::FieldColumn>>> columns;
     {
       std::lock_guard<std::mutex> hold(job->lock);
       columns = std::move(job->columns);
@@ -371,7 +375,7 @@ struct DesignerControl::Impl {
     if (!index) return;
     const FieldEntry entry = entries[*index];
     if (entry.kind == FieldEntry::Column)
-      editor.dropColumn(entry.field, at);
+      editor.dropColumn(entry.field, at, entry.shape);
     else
       editor.placeObject(objectFor(entry), at);
     SetFocus(canvas.hwnd());
@@ -381,7 +385,11 @@ struct DesignerControl::Impl {
   void insertEntry(HTREEITEM item) {
     auto index = entryIndex(item);
     if (!index) return;
-    editor.insertObject(objectFor(entries[*index]));
+    const FieldEntry& entry = entries[*index];
+    if (entry.kind == FieldEntry::Column)
+      editor.insertColumn(entry.field, entry.shape);
+    else
+      editor.insertObject(objectFor(entry));
     acted();
   }
 
@@ -490,7 +498,11 @@ struct DesignerControl::Impl {
 
   win::FieldCatalogue catalogue() const {
     win::FieldCatalogue c;
-    for (const auto& t : fields.tables) c.tables.push_back({t.alias, t.columns});
+    for (const auto& t : fields.tables) {
+      std::vector<Text> names;
+      for (const auto& column : t.columns) names.push_back(column.name);
+      c.tables.push_back({t.alias, std::move(names)});
+    }
     c.formulas = fields.formulas;
     if (const auto* report = editor.definition())
       for (const auto& g : report->data.groups) c.groups.push_back(g.field);
@@ -653,7 +665,10 @@ struct DesignerControl::Impl {
   }
 };
 
-DesignerControl::DesignerControl() : impl_(std::make_unique<Impl>()) {}
+DesignerControl::DesignerControl() : impl_(std::make_unique<Impl>()) {
+  // New fields are sized in the fonts as the report will print them.
+  impl_->editor.setMeasure(std::make_shared<engine::win::GdiMeasure>());
+}
 
 DesignerControl::~DesignerControl() {
   if (impl_->hwnd && IsWindow(impl_->hwnd)) {
@@ -668,7 +683,7 @@ HWND DesignerControl::create(HWND parent, int id) {
     InitCommonControlsEx(&controls);
     WNDCLASSEXW wc{sizeof(wc)};
     wc.lpfnWndProc = Impl::windowProc;
-    wc.hInstance = GetModuleHandleW(nullptr);
+    wc.hInstance = mervane::win::thisModule();
     wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     wc.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
     wc.lpszClassName = kClassName;
@@ -677,7 +692,8 @@ HWND DesignerControl::create(HWND parent, int id) {
   (void)registered;
   Impl& m = *impl_;
   m.hwnd = CreateWindowExW(WS_EX_CONTROLPARENT, kClassName, L"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0, 100,
-                           100, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
+                           100, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), mervane::win::thisModule(),
+                           nullptr);
   m.tree = CreateWindowExW(WS_EX_CLIENTEDGE, WC_TREEVIEWW, L"",
                            WS_CHILD | WS_VISIBLE | WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT |
                                TVS_SHOWSELALWAYS,

@@ -16,6 +16,7 @@
 
 #include "authoring/viewer/message_pages.h"
 #include "base/win/com.h"
+#include "base/win/form.h"
 #include "components/engine/data/report_data.h"
 #include "components/engine/export/csv_writer.h"
 #include "components/engine/export/pdf_writer.h"
@@ -43,7 +44,7 @@ constexpr int kLineStep = 40;
 bool registerClasses(WNDPROC control, WNDPROC pages) {
   static const bool done = [&] {
     WNDCLASSW wc{};
-    wc.hInstance = GetModuleHandleW(nullptr);
+    wc.hInstance = mervane::win::thisModule();
     wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     wc.lpfnWndProc = control;
     wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
@@ -178,7 +179,7 @@ bool ViewerControl::create(HWND parent) {
   RECT area{};
   GetClientRect(parent, &area);
   hwnd_ = CreateWindowExW(WS_EX_CONTROLPARENT, kControlClass, L"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0,
-                          area.right, area.bottom, parent, nullptr, GetModuleHandleW(nullptr), this);
+                          area.right, area.bottom, parent, nullptr, mervane::win::thisModule(), this);
   return hwnd_ != nullptr;
 }
 
@@ -274,6 +275,9 @@ LRESULT ViewerControl::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_TIMER:
       if (wParam == kCountTimer) followCount();
       return 0;
+    case WM_WINDOWPOSCHANGED:
+      if ((reinterpret_cast<const WINDOWPOS*>(lParam)->flags & SWP_SHOWWINDOW) && viewWhenShown_) viewReport();
+      return DefWindowProcW(hwnd_, message, wParam, lParam);
     case kPageReady:
       onPageReady();
       return 0;
@@ -455,7 +459,7 @@ void ViewerControl::makeTools() {
   for (const Tool& tool : tools) {
     HWND control = CreateWindowExW(0, tool.windowClass, tool.text, WS_CHILD | WS_VISIBLE | WS_TABSTOP | tool.style,
                                    0, 0, 10, 10, hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(tool.id)),
-                                   GetModuleHandleW(nullptr), nullptr);
+                                   mervane::win::thisModule(), nullptr);
     if (control && font_) SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
   }
   SendDlgItemMessageW(hwnd_, kFindBox, EM_SETCUEBANNER, TRUE, reinterpret_cast<LPARAM>(L"Find"));
@@ -468,7 +472,7 @@ void ViewerControl::makeTools() {
     SetWindowSubclass(zoomEdit, toolProc, kZoomBox, reinterpret_cast<DWORD_PTR>(this));
   area_ = CreateWindowExW(WS_EX_CLIENTEDGE, kPagesClass, L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_VSCROLL |
                           WS_HSCROLL, 0, 0, 10, 10, hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(kPageArea)),
-                          GetModuleHandleW(nullptr), this);
+                          mervane::win::thisModule(), this);
   updateTools();
 }
 
@@ -563,6 +567,7 @@ void ViewerControl::setStatus(const std::wstring& text) {
 
 void ViewerControl::setReportSource(engine::Report* report) {
   dropRun();
+  viewWhenShown_ = false;
   report_ = report;
   updateTools();
   if (area_) InvalidateRect(area_, nullptr, FALSE);
@@ -573,16 +578,31 @@ void ViewerControl::showAsPages() {
   if (nav_.first() || scroll_.y != 0) showPage(nav_.current());
 }
 
+// A hidden viewer runs nothing: the run starts when it is first shown, so
+// that a report opened for designing reads no data until someone looks.
 void ViewerControl::viewReport() {
-  if (!source_) refresh();
+  if (source_) return;
+  if (hwnd_ && !(GetWindowLongW(hwnd_, GWL_STYLE) & WS_VISIBLE)) {
+    viewWhenShown_ = true;
+    return;
+  }
+  refresh();
+}
+
+void ViewerControl::bringUpToDate() {
+  const bool unchanged = source_ && source_->problem().empty() &&
+                         (report_ ? report_->revision() == runRevision_ : factory_ != nullptr);
+  if (!unchanged) refresh();
 }
 
 void ViewerControl::refresh() {
+  viewWhenShown_ = false;
   if (!report_ && !factory_) {
     dropRun();
     updateTools();
     return;
   }
+  if (report_) runRevision_ = report_->revision();
   std::unique_ptr<layout::PageSource> source;
   try {
     source = factory_ ? factory_() : report_->run(measure_);

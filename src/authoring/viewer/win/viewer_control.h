@@ -77,10 +77,15 @@ class ViewerControl {
   // Pages as they will print (the only view there is): back to the first
   // page, the pages in front.
   void showAsPages();
-  // Starts showing the report, unless a run of it is shown already.
+  // Starts showing the report, unless a run of it is shown already; a
+  // hidden viewer waits until it is shown.
   void viewReport();
   // Runs the report again as it now stands (its data read again).
   void refresh();
+  // Runs the report again only if it changed since the run shown, or that
+  // run found a problem; otherwise the pages shown stay, with the data they
+  // were made from.
+  void bringUpToDate();
   // The print dialog, then the chosen pages printed in the background.
   void print();
   // Prints without asking (tests, the bench): pages as chosen.
@@ -149,6 +154,8 @@ class ViewerControl {
   // about an earlier run are told apart).
   std::shared_ptr<engine::layout::PageSource> source_;
   std::uint64_t generation_ = 0;
+  std::uint64_t runRevision_ = 0;  // the report's revision the run was made from
+  bool viewWhenShown_ = false;
   PageNavigation nav_;
   Zoom zoom_;
   ScrollPosition scroll_;

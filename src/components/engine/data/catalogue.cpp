@@ -8,7 +8,10 @@
 // never appear.
 #include "components/engine/data/catalogue.h"
 
+#include <algorithm>
+
 #include "components/engine/data/odbc.h"
+#include "components/engine/data/odbc_api.h"
 
 namespace mervane::engine::data {
 namespace {
@@ -16,6 +19,35 @@ namespace {
 Text textAt(const std::vector<formula::Value>& row, std::size_t column) {
   if (column >= row.size() || row[column].kind() != formula::ValueKind::Text) return Text();
   return row[column].text();
+}
+
+std::int32_t numberAt(const std::vector<formula::Value>& row, std::size_t column) {
+  if (column >= row.size() || row[column].kind() != formula::ValueKind::Number) return 0;
+  const double n = row[column].number();
+  return n > 0 && n < 1e9 ? static_cast<std::int32_t>(n) : 0;
+}
+
+// A column's size and decimals from what SQLColumns gives (COLUMN_SIZE and
+// DECIMAL_DIGITS). Drivers differ for all but decimal types: integers are
+// sized by their type, floating numbers by the 15 digits a double holds
+// (the size they give is in bits for some), and texts of no fixed length
+// have no size.
+void sizeColumn(CatalogueColumn& column, short sqlType, std::int32_t size, std::int32_t decimals) {
+  constexpr std::int32_t kLongestText = 8000;
+  switch (sqlType) {
+    case SQL_TINYINT: column.size = 3; return;
+    case SQL_SMALLINT: column.size = 5; return;
+    case SQL_INTEGER: column.size = 10; return;
+    case SQL_BIGINT: column.size = 19; return;
+    case SQL_REAL: case SQL_FLOAT: case SQL_DOUBLE: column.size = 15; return;
+    case SQL_DECIMAL: case SQL_NUMERIC:
+      column.size = size;
+      column.decimals = size > 0 ? std::clamp(decimals, 0, size) : 0;
+      return;
+    case SQL_LONGVARCHAR: case SQL_WLONGVARCHAR: return;
+    default:
+      if (size <= kLongestText) column.size = size;
+  }
 }
 
 class OdbcCatalogue final : public DatabaseCatalogue {
@@ -55,6 +87,7 @@ class OdbcCatalogue final : public DatabaseCatalogue {
                        : static_cast<short>(0);
       column.kind = odbc::kindOfSqlType(type);
       column.typeName = textAt(row, 5);
+      sizeColumn(column, type, numberAt(row, 6), numberAt(row, 8));
       out.push_back(std::move(column));
     }
     return out;

@@ -17,6 +17,12 @@ struct CatalogueColumn {
   Text name;
   formula::ValueKind kind = formula::ValueKind::Text;  // how the engine reads it
   Text typeName;                                       // as the database names it
+  // The longest value as characters: the declared length of a text, the
+  // digits of a number (`decimals` of them after the point), the length of
+  // a date written out (more than 10 when it holds a time). 0 when the
+  // database does not say, or a text has no limit.
+  std::int32_t size = 0;
+  std::int32_t decimals = 0;
 };
 
 struct ForeignKey {

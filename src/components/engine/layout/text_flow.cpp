@@ -119,9 +119,10 @@ TextView firstLine(TextMeasure& measure, const Font& font, TextView text, std::i
   while (end < text.size() && !isBreak(text[end])) ++end;
   text = text.substr(0, end);
   if (text.empty()) return text;
-  // Long texts are cut by measuring only what can be seen.
+  // Long texts are cut by measuring only what can be seen, after the last
+  // whole character that fits.
   const std::size_t fit = charactersThatFit(measure, font, text, 0, std::max<std::int32_t>(width, 1));
-  return text.substr(0, std::min(text.size(), fit + 1));
+  return text.substr(0, std::min(text.size(), fit));
 }
 
 }  // namespace mervane::engine::layout

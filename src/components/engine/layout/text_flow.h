@@ -29,8 +29,8 @@ struct LineSpan {
 std::vector<LineSpan> wrapLines(TextMeasure& measure, const Font& font, TextView text, std::int32_t width,
                                 std::size_t maxLines);
 
-// The first line of `text` cut where it stops fitting `width` (the consumer
-// clips the last character that overhangs).
+// The first line of `text` up to the last whole character that fits `width`
+// (at least one character).
 TextView firstLine(TextMeasure& measure, const Font& font, TextView text, std::int32_t width);
 
 }  // namespace mervane::engine::layout

@@ -140,6 +140,15 @@ void PagePainter::paintItem(HDC dc, const layout::TextRun& run, const Placement&
   }
   SetTextAlign(dc, align);
   std::wstring text = mervane::win::toWide(run.text);
+  // A device that draws the font a little wider than the layout measured it
+  // loses whole characters at the end, never half a glyph.
+  INT fit = 0;
+  SIZE extent{};
+  if (GetTextExtentExPointW(dc, text.c_str(), static_cast<int>(text.size()), r.right - r.left, &fit, nullptr, &extent) &&
+      fit > 0 && static_cast<std::size_t>(fit) < text.size()) {
+    if (IS_HIGH_SURROGATE(text[static_cast<std::size_t>(fit) - 1])) --fit;
+    if (fit > 0) text.resize(static_cast<std::size_t>(fit));
+  }
   ExtTextOutW(dc, x, r.top, ETO_CLIPPED, &clip, text.c_str(), static_cast<UINT>(text.size()), nullptr);
 }
 

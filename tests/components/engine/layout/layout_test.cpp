@@ -155,6 +155,10 @@ TEST(LayoutText, ArialWidthsAndWordWrap) {
   ASSERT_EQ(lines.size(), 3u);
   EXPECT_EQ(lines[1].start, lines[0].length);
   EXPECT_LE(firstLine(m, font, huge, 1440).size(), 20u);
+  // A text cut short ends at the last whole character that fits.
+  const TextView cut = firstLine(m, font, u"Bartholomew Featherstonehaugh", 1440);
+  EXPECT_LE(m.width(font, cut), 1440);
+  EXPECT_GT(m.width(font, TextView(u"Bartholomew Featherstonehaugh").substr(0, cut.size() + 1)), 1440);
 }
 
 TEST(Layout, PagesBreakWithHeadersAndFootersOnEveryPage) {
