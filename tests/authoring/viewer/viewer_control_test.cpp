@@ -219,7 +219,9 @@ TEST(ViewerControl, TwentyQuickRefreshesStayResponsiveAndLetEveryOldRunGo) {
     auto start = std::chrono::steady_clock::now();
     if (i % 2) host.key(VK_F5);
     else host.press(kRefreshButton);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 200ms);
+    // A refresh that waited for the old run's count would take 2.5 s; the
+    // bound is loose so that a busy machine does not fail it.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1000ms);
   }
   EXPECT_EQ(mervane::testing::runsMade - before, 21);
   EXPECT_TRUE(pumpUntil([] { return mervane::testing::liveRuns == 1; }));
