@@ -2,6 +2,7 @@
 #include <windows.h>
 #include <olectl.h>
 
+#include "base/win/form.h"
 #include "components/win/host_components.h"
 #include "server/class_factory.h"
 #include "server/dispatch.h"
@@ -13,11 +14,14 @@
 
 using namespace mervane::server;
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
   if (reason == DLL_PROCESS_ATTACH) {
     setModuleHandle(instance);
     DisableThreadLibraryCalls(instance);
   }
+  // Unloaded by the host (not the process ending): our window classes go
+  // with us, so that a later load registers them afresh.
+  if (reason == DLL_PROCESS_DETACH && !reserved) mervane::win::unregisterWindowClasses();
   return TRUE;
 }
 

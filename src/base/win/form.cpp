@@ -2,6 +2,8 @@
 
 #include <commctrl.h>
 
+#include <mutex>
+#include <string>
 #include <vector>
 
 namespace mervane::win {
@@ -15,6 +17,37 @@ HINSTANCE thisModule() {
 
 namespace {
 
+struct RegisteredClasses {
+  std::mutex mutex;
+  std::vector<std::wstring> names;
+};
+
+RegisteredClasses& registeredClasses() {
+  static RegisteredClasses classes;
+  return classes;
+}
+
+}  // namespace
+
+bool registerWindowClass(WNDCLASSEXW windowClass) {
+  windowClass.cbSize = sizeof(windowClass);
+  windowClass.hInstance = thisModule();
+  if (!RegisterClassExW(&windowClass) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) return false;
+  RegisteredClasses& classes = registeredClasses();
+  std::lock_guard lock(classes.mutex);
+  classes.names.emplace_back(windowClass.lpszClassName);
+  return true;
+}
+
+void unregisterWindowClasses() {
+  RegisteredClasses& classes = registeredClasses();
+  std::lock_guard lock(classes.mutex);
+  for (const std::wstring& name : classes.names) UnregisterClassW(name.c_str(), thisModule());
+  classes.names.clear();
+}
+
+namespace {
+
 constexpr wchar_t kFormClass[] = L"Mervane100Form";
 
 void registerClassOnce() {
@@ -22,15 +55,12 @@ void registerClassOnce() {
     INITCOMMONCONTROLSEX icc = {sizeof(icc), ICC_PROGRESS_CLASS | ICC_TAB_CLASSES | ICC_TREEVIEW_CLASSES |
                                                  ICC_STANDARD_CLASSES | ICC_WIN95_CLASSES};
     InitCommonControlsEx(&icc);
-    WNDCLASSEXW wc = {};
-    wc.cbSize = sizeof(wc);
+    WNDCLASSEXW wc{};
     wc.lpfnWndProc = DefWindowProcW;  // replaced per window in Form::load
-    wc.hInstance = thisModule();
     wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
     wc.lpszClassName = kFormClass;
-    RegisterClassExW(&wc);
-    return true;
+    return registerWindowClass(wc);
   }();
   (void)done;
 }

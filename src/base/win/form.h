@@ -20,6 +20,14 @@ namespace mervane::win {
 // the code beside the loaded DLL keeps the two apart.
 HINSTANCE thisModule();
 
+// Registers a window class for this module (hInstance is filled in) and
+// remembers it, so that a DLL being unloaded can take its classes back: a
+// class left behind would point at code that is gone. A class this module
+// registered already counts as registered.
+bool registerWindowClass(WNDCLASSEXW windowClass);
+// Unregisters every class registerWindowClass registered.
+void unregisterWindowClasses();
+
 struct ControlLayout {
   const wchar_t* windowClass;  // WC_STATIC, WC_BUTTON, PROGRESS_CLASS, ...
   const wchar_t* text;

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 
+#include "base/win/form.h"
 #include "components/engine/win/page_painter.h"
 
 namespace mervane::printing::win {
@@ -117,13 +118,12 @@ LRESULT CALLBACK progressProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lPa
 
 HWND makeProgressWindow(HWND owner, std::atomic<bool>* cancelled) {
   static const bool registered = [] {
-    WNDCLASSW wc{};
+    WNDCLASSEXW wc{};
     wc.lpfnWndProc = progressProc;
-    wc.hInstance = GetModuleHandleW(nullptr);
     wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
     wc.lpszClassName = kProgressClass;
-    return RegisterClassW(&wc) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+    return mervane::win::registerWindowClass(wc);
   }();
   if (!registered) return nullptr;
   RECT area{0, 0, 300, 90};
@@ -134,7 +134,7 @@ HWND makeProgressWindow(HWND owner, std::atomic<bool>* cancelled) {
   HWND hwnd = CreateWindowExW(WS_EX_DLGMODALFRAME, kProgressClass, L"Printing", WS_POPUP | WS_CAPTION,
                               (ownerRect.left + ownerRect.right - width) / 2,
                               (ownerRect.top + ownerRect.bottom - height) / 2, width, height, owner, nullptr,
-                              GetModuleHandleW(nullptr), nullptr);
+                              mervane::win::thisModule(), nullptr);
   if (!hwnd) return nullptr;
   SetWindowLongPtrW(hwnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(cancelled));
   auto font = reinterpret_cast<WPARAM>(GetStockObject(DEFAULT_GUI_FONT));

@@ -37,14 +37,12 @@ void fill(HDC dc, const RECT& r, COLORREF colour) {
 void registerClass() {
   static bool done = false;
   if (done) return;
-  WNDCLASSEXW wc{sizeof(wc)};
+  WNDCLASSEXW wc{};
   wc.style = CS_DBLCLKS;
   wc.lpfnWndProc = DefWindowProcW;  // replaced per window in create()
-  wc.hInstance = mervane::win::thisModule();
   wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
   wc.lpszClassName = kClassName;
-  RegisterClassExW(&wc);
-  done = true;
+  done = mervane::win::registerWindowClass(wc);
 }
 
 }  // namespace

@@ -681,13 +681,12 @@ HWND DesignerControl::create(HWND parent, int id) {
   static const bool registered = [] {
     INITCOMMONCONTROLSEX controls{sizeof(controls), ICC_TREEVIEW_CLASSES | ICC_LISTVIEW_CLASSES};
     InitCommonControlsEx(&controls);
-    WNDCLASSEXW wc{sizeof(wc)};
+    WNDCLASSEXW wc{};
     wc.lpfnWndProc = Impl::windowProc;
-    wc.hInstance = mervane::win::thisModule();
     wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     wc.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
     wc.lpszClassName = kClassName;
-    return RegisterClassExW(&wc) != 0;
+    return mervane::win::registerWindowClass(wc);
   }();
   (void)registered;
   Impl& m = *impl_;

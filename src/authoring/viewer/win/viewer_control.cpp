@@ -43,18 +43,17 @@ constexpr int kLineStep = 40;
 
 bool registerClasses(WNDPROC control, WNDPROC pages) {
   static const bool done = [&] {
-    WNDCLASSW wc{};
-    wc.hInstance = mervane::win::thisModule();
+    WNDCLASSEXW wc{};
     wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     wc.lpfnWndProc = control;
     wc.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
     wc.lpszClassName = kControlClass;
-    bool ok = RegisterClassW(&wc) != 0;
+    bool ok = mervane::win::registerWindowClass(wc);
     wc.lpfnWndProc = pages;
     wc.hbrBackground = nullptr;
     wc.style = CS_HREDRAW | CS_VREDRAW;
     wc.lpszClassName = kPagesClass;
-    return ok && RegisterClassW(&wc) != 0;
+    return mervane::win::registerWindowClass(wc) && ok;
   }();
   return done;
 }
