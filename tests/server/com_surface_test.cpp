@@ -708,11 +708,15 @@ TEST(Module, UnloadsOnceTheHostHasReleasedEverything) {
   }
   HMODULE dll = GetModuleHandleW(L"Mervane100.dll");
   ASSERT_NE(dll, nullptr);
+  WNDCLASSEXW form{sizeof(form)};
+  EXPECT_TRUE(GetClassInfoExW(dll, L"Mervane100Form", &form));  // the scan's progress window
   EXPECT_EQ(exportOf<HRESULT(WINAPI*)()>(dll, "DllCanUnloadNow")(), S_OK);
   // The library let go of the host's settings store too, so the host's DLL
   // goes on the next round.
   CoFreeUnusedLibrariesEx(0, 0);
   EXPECT_EQ(GetModuleHandleW(L"Mervane100.dll"), nullptr);
+  // Its window classes went with it: none points at code that is gone.
+  EXPECT_FALSE(GetClassInfoExW(dll, L"Mervane100Form", &form));
   CoFreeUnusedLibrariesEx(0, 0);
   EXPECT_EQ(GetModuleHandleW(L"MervaneHost.dll"), nullptr);
 }
