@@ -45,8 +45,12 @@ for entry in "${harnesses[@]}"; do
   work="$dir/fuzz-runs/$name"
   mkdir -p "$work"
   log="$work.log"
-  "$dir/fuzz/$name" "$work" "fuzz/$corpus/corpus" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
-    -artifact_prefix="$work-" -print_final_stats=1 >"$log" 2>&1
+  # First every committed input whole, as found (some are large on purpose),
+  # then fuzzing with inputs of up to 8 kB.
+  "$dir/fuzz/$name" "fuzz/$corpus/corpus" -runs=0 -timeout=10 -rss_limit_mb=2048 -artifact_prefix="$work-" \
+    >"$log" 2>&1 &&
+    "$dir/fuzz/$name" "$work" "fuzz/$corpus/corpus" -max_total_time="$seconds" -max_len=8192 -timeout=10 \
+      -rss_limit_mb=2048 -artifact_prefix="$work-" -print_final_stats=1 >>"$log" 2>&1
   status=$?
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
   if ((status != 0)); then
