@@ -9,23 +9,12 @@
 #include "components/engine/layout/page_source.h"
 #include "components/engine/layout/text_flow.h"
 #include "fake_data.h"
+#include "../../../support/sanitizers.h"
 
 namespace mervane::engine::layout {
 namespace {
 
-// The address sanitizer holds on to freed memory; GCC and clang say that it
-// is on in different ways.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kAddressSanitizer = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool kAddressSanitizer = true;
-#else
-constexpr bool kAddressSanitizer = false;
-#endif
-#else
-constexpr bool kAddressSanitizer = false;
-#endif
+using mervane::testing::kAddressSanitizer;
 
 using model::ObjectKind;
 using model::SectionKind;
