@@ -4,8 +4,10 @@
 // nothing outside the target folder, must leave no temporary file behind,
 // and every file it leaves must carry a safe name and exactly the size an
 // entry of that name declared.
+#include <signal.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -33,13 +35,22 @@ class QuietEvents : public ArchiveEvents {
 };
 
 // A scratch folder of this process, in memory where the system offers it.
+// libFuzzer ends without running exit handlers, so each run first clears
+// away the folders of runs that are over.
 const fs::path& scratch() {
   static const fs::path folder = [] {
-    fs::path base = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
-    fs::path f = base / ("mervane-zip-fuzz-" + std::to_string(getpid()));
+    const fs::path base = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
+    const std::string prefix = "mervane-zip-fuzz-";
+    std::error_code ec;
+    for (const fs::directory_entry& e : fs::directory_iterator(base, ec)) {
+      const std::string name = e.path().filename().string();
+      if (!name.starts_with(prefix)) continue;
+      const long pid = std::strtol(name.c_str() + prefix.size(), nullptr, 10);
+      if (pid > 0 && kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH) fs::remove_all(e.path(), ec);
+    }
+    fs::path f = base / (prefix + std::to_string(getpid()));
     fs::remove_all(f);
     fs::create_directories(f);
-    std::atexit([] { std::error_code ec; fs::remove_all(scratch(), ec); });
     return f;
   }();
   return folder;
