@@ -16,6 +16,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.."
 root=$(pwd)
+scripts/setup.sh || exit 1
 seconds=${1:-60}
 only=${2:-}
 dir=build/sanitize
@@ -37,7 +38,6 @@ cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILE
   >"$dir.configure.log" 2>&1 || { cat "$dir.configure.log"; exit 1; }
 cmake --build "$dir" -j "$(nproc)" --target fuzzers || exit 1
 
-export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=0}
 failed=0
 for entry in "${harnesses[@]}"; do
   read -r name corpus <<<"$entry"
