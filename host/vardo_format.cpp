@@ -88,14 +88,14 @@ Text sectionName(TextView stripped) {
 }  // namespace
 
 void VardoProperties::add(Text name, Text value) {
-  if (find(name)) return;
+  if (!index_.try_emplace(caseFoldKey(name), items_.size()).second) return;
   items_.emplace_back(std::move(name), std::move(value));
 }
 
 std::optional<Text> VardoProperties::find(TextView name) const {
-  for (const auto& [n, v] : items_)
-    if (equalsNoCase(n, name)) return v;
-  return std::nullopt;
+  auto it = index_.find(caseFoldKey(name));
+  if (it == index_.end()) return std::nullopt;
+  return items_[it->second].second;
 }
 
 Text fromWindows1252(std::string_view bytes) {

@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -29,7 +30,8 @@ namespace mervane::host {
 inline constexpr std::size_t kHeaderLimit = 1024 * 1024;
 
 // Named properties in file order; names compare without regard to case and
-// the first of two equal names wins.
+// the first of two equal names wins. Names are looked up through an index, so
+// that a header of many thousand names still reads in one pass.
 class VardoProperties {
  public:
   void add(Text name, Text value);
@@ -40,6 +42,7 @@ class VardoProperties {
 
  private:
   std::vector<std::pair<Text, Text>> items_;
+  std::unordered_map<Text, std::size_t> index_;  // caseFoldKey(name) -> its place in items_
 };
 
 // Older family ("definition"): Windows-1252 text unless it starts with a

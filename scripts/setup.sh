@@ -4,6 +4,7 @@
 set -euo pipefail
 packages=(
   cmake ninja-build g++ libgtest-dev googletest zlib1g-dev
+  clang libclang-rt-14-dev llvm
   wine wine64 libwine-dev g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools libz-mingw-w64-dev
   xvfb xauth fonts-wine fonts-liberation
   unixodbc unixodbc-dev libsqliteodbc sqlite3 odbc-postgresql postgresql

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds all three targets and runs every test: the native core tests, then
-# the Windows tests (test programs and host scripts) under Wine and Xvfb.
+# Builds all three targets and runs every test: the native core tests (also
+# under the sanitizers, with a short run of every fuzzer), then the Windows
+# tests (test programs and host scripts) under Wine and Xvfb.
 # The 32-bit DLL is built every time and compared with the 64-bit one by the
 # Windows tests; it is never run.
 set -uo pipefail
@@ -36,6 +37,21 @@ run() {  # label dir [ctest prefix...]
   passed=$((passed + total - bad)); failed=$((failed + bad))
 }
 run native build/native
+
+# The core tests again under AddressSanitizer and UndefinedBehaviorSanitizer,
+# in the clang build that also holds the fuzzers, then every fuzzer for 20 s
+# from its seed corpus (scripts/fuzz.sh; each harness counts as one test).
+core_tests_only() { "$@" -R '^core_tests$'; }
+if build build/sanitize -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DMERVANE_FUZZ=ON -- core_tests fuzzers; then
+  run "native, sanitized" build/sanitize core_tests_only
+  echo "== fuzzers, 20 s each"
+  scripts/fuzz.sh 20 | tee build/sanitize/fuzz.log
+  fuzz_failed=${PIPESTATUS[0]}
+  fuzz_total=$(grep -c -E '^[a-z_]+_fuzzer: ' build/sanitize/fuzz.log)
+  passed=$((passed + fuzz_total - fuzz_failed)); failed=$((failed + fuzz_failed))
+else
+  failed=$((failed + 1))
+fi
 run "Windows x86_64" build/win64 xvfb-run -a -s "-screen 0 1280x1024x24"
 # The i686 DLL: nothing 32-bit runs here. The x86_64 tests above compared it
 # with the x86_64 DLL (i686_dll_check, i686_typelib_test); its own tests and

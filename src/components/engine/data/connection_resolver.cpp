@@ -530,6 +530,10 @@ Resolution resolveConnection(TextView connectionText, const OdbcEnvironment& env
   TextView text = connectionText;
   while (!text.empty() && (text.front() == u' ' || text.front() == u'\t')) text.remove_prefix(1);
   if (text.empty()) return resolver.fail(u"The connection text is empty.");
+  // The driver reads the connection string up to its first NUL: whatever
+  // followed would be lost without a word.
+  if (text.find(u'\0') != TextView::npos)
+    return resolver.fail(u"The connection text holds a NUL character, which would cut it short.");
   const std::size_t start = connectionText.size() - text.size();
 
   if (startsWithNoCase(text, u"ODBC;")) {

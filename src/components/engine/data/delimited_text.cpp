@@ -131,7 +131,9 @@ DelimitedTable parseDelimitedText(std::string_view bytes, TextView delimiter, bo
     std::vector<formula::Value> row(width);
     for (std::size_t c = 0; c < records[r].size(); ++c) {
       const Text& raw = records[r][c];
-      if (raw.empty() && !quotedFlags[r][c]) continue;
+      // Empty is null, except that a quoted empty value in a text column is
+      // an empty text.
+      if (raw.empty() && (!quotedFlags[r][c] || numeric[c])) continue;
       double d = 0;
       if (numeric[c] && parseNumber(raw, d)) row[c] = formula::Value(d);
       else row[c] = formula::Value(raw);

@@ -9,7 +9,8 @@
 // line names the columns; without one they are Column1, Column2, ...
 //
 // Values are texts, except in a column where every value that is not empty
-// reads as a number: there they are numbers. An empty value is null.
+// reads as a number: there they are numbers. An empty value is null, but in a
+// column of texts a quoted empty value ("") is an empty text.
 #pragma once
 
 #include <string_view>

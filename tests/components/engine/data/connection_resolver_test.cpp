@@ -176,6 +176,7 @@ const std::vector<Row>& rows() {
       {"bare word", u"DSN=PgCompany;secret", u"has no '=' and no value", true},
       {"error position counts the whole text", u"  ODBC;DSN=PgCompany;PWD=\"ab", u"not closed (at character 26)", true},
       {"value without name", u"=x;DSN=PgCompany", u"has a value but no name", true},
+      {"NUL inside", Text(u"DSN=PgCompany;PWD=a\0;UID=b", 26), u"holds a NUL character", true},
   };
   return table;
 }

@@ -125,14 +125,17 @@ TEST(DelimitedText, ReadsCsvWithQuotesTypesAndNulls) {
       "PL;\"Łódź; \"\"Ost\"\"\";5000\r\n"
       "DE;\"two\nlines\";\n"
       "CH;;-1.5e3\n"
-      "SE\n",
+      "SE\n"
+      "NO;\"\";\"\"\n",
       u";", true);
   ASSERT_EQ(t.columns, (std::vector<Text>{u"Country", u"Name", u"Limit"}));
-  ASSERT_EQ(t.rows.size(), 4u);
+  ASSERT_EQ(t.rows.size(), 5u);
   EXPECT_EQ(t.rows[0], (std::vector<Value>{u"PL", u"Łódź; \"Ost\"", 5000}));
   EXPECT_EQ(t.rows[1], (std::vector<Value>{u"DE", u"two\nlines", Value()}));
   EXPECT_EQ(t.rows[2], (std::vector<Value>{u"CH", Value(), -1500}));
   EXPECT_EQ(t.rows[3], (std::vector<Value>{u"SE", Value(), Value()}));
+  // "" is an empty text among texts, and null among numbers.
+  EXPECT_EQ(t.rows[4], (std::vector<Value>{u"NO", u"", Value()}));
 
   // No header: columns are numbered; one text makes a column texts; UTF-16.
   DelimitedTable numbered = parseDelimitedText(std::string("\xFF\xFE" "1\0,\0a\0\n\0x\0,\0b\0", 16), u"", false);
