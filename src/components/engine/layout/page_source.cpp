@@ -294,8 +294,14 @@ class Run final : public PageSource {
       }
       changed_.notify_all();
       if (!more) {
-        // Every page has been through the layout, so the totals any page
-        // shows have been read: the data can go.
+        // The pages were counted without their values: a page asked for
+        // later may still show a total from the data, so the totals are
+        // read now, once, before the data goes. A failure shows on the
+        // pages that show one.
+        try {
+          dataSummaries();
+        } catch (const data::DataError&) {
+        }
         std::lock_guard lock(mutex_);
         reportData_.reset();
         return;
