@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -199,6 +200,37 @@ TEST_F(HeldFiles, DeleteCopyAndSaveLeaveAHeldReportWhereItIs) {
   EXPECT_EQ(names(reports_),
             (std::vector<std::wstring>{L"Deleted Reports", L"Held.label", L"Monthly Sales.rpt", L"Sales.srt",
                                        L"Stock.report"}));
+}
+
+// On a full disk (disk_full.sh runs this with every write past 4 KB
+// refused): a copy that does not fit and a save that does not fit leave no
+// half-written report and no temporary file.
+TEST(FullDisk, ACopyOrSaveThatDoesNotFitLeavesNoHalfFile) {
+  const char* where = std::getenv("MERVANE_FULL_DISK");
+  if (!where) GTEST_SKIP() << "run by disk_full.sh";
+  const fs::path folder = where;
+  const std::vector<std::wstring> before{L"Large.srt", L"Monthly Sales.rpt"};
+  ASSERT_EQ(names(folder), before);
+  const std::string report = read(folder / L"Monthly Sales.rpt");
+
+  HeldServices services;
+  SessionSettings session;
+  const Text path = folder.u16string() + u"\\";
+  services.script.user = [](testing::DialogScript& s) {
+    s.fileName = u"Copy.srt";
+    s.ok = true;
+  };
+  Text newName;
+  EXPECT_TRUE(copyReport(session, services, {u"Large", u"Large.srt", path, 2}, newName));
+  EXPECT_EQ(names(folder), before);
+
+  auto engine = createEngineApplication();
+  auto opened = engine->openReport((folder / L"Monthly Sales.rpt").u16string(), OpenMethod::ByTemporaryCopy);
+  ASSERT_TRUE(opened);
+  opened->setTitle(u"A much longer title than before, so that the file grows");
+  EXPECT_ANY_THROW(static_cast<engine::Report&>(*opened).save((folder / L"Monthly Sales.rpt").u16string()));
+  EXPECT_EQ(read(folder / L"Monthly Sales.rpt"), report);
+  EXPECT_EQ(names(folder), before);
 }
 
 }  // namespace
