@@ -231,6 +231,17 @@ TEST(FullDisk, ACopyOrSaveThatDoesNotFitLeavesNoHalfFile) {
   EXPECT_ANY_THROW(static_cast<engine::Report&>(*opened).save((folder / L"Monthly Sales.rpt").u16string()));
   EXPECT_EQ(read(folder / L"Monthly Sales.rpt"), report);
   EXPECT_EQ(names(folder), before);
+
+  // The large report packs small enough to export, but does not fit when
+  // imported again: the import reports it and leaves nothing half-written.
+  QuietEvents events;
+  const fs::path archive = folder / L"reports.zip";
+  ASSERT_TRUE(writeArchive(archive.u16string(), folder.u16string() + u"\\*.srt|", events).ok());
+  const fs::path target = folder / L"Imported";
+  fs::create_directories(target);
+  ArchiveResult imported = extractArchive(archive.u16string(), target.u16string(), events);
+  EXPECT_EQ(imported.failedFiles, 1);
+  EXPECT_TRUE(names(target).empty());
 }
 
 }  // namespace
