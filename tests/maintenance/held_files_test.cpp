@@ -2,6 +2,7 @@
 // editor or a virus scanner may hold them) while the user exports, imports,
 // deletes, copies or saves. Nothing is raised, the held file is left as it
 // was, the rest of the work is done, and no temporary file stays behind.
+// FullDisk runs under disk_full.sh, where every write past 4 KB is refused.
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -15,6 +16,7 @@
 #include <random>
 
 #include "base/win/win32_file_system.h"
+#include "catalogue/catalogue_scan.h"
 #include "components/engine/engine.h"
 #include "components/engine/win/engine_factory.h"
 #include "copy/fake_details_dialog.h"
@@ -155,6 +157,17 @@ TEST_F(HeldFiles, DeleteCopyAndSaveLeaveAHeldReportWhereItIs) {
   services.store.sections[u"Reports"] = {{key, u"Monthly Sales;Y;3"}};
   auto held = std::make_unique<Held>(rpt);
   ASSERT_TRUE(held->held());
+
+  // The catalogue lists the held report, which the engine cannot open,
+  // without a title, and stores that empty title as for a damaged file.
+  services.store.sections[u"Reports"].clear();
+  session.path = folder;
+  ReportCollection listed;
+  scanCatalogue(session, services, &listed);
+  ASSERT_TRUE(listed.find(u"Monthly Sales.rpt"));
+  EXPECT_EQ(listed.find(u"Monthly Sales.rpt")->reportTitle, u"");
+  EXPECT_EQ(services.store.value(u"Reports", key), u";N;0");
+  services.store.sections[u"Reports"] = {{key, u"Monthly Sales;Y;3"}};
 
   // Delete: the file stays where it is; its stored value goes all the same.
   EXPECT_TRUE(deleteReport(session, services, folder, u"Monthly Sales.rpt"));
