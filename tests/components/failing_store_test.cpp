@@ -131,6 +131,7 @@ void asAHost() {
     // The lists the store keeps come back empty; nothing is raised.
     short added = -1;
     EXPECT_EQ(functions->RecentReportsAdd(Bstr(u"C:\\x.rpt").get(), Bstr(u"X").get(), &added), S_OK);
+    EXPECT_EQ(added, 1);
     ComPtr<_Reports> recent, favourites;
     CoCreateInstance(CLSID_Reports, nullptr, CLSCTX_INPROC_SERVER, IID__Reports, recent.putVoid());
     CoCreateInstance(CLSID_Reports, nullptr, CLSCTX_INPROC_SERVER, IID__Reports, favourites.putVoid());
