@@ -3,9 +3,12 @@
 // and the limit is moved over every write the operation makes. Whatever the
 // point of failure, the operation answers with a failure instead of
 // raising, the archive or report file that was there before is intact, a
-// file that was written is complete, and no temporary file is left.
+// file that was written is complete, and no temporary file is left. The
+// same holds for a folder the user may read but not write.
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "archive_test_support.h"
 
@@ -131,6 +134,49 @@ TEST(ArchiveDiskFull, AnImportKeepsEachReportWholeOldOrNew) {
       EXPECT_TRUE(name == "Sales.rpt" || name == "noise.label" || name == "empty.srt") << name;
   }
   EXPECT_GT(partial, 10);
+}
+
+// Folders given read-only for as long as this lives; as root (which may
+// write anywhere) the process acts as "nobody" meanwhile.
+class ReadOnly {
+ public:
+  explicit ReadOnly(std::vector<fs::path> folders) : folders_(std::move(folders)) {
+    for (const auto& f : folders_) chmod(f.c_str(), 0555);
+    if (geteuid() == 0) switched_ = seteuid(65534) == 0;
+  }
+  ~ReadOnly() {
+    if (switched_ && seteuid(0) != 0) std::abort();
+    for (const auto& f : folders_) chmod(f.c_str(), 0755);
+  }
+  ReadOnly(const ReadOnly&) = delete;
+  ReadOnly& operator=(const ReadOnly&) = delete;
+
+ private:
+  std::vector<fs::path> folders_;
+  bool switched_ = false;
+};
+
+TEST(ArchiveReadOnlyFolder, ExportAndImportWriteNothingAndSaySo) {
+  Reports r;
+  RecordingEvents events;
+  const fs::path archive = r.dir / "reports.zip";
+  ASSERT_TRUE(writeArchive(text(archive), r.patterns(), events).ok());
+  const std::string earlier = readFile(archive);
+  writeFile(r.folder / "Sales.rpt", "the user's own Sales report");
+  ArchiveResult exported, imported;
+  {
+    ReadOnly locked({r.dir.path(), r.folder});
+    RecordingEvents quiet;
+    exported = writeArchive(text(archive), r.patterns(), quiet);
+    imported = extractArchive(text(archive), text(r.folder), quiet);
+  }
+  EXPECT_EQ(exported.error, ArchiveError::cannotWrite);
+  EXPECT_EQ(readFile(archive), earlier);
+  EXPECT_EQ(imported.processedFiles, 0);
+  EXPECT_EQ(imported.failedFiles, 3);
+  EXPECT_EQ(readFile(r.folder / "Sales.rpt"), "the user's own Sales report");
+  EXPECT_EQ(listFolder(r.dir.path()), (std::vector<std::string>{"Reports", "reports.zip"}));
+  EXPECT_EQ(listFolder(r.folder), (std::vector<std::string>{"Sales.rpt", "empty.srt", "noise.label"}));
 }
 
 }  // namespace
