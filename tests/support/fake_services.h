@@ -18,6 +18,13 @@ struct FakeSettingsStore : SettingsStore {
   std::map<Text, std::vector<Row>> sections;
   bool failing = false;
   int reads = 0, writes = 0;
+  // Calls of any kind so far; the one numbered failAt (from 1) fails alone.
+  int calls = 0, failAt = 0;
+
+  void fault() {
+    ++calls;
+    if (failing || calls == failAt) throw std::runtime_error("store");
+  }
 
   Row* find(const Text& section, const Text& key) {
     for (Row& r : sections[section])
@@ -25,24 +32,24 @@ struct FakeSettingsStore : SettingsStore {
     return nullptr;
   }
   void remove(const Text&, const Text& section, const Text& key) override {
-    if (failing) throw std::runtime_error("store");
+    fault();
     auto& rows = sections[section];
     if (key.empty()) rows.clear();
     std::erase_if(rows, [&](const Row& r) { return r.first == key; });
   }
   std::vector<Row> readAll(const Text&, const Text& section) override {
-    if (failing) throw std::runtime_error("store");
+    fault();
     return sections[section];
   }
   Text read(const Text&, const Text& section, const Text& key, const Text& fallback) override {
     ++reads;
-    if (failing) throw std::runtime_error("store");
+    fault();
     Row* r = find(section, key);
     return r ? r->second : fallback;
   }
   void write(const Text&, const Text& section, const Text& key, const Text& value) override {
     ++writes;
-    if (failing) throw std::runtime_error("store");
+    fault();
     if (Row* r = find(section, key))
       r->second = value;
     else

@@ -85,8 +85,22 @@ void Win32FileSystem::moveFile(const Text& from, const Text& to) {
   if (!MoveFileExW(wide(from).c_str(), wide(to).c_str(), MOVEFILE_COPY_ALLOWED)) fail("cannot move file");
 }
 
+// The copy is made under a temporary name beside the destination and renamed
+// onto it only when complete, so a copy that fails part way (a full disk)
+// leaves nothing under the report's name.
 void Win32FileSystem::copyFile(const Text& from, const Text& to) {
-  if (!CopyFileW(wide(from).c_str(), wide(to).c_str(), TRUE)) fail("cannot copy file");
+  const std::wstring target = wide(to);
+  if (GetFileAttributesW(target.c_str()) != INVALID_FILE_ATTRIBUTES) fail("destination exists");
+  std::wstring folder = target.substr(0, target.find_last_of(L"\\/") + 1);
+  if (folder.empty()) folder = L".";
+  wchar_t temp[MAX_PATH];
+  if (!GetTempFileNameW(folder.c_str(), L"cpy", 0, temp)) fail("cannot copy file");
+  // Without MOVEFILE_REPLACE_EXISTING the rename never replaces a file
+  // that appeared meanwhile.
+  if (CopyFileW(wide(from).c_str(), temp, FALSE) && MoveFileExW(temp, target.c_str(), 0)) return;
+  SetFileAttributesW(temp, FILE_ATTRIBUTE_NORMAL);  // the copy may carry the source's read-only mark
+  DeleteFileW(temp);
+  fail("cannot copy file");
 }
 
 }  // namespace mervane::win
