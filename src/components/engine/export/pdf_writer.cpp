@@ -13,6 +13,8 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -86,14 +88,15 @@ class PdfFile {
     write("\nendstream\nendobj\n");
   }
 
-  void finish() {
+  void finish(int info) {
     std::uint64_t xref = written_;
     write("xref\n0 " + std::to_string(offsets_.size()) + "\n0000000000 65535 f \n");
     for (std::size_t i = 1; i < offsets_.size(); ++i) {
       std::string offset = std::to_string(offsets_[i]);
       write(std::string(10 - offset.size(), '0') + offset + " 00000 n \n");
     }
-    write("trailer\n<< /Size " + std::to_string(offsets_.size()) + " /Root 1 0 R >>\nstartxref\n" +
+    write("trailer\n<< /Size " + std::to_string(offsets_.size()) + " /Root 1 0 R /Info " +
+          std::to_string(info) + " 0 R >>\nstartxref\n" +
           std::to_string(xref) + "\n%%EOF\n");
     out_.flush();
   }
@@ -114,37 +117,75 @@ class PdfFile {
   std::uint64_t written_ = 0;
 };
 
+// What pages share: the file, the fonts, the pictures already written.
+struct Document {
+  explicit Document(std::ostream& out, std::shared_ptr<FontSource> source) : file(out), fonts(std::move(source)) {}
+  PdfFile file;
+  std::array<int, 12> standardFonts{};
+  EmbeddedFonts fonts;
+  // Pictures by their pixels; the pixels are held so the key stays theirs.
+  std::map<const void*, std::pair<std::shared_ptr<const std::vector<std::uint32_t>>, int>> images;
+};
+
 // One page's content stream and the resources it uses.
 class PageContent {
  public:
-  PageContent(PdfFile& file, std::array<int, 12>& fontObjects, double heightPt)
-      : file_(file), fontObjects_(fontObjects), height_(heightPt) {}
+  PageContent(Document& document, double heightPt) : doc_(document), height_(heightPt) {}
 
   void add(const layout::TextRun& run) {
     if (run.text.empty() || run.box.width <= 0 || run.box.height <= 0) return;
-    PdfFont font = pdfFontFor(run.font);
-    std::string text = winAnsi(run.text);
     double size = std::max(1, run.font.size) / 20.0;
-    double width = textWidthEm(font, text) * size;
+    ShapedText shaped;
+    std::string show;  // the text operators, the font's or fonts' own
+    double width = 0, ascent = 0;
+    if (doc_.fonts.shape(run.font, run.text, shaped)) {
+      width = shaped.widthEm * size;
+      ascent = shaped.ascentEm * size;
+      for (const auto& piece : shaped.pieces) {
+        int object = doc_.fonts.objectOf(piece.font, [this] { return doc_.file.reserve(); });
+        fonts_.emplace("F" + std::to_string(piece.font), object);
+        show += "/F" + std::to_string(piece.font) + ' ' + num(size) + " Tf <" + piece.glyphs + "> Tj ";
+      }
+    } else {
+      PdfFont font = pdfFontFor(run.font);
+      std::string text = winAnsi(run.text);
+      width = textWidthEm(font, text) * size;
+      ascent = font.ascent() * size;
+      auto index = static_cast<std::size_t>(font.index());
+      if (doc_.standardFonts[index] == 0) doc_.standardFonts[index] = doc_.file.reserve();
+      fonts_.emplace("S" + std::to_string(index), doc_.standardFonts[index]);
+      show = "/S" + std::to_string(index) + ' ' + num(size) + " Tf " + literal(text) + " Tj ";
+    }
     double left = run.box.x / 20.0, top = run.box.y / 20.0, boxWidth = run.box.width / 20.0;
     double x = left;
     if (run.align == layout::TextAlign::Centre) x = left + (boxWidth - width) / 2;
     if (run.align == layout::TextAlign::Right) x = left + boxWidth - width;
-    double baseline = height_ - (top + font.ascent() * size);
-    usedFonts_[static_cast<std::size_t>(font.index())] = true;
-    if (fontObjects_[static_cast<std::size_t>(font.index())] == 0)
-      fontObjects_[static_cast<std::size_t>(font.index())] = file_.reserve();
+    double baseline = height_ - (top + ascent);
 
-    content_ += "q " + rect(run.box) + " re W n\n";
-    content_ += colour(run.colour, "rg");
-    content_ += "BT /F" + std::to_string(font.index()) + ' ' + num(size) + " Tf " + num(x) + ' ' + num(baseline) +
-                " Td " + literal(text) + " Tj ET\n";
+    // Clipped to its box only when it would stand out of it: most runs fit,
+    // and a clip costs a save, a path and a restore each.
+    bool clip = width > boxWidth + 0.25 || x < left - 0.25 || size * 1.15 > run.box.height / 20.0 + 0.25;
+    bool fake = shaped.fakeBold || shaped.fakeItalic;
+    bool saved = clip || fake || run.font.underline;
+    if (saved) content_ += "q ";
+    if (clip) content_ += rect(run.box) + " re W n\n";
+    if (saved || run.colour != fill_) {
+      content_ += colour(run.colour, "rg");
+      if (!saved) fill_ = run.colour;
+    }
+    content_ += "BT ";
+    if (shaped.fakeBold) content_ += colour(run.colour, "RG") + num(size * 0.03) + " w 2 Tr ";
+    if (shaped.fakeItalic)
+      content_ += "1 0 0.21 1 " + num(x) + ' ' + num(baseline) + " Tm ";
+    else
+      content_ += num(x) + ' ' + num(baseline) + " Td ";
+    content_ += show + "ET\n";
     if (run.font.underline) {
       double y = baseline - size * 0.1;
       content_ += colour(run.colour, "RG") + num(size * 0.05) + " w " + num(x) + ' ' + num(y) + " m " +
                   num(x + width) + ' ' + num(y) + " l S\n";
     }
-    content_ += "Q\n";
+    if (saved) content_ += "Q\n";
   }
 
   void add(const layout::LineItem& line) {
@@ -190,32 +231,10 @@ class PageContent {
       return;
     auto count = static_cast<std::size_t>(image.pixelWidth) * static_cast<std::size_t>(image.pixelHeight);
     if (image.pixels->size() < count) return;
-    std::string rgb, alpha;
-    rgb.reserve(count * 3);
-    alpha.reserve(count);
-    bool translucent = false;
-    for (std::size_t i = 0; i < count; ++i) {
-      std::uint32_t p = (*image.pixels)[i];
-      rgb += static_cast<char>((p >> 16) & 0xFF);
-      rgb += static_cast<char>((p >> 8) & 0xFF);
-      rgb += static_cast<char>(p & 0xFF);
-      alpha += static_cast<char>(p >> 24);
-      translucent = translucent || (p >> 24) != 0xFF;
-    }
-    std::string size = "/Width " + std::to_string(image.pixelWidth) + " /Height " +
-                       std::to_string(image.pixelHeight) + " /BitsPerComponent 8 /Filter /FlateDecode";
-    int mask = 0;
-    if (translucent) {
-      mask = file_.reserve();
-      file_.stream(mask, "/Type /XObject /Subtype /Image /ColorSpace /DeviceGray " + size, deflate(alpha));
-    }
-    int number = file_.reserve();
-    file_.stream(number,
-                 "/Type /XObject /Subtype /Image /ColorSpace /DeviceRGB " + size +
-                     (mask ? " /SMask " + std::to_string(mask) + " 0 R" : ""),
-                 deflate(rgb));
-    std::string name = "Im" + std::to_string(images_.size());
-    images_.push_back(name + ' ' + std::to_string(number) + " 0 R");
+    auto& known = doc_.images[image.pixels.get()];
+    if (!known.first) known = {image.pixels, writeImage(image, count)};
+    std::string name = "Im" + std::to_string(known.second);
+    images_.emplace(name, known.second);
     content_ += "q " + num(image.box.width / 20.0) + " 0 0 " + num(image.box.height / 20.0) + ' ' +
                 num(image.box.x / 20.0) + ' ' + num(height_ - (image.box.y + image.box.height) / 20.0) + " cm /" +
                 name + " Do Q\n";
@@ -224,13 +243,15 @@ class PageContent {
   const std::string& content() const { return content_; }
 
   std::string resources() const {
-    std::string fonts, out = "<< ";
-    for (std::size_t i = 0; i < usedFonts_.size(); ++i)
-      if (usedFonts_[i]) fonts += "/F" + std::to_string(i) + ' ' + std::to_string(fontObjects_[i]) + " 0 R ";
-    if (!fonts.empty()) out += "/Font << " + fonts + ">> ";
+    std::string out = "<< ";
+    if (!fonts_.empty()) {
+      out += "/Font << ";
+      for (const auto& [name, object] : fonts_) out += '/' + name + ' ' + std::to_string(object) + " 0 R ";
+      out += ">> ";
+    }
     if (!images_.empty()) {
       out += "/XObject << ";
-      for (const auto& image : images_) out += "/" + image + ' ';
+      for (const auto& [name, object] : images_) out += '/' + name + ' ' + std::to_string(object) + " 0 R ";
       out += ">> ";
     }
     return out + ">>";
@@ -248,25 +269,76 @@ class PageContent {
     return "";
   }
 
-  PdfFile& file_;
-  std::array<int, 12>& fontObjects_;
+  // The picture's pixels as an RGB image object, with a soft mask where
+  // any pixel is not opaque.
+  int writeImage(const layout::ImageItem& image, std::size_t count) {
+    std::string rgb, alpha;
+    rgb.reserve(count * 3);
+    alpha.reserve(count);
+    bool translucent = false;
+    for (std::size_t i = 0; i < count; ++i) {
+      std::uint32_t p = (*image.pixels)[i];
+      rgb += static_cast<char>((p >> 16) & 0xFF);
+      rgb += static_cast<char>((p >> 8) & 0xFF);
+      rgb += static_cast<char>(p & 0xFF);
+      alpha += static_cast<char>(p >> 24);
+      translucent = translucent || (p >> 24) != 0xFF;
+    }
+    std::string size = "/Width " + std::to_string(image.pixelWidth) + " /Height " +
+                       std::to_string(image.pixelHeight) + " /BitsPerComponent 8 /Filter /FlateDecode";
+    int mask = 0;
+    if (translucent) {
+      mask = doc_.file.reserve();
+      doc_.file.stream(mask, "/Type /XObject /Subtype /Image /ColorSpace /DeviceGray " + size, deflate(alpha));
+    }
+    int number = doc_.file.reserve();
+    doc_.file.stream(number,
+                     "/Type /XObject /Subtype /Image /ColorSpace /DeviceRGB " + size +
+                         (mask ? " /SMask " + std::to_string(mask) + " 0 R" : ""),
+                     deflate(rgb));
+    return number;
+  }
+
+  Document& doc_;
   double height_;
   std::string content_;
-  std::array<bool, 12> usedFonts_{};
-  std::vector<std::string> images_;
+  std::uint32_t fill_ = model::kBlack;  // the fill colour outside any q ... Q
+  std::map<std::string, int> fonts_, images_;
 };
+
+// A text string of the document information: UTF-16BE with its byte order mark.
+std::string infoText(const Text& text) {
+  std::string out = "<FEFF";
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  for (char16_t c : text)
+    for (int shift = 12; shift >= 0; shift -= 4) out += kHex[(c >> shift) & 0xF];
+  return out + '>';
+}
+
+std::string pdfDate(std::chrono::system_clock::time_point when) {
+  using namespace std::chrono;
+  auto day = floor<days>(when);
+  year_month_day date{day};
+  hh_mm_ss time{floor<seconds>(when - day)};
+  char out[32];
+  std::snprintf(out, sizeof out, "D:%04d%02u%02u%02d%02d%02dZ", static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                static_cast<int>(time.seconds().count()));
+  return std::string("(") + out + ')';
+}
 
 }  // namespace
 
-bool writePdf(const PageFeed& pages, std::ostream& out, const Progress& progress) {
-  PdfFile file(out);
-  std::array<int, 12> fontObjects{};
+bool writePdf(const PageFeed& pages, std::ostream& out, const Progress& progress, const PdfOptions& options) {
+  Document doc(out, options.fonts);
+  PdfFile& file = doc.file;
   std::vector<int> pageObjects;
   for (std::int32_t number = 1;; ++number) {
     std::shared_ptr<const layout::Page> page = pages(number);
     if (!page) break;
     double width = std::max(1, page->width) / 20.0, height = std::max(1, page->height) / 20.0;
-    PageContent content(file, fontObjects, height);
+    PageContent content(doc, height);
     for (const auto& item : page->items) std::visit([&](const auto& it) { content.add(it); }, item);
     int stream = file.reserve();
     file.stream(stream, "/Filter /FlateDecode", deflate(content.content()));
@@ -283,10 +355,15 @@ bool writePdf(const PageFeed& pages, std::ostream& out, const Progress& progress
     file.object(pageObject, "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595.3 841.9] /Resources << >> >>");
     pageObjects.push_back(pageObject);
   }
+  doc.fonts.write([&] { return file.reserve(); },
+                  [&](int number, const std::string& body) { file.object(number, body); },
+                  [&](int number, const std::string& dictionary, const std::string& data) {
+                    file.stream(number, dictionary, data);
+                  });
   for (int i = 0; i < 12; ++i) {
-    if (fontObjects[static_cast<std::size_t>(i)] == 0) continue;
+    if (doc.standardFonts[static_cast<std::size_t>(i)] == 0) continue;
     PdfFont font{static_cast<PdfFamily>(i / 4), (i & 1) != 0, (i & 2) != 0};
-    file.object(fontObjects[static_cast<std::size_t>(i)],
+    file.object(doc.standardFonts[static_cast<std::size_t>(i)],
                 std::string("<< /Type /Font /Subtype /Type1 /BaseFont /") + font.baseFont() +
                     " /Encoding /WinAnsiEncoding >>");
   }
@@ -294,7 +371,12 @@ bool writePdf(const PageFeed& pages, std::ostream& out, const Progress& progress
   for (int object : pageObjects) kids += std::to_string(object) + " 0 R ";
   file.object(2, "<< /Type /Pages /Kids [" + kids + "] /Count " + std::to_string(pageObjects.size()) + " >>");
   file.object(1, "<< /Type /Catalog /Pages 2 0 R >>");
-  file.finish();
+  int info = file.reserve();
+  std::string properties = "<< /Producer (Mervane100) /CreationDate " + pdfDate(options.created);
+  if (!options.title.empty()) properties += " /Title " + infoText(options.title);
+  if (!options.subject.empty()) properties += " /Subject " + infoText(options.subject);
+  file.object(info, properties + " >>");
+  file.finish(info);
   return true;
 }
 
