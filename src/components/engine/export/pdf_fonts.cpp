@@ -163,7 +163,8 @@ int EmbeddedFonts::load(const Text& face, bool bold, bool italic) {
       } else {
         auto font = std::make_shared<const TrueTypeFont>(file);
         id = static_cast<int>(fonts_.size());
-        fonts_.push_back({std::move(font), 0, {}, {}});
+        std::vector<char32_t> glyphs(static_cast<std::size_t>(font->glyphCount()), 0);
+        fonts_.push_back({std::move(font), 0, std::move(glyphs), {}});
         byFile_.emplace(std::move(file), id);
       }
     }
@@ -194,9 +195,12 @@ int EmbeddedFonts::fallbackFor(char32_t c, bool bold, bool italic) {
 }
 
 bool EmbeddedFonts::shape(const layout::Font& font, TextView text, ShapedText& out) {
-  Text name = font.name;
   bool bold = font.bold, italic = font.italic;
-  int primary = load(name, bold, italic);
+  if (lastPrimary_ == -2 || font.name != lastFont_.name || bold != lastFont_.bold || italic != lastFont_.italic) {
+    lastFont_ = font;
+    lastPrimary_ = load(font.name, bold, italic);
+  }
+  int primary = lastPrimary_;
   if (primary < 0) return false;
   const TrueTypeFont& main = *fonts_[static_cast<std::size_t>(primary)].font;
   out = ShapedText{};
@@ -218,8 +222,11 @@ bool EmbeddedFonts::shape(const layout::Font& font, TextView text, ShapedText& o
     }
     Loaded& loaded = fonts_[static_cast<std::size_t>(id)];
     std::uint16_t glyph = loaded.font->glyphFor(c);
-    loaded.glyphs.emplace(glyph, c);
-    if (glyph) loaded.characters.emplace(c, glyph);
+    char32_t& first = loaded.glyphs[glyph];
+    if (first != c) {
+      if (!first) first = c;
+      if (glyph) loaded.characters.try_emplace(c, glyph);
+    }
     width += static_cast<double>(loaded.font->advance(glyph)) / loaded.font->unitsPerEm();
     if (out.pieces.empty() || out.pieces.back().font != id) out.pieces.push_back({id, {}});
     hex4(out.pieces.back().glyphs, glyph);
@@ -245,7 +252,12 @@ void EmbeddedFonts::write(const std::function<int()>& reserve, const WriteObject
                                static_cast<int>(id));
 
     std::set<std::uint16_t> used;
-    for (const auto& [glyph, c] : loaded.glyphs) used.insert(glyph);
+    std::vector<std::pair<std::uint16_t, char32_t>> pairs;
+    for (std::size_t glyph = 0; glyph < loaded.glyphs.size(); ++glyph)
+      if (char32_t c = loaded.glyphs[glyph]) {
+        used.insert(static_cast<std::uint16_t>(glyph));
+        pairs.emplace_back(static_cast<std::uint16_t>(glyph), c);
+      }
     std::string file = font.subset(used, loaded.characters);
     int fileObject = reserve();
     stream(fileObject, "/Filter /FlateDecode /Length1 " + std::to_string(file.size()), deflated(file));
@@ -281,7 +293,6 @@ void EmbeddedFonts::write(const std::function<int()>& reserve, const WriteObject
         "/CIDSystemInfo << /Registry (Adobe) /Ordering (UCS) /Supplement 0 >> def\n"
         "/CMapName /Adobe-Identity-UCS def\n/CMapType 2 def\n"
         "1 begincodespacerange\n<0000> <FFFF>\nendcodespacerange\n";
-    std::vector<std::pair<std::uint16_t, char32_t>> pairs(loaded.glyphs.begin(), loaded.glyphs.end());
     for (std::size_t from = 0; from < pairs.size(); from += 100) {
       std::size_t to = std::min(pairs.size(), from + 100);
       cmap += std::to_string(to - from) + " beginbfchar\n";

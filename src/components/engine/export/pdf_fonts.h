@@ -84,7 +84,7 @@ class EmbeddedFonts {
   struct Loaded {
     std::shared_ptr<const TrueTypeFont> font;
     int object = 0;
-    std::map<std::uint16_t, char32_t> glyphs;       // glyph used -> its character
+    std::vector<char32_t> glyphs;                  // by glyph: its character, 0 when unused
     std::map<char32_t, std::uint16_t> characters;  // character -> glyph
   };
   int load(const Text& face, bool bold, bool italic);  // -1 when there is none
@@ -96,6 +96,10 @@ class EmbeddedFonts {
   std::map<std::string, int> byFile_;  // the same file under another face name
   std::map<std::tuple<char32_t, bool, bool>, int> fallbackFor_;
   std::vector<Text> fallbackFaces_;
+  // The last report font shaped and its font: runs come in long stretches
+  // of one font.
+  layout::Font lastFont_;
+  int lastPrimary_ = -2;
   bool fallbackFacesKnown_ = false;
 };
 

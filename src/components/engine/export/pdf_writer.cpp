@@ -57,7 +57,7 @@ std::string deflate(const std::string& data) {
   uLongf size = compressBound(static_cast<uLong>(data.size()));
   std::string out(size, '\0');
   if (compress2(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(data.data()),
-                static_cast<uLong>(data.size()), 6) != Z_OK)
+                static_cast<uLong>(data.size()), 3) != Z_OK)
     throw std::bad_alloc();
   out.resize(size);
   return out;
@@ -141,10 +141,12 @@ class PageContent {
     if (doc_.fonts.shape(run.font, run.text, shaped)) {
       width = shaped.widthEm * size;
       ascent = shaped.ascentEm * size;
+      std::string sizeText = num(size);
       for (const auto& piece : shaped.pieces) {
-        int object = doc_.fonts.objectOf(piece.font, [this] { return doc_.file.reserve(); });
-        fonts_.emplace("F" + std::to_string(piece.font), object);
-        show += "/F" + std::to_string(piece.font) + ' ' + num(size) + " Tf <" + piece.glyphs + "> Tj ";
+        std::string name = "F" + std::to_string(piece.font);
+        if (!fonts_.count(name))
+          fonts_.emplace(name, doc_.fonts.objectOf(piece.font, [this] { return doc_.file.reserve(); }));
+        ((((((show += '/') += name) += ' ') += sizeText) += " Tf <") += piece.glyphs) += "> Tj ";
       }
     } else {
       PdfFont font = pdfFontFor(run.font);
@@ -168,18 +170,17 @@ class PageContent {
     bool fake = shaped.fakeBold || shaped.fakeItalic;
     bool saved = clip || fake || run.font.underline;
     if (saved) content_ += "q ";
-    if (clip) content_ += rect(run.box) + " re W n\n";
+    if (clip) (content_ += rect(run.box)) += " re W n\n";
     if (saved || run.colour != fill_) {
       content_ += colour(run.colour, "rg");
       if (!saved) fill_ = run.colour;
     }
     content_ += "BT ";
-    if (shaped.fakeBold) content_ += colour(run.colour, "RG") + num(size * 0.03) + " w 2 Tr ";
-    if (shaped.fakeItalic)
-      content_ += "1 0 0.21 1 " + num(x) + ' ' + num(baseline) + " Tm ";
-    else
-      content_ += num(x) + ' ' + num(baseline) + " Td ";
-    content_ += show + "ET\n";
+    if (shaped.fakeBold) ((content_ += colour(run.colour, "RG")) += num(size * 0.03)) += " w 2 Tr ";
+    content_ += shaped.fakeItalic ? "1 0 0.21 1 " : "";
+    ((content_ += num(x)) += ' ') += num(baseline);
+    content_ += shaped.fakeItalic ? " Tm " : " Td ";
+    (content_ += show) += "ET\n";
     if (run.font.underline) {
       double y = baseline - size * 0.1;
       content_ += colour(run.colour, "RG") + num(size * 0.05) + " w " + num(x) + ' ' + num(y) + " m " +

@@ -90,7 +90,8 @@ TrueTypeFont::TrueTypeFont(std::string bytes) : bytes_(std::move(bytes)) {
   descent_ = -hhea.s16(6);
   metricCount_ = std::min<int>(hhea.u16(34), glyphCount_);
   if (metricCount_ < 1) throw FontError("the font has no widths");
-  Reader{table("hmtx")}.need(0, 4u * metricCount_);
+  hmtx_ = table("hmtx");
+  Reader{hmtx_}.need(0, 4u * metricCount_);
   Reader{table("loca")}.need(0, (longLoca_ ? 4u : 2u) * (glyphCount_ + 1u));
 
   if (auto os2 = table("OS/2"); os2.size() >= 78) {
@@ -106,6 +107,9 @@ TrueTypeFont::TrueTypeFont(std::string bytes) : bytes_(std::move(bytes)) {
     fixedPitch_ = r.u32(12) != 0;
   }
   readCmap();
+  bmp_.assign(0x10000, 0);
+  for (auto [c, glyph] : cmap_)
+    if (c < 0x10000) bmp_[c] = glyph;
   family_ = readName(1);
   postScriptName_ = readName(6);
 }
@@ -117,8 +121,7 @@ std::string_view TrueTypeFont::table(std::string_view tag) const {
 
 int TrueTypeFont::advance(std::uint16_t glyph) const {
   if (glyph >= glyphCount_) glyph = 0;
-  Reader hmtx{table("hmtx")};
-  return hmtx.u16(4u * std::min<int>(glyph, metricCount_ - 1));
+  return Reader{hmtx_}.u16(4u * std::min<int>(glyph, metricCount_ - 1));
 }
 
 std::string_view TrueTypeFont::glyphData(std::uint16_t glyph) const {

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace mervane::engine::exporting {
 
@@ -30,6 +31,7 @@ class TrueTypeFont {
 
   // The glyph for a character; 0 (.notdef) when the font lacks it.
   std::uint16_t glyphFor(char32_t c) const {
+    if (c < bmp_.size()) return bmp_[c];
     auto found = cmap_.find(c);
     return found == cmap_.end() ? 0 : found->second;
   }
@@ -70,6 +72,7 @@ class TrueTypeFont {
   std::string bytes_;
   std::map<std::string, std::string_view, std::less<>> tables_;
   std::unordered_map<char32_t, std::uint16_t> cmap_;
+  std::vector<std::uint16_t> bmp_;  // the first plane's glyphs by character, for speed
   int glyphCount_ = 0;
   int unitsPerEm_ = 1000;
   int ascent_ = 0, descent_ = 0, capHeight_ = 0;
@@ -79,6 +82,7 @@ class TrueTypeFont {
   std::uint16_t macStyle_ = 0;
   bool longLoca_ = false;
   int metricCount_ = 0;
+  std::string_view hmtx_;  // looked up once: advance() runs for every character
   std::string family_, postScriptName_;
 };
 
