@@ -13,8 +13,13 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <condition_variable>
 #include <cstdio>
+#include <deque>
+#include <exception>
 #include <map>
+#include <mutex>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -329,14 +334,83 @@ std::string pdfDate(std::chrono::system_clock::time_point when) {
   return std::string("(") + out + ')';
 }
 
+// Pages laid out one ahead of the writer, on a thread of their own, so that
+// laying out and writing share the machine's cores. At most a few pages
+// wait; the feed is asked in order, as it expects.
+class PagesAhead {
+ public:
+  explicit PagesAhead(const PageFeed& pages) : pages_(pages), worker_([this] { run(); }) {}
+  ~PagesAhead() {
+    {
+      std::lock_guard guard(lock_);
+      stop_ = true;
+    }
+    changed_.notify_all();
+    worker_.join();
+  }
+  PagesAhead(const PagesAhead&) = delete;
+  PagesAhead& operator=(const PagesAhead&) = delete;
+
+  // The next page, or null after the last; what the feed threw, rethrown.
+  std::shared_ptr<const layout::Page> next() {
+    std::unique_lock guard(lock_);
+    changed_.wait(guard, [this] { return !ready_.empty() || done_; });
+    if (ready_.empty()) {
+      if (error_) std::rethrow_exception(error_);
+      return nullptr;
+    }
+    auto page = std::move(ready_.front());
+    ready_.pop_front();
+    changed_.notify_all();
+    return page;
+  }
+
+ private:
+  void run() {
+    for (std::int32_t number = 1;; ++number) {
+      {
+        std::unique_lock guard(lock_);
+        changed_.wait(guard, [this] { return ready_.size() < 4 || stop_; });
+        if (stop_) break;
+      }
+      std::shared_ptr<const layout::Page> page;
+      std::exception_ptr error;
+      try {
+        page = pages_(number);
+      } catch (...) {
+        error = std::current_exception();
+      }
+      std::lock_guard guard(lock_);
+      if (!page) {
+        error_ = error;
+        break;
+      }
+      ready_.push_back(std::move(page));
+      changed_.notify_all();
+    }
+    std::lock_guard guard(lock_);
+    done_ = true;
+    changed_.notify_all();
+  }
+
+  const PageFeed& pages_;
+  std::mutex lock_;
+  std::condition_variable changed_;
+  std::deque<std::shared_ptr<const layout::Page>> ready_;
+  std::exception_ptr error_;
+  bool done_ = false, stop_ = false;
+  std::thread worker_;  // last: started once the rest exists
+};
+
 }  // namespace
 
 bool writePdf(const PageFeed& pages, std::ostream& out, const Progress& progress, const PdfOptions& options) {
   Document doc(out, options.fonts);
   PdfFile& file = doc.file;
   std::vector<int> pageObjects;
+  PagesAhead ahead(pages);
   for (std::int32_t number = 1;; ++number) {
-    std::shared_ptr<const layout::Page> page = pages(number);
+    std::shared_ptr<const layout::Page> page = ahead.next();
     if (!page) break;
     double width = std::max(1, page->width) / 20.0, height = std::max(1, page->height) / 20.0;
     PageContent content(doc, height);
