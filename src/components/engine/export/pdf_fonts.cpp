@@ -203,7 +203,7 @@ bool EmbeddedFonts::shape(const layout::Font& font, TextView text, ShapedText& o
   int primary = lastPrimary_;
   if (primary < 0) return false;
   const TrueTypeFont& main = *fonts_[static_cast<std::size_t>(primary)].font;
-  out = ShapedText{};
+  out.count = 0;
   out.ascentEm = static_cast<double>(main.ascent()) / main.unitsPerEm();
   out.fakeBold = bold && !main.bold();
   out.fakeItalic = italic && !main.italic();
@@ -228,8 +228,12 @@ bool EmbeddedFonts::shape(const layout::Font& font, TextView text, ShapedText& o
       if (glyph) loaded.characters.try_emplace(c, glyph);
     }
     width += static_cast<double>(loaded.font->advance(glyph)) / loaded.font->unitsPerEm();
-    if (out.pieces.empty() || out.pieces.back().font != id) out.pieces.push_back({id, {}});
-    hex4(out.pieces.back().glyphs, glyph);
+    if (out.count == 0 || out.pieces[out.count - 1].font != id) {
+      if (out.count == out.pieces.size()) out.pieces.emplace_back();
+      out.pieces[out.count].font = id;
+      out.pieces[out.count++].glyphs.clear();
+    }
+    hex4(out.pieces[out.count - 1].glyphs, glyph);
   }
   out.widthEm = width;
   return true;

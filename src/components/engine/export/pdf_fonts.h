@@ -55,7 +55,8 @@ struct ShapedText {
     int font = 0;        // resource /F<font>
     std::string glyphs;  // glyph numbers, four hex digits each
   };
-  std::vector<Piece> pieces;
+  std::vector<Piece> pieces;  // the first `count`; the rest kept for their buffers
+  std::size_t count = 0;
   double widthEm = 0;     // the advance of the whole text, in ems
   double ascentEm = 0.9;  // the report font's baseline below the line's top
   bool fakeBold = false;  // the face has no bold (or italic) of its own:

@@ -58,15 +58,33 @@ std::string literal(const std::string& bytes) {
   return out + ')';
 }
 
-std::string deflate(const std::string& data) {
-  uLongf size = compressBound(static_cast<uLong>(data.size()));
-  std::string out(size, '\0');
-  if (compress2(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(data.data()),
-                static_cast<uLong>(data.size()), 3) != Z_OK)
-    throw std::bad_alloc();
-  out.resize(size);
-  return out;
-}
+// Deflate with one compressor kept for the whole file: setting one up costs
+// a quarter of a megabyte, too much to pay again for every page.
+class Compressor {
+ public:
+  Compressor() {
+    if (deflateInit(&stream_, 3) != Z_OK) throw std::bad_alloc();
+  }
+  ~Compressor() { deflateEnd(&stream_); }
+  Compressor(const Compressor&) = delete;
+  Compressor& operator=(const Compressor&) = delete;
+
+  const std::string& operator()(const std::string& data) {
+    deflateReset(&stream_);
+    out_.resize(deflateBound(&stream_, static_cast<uLong>(data.size())));
+    stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
+    stream_.avail_in = static_cast<uInt>(data.size());
+    stream_.next_out = reinterpret_cast<Bytef*>(out_.data());
+    stream_.avail_out = static_cast<uInt>(out_.size());
+    if (::deflate(&stream_, Z_FINISH) != Z_STREAM_END) throw std::bad_alloc();
+    out_.resize(out_.size() - stream_.avail_out);
+    return out_;
+  }
+
+ private:
+  z_stream stream_{};
+  std::string out_;
+};
 
 class PdfFile {
  public:
@@ -126,6 +144,9 @@ class PdfFile {
 struct Document {
   explicit Document(std::ostream& out, std::shared_ptr<FontSource> source) : file(out), fonts(std::move(source)) {}
   PdfFile file;
+  Compressor deflate;
+  ShapedText shaped;  // one run's text at a time, its buffers kept
+  std::string show;
   std::array<int, 12> standardFonts{};
   EmbeddedFonts fonts;
   // Pictures by their pixels; the pixels are held so the key stays theirs.
@@ -140,14 +161,17 @@ class PageContent {
   void add(const layout::TextRun& run) {
     if (run.text.empty() || run.box.width <= 0 || run.box.height <= 0) return;
     double size = std::max(1, run.font.size) / 20.0;
-    ShapedText shaped;
-    std::string show;  // the text operators, the font's or fonts' own
+    ShapedText& shaped = doc_.shaped;
+    shaped.fakeBold = shaped.fakeItalic = false;
+    std::string& show = doc_.show;  // the text operators, the font's or fonts' own
+    show.clear();
     double width = 0, ascent = 0;
     if (doc_.fonts.shape(run.font, run.text, shaped)) {
       width = shaped.widthEm * size;
       ascent = shaped.ascentEm * size;
       std::string sizeText = num(size);
-      for (const auto& piece : shaped.pieces) {
+      for (std::size_t i = 0; i < shaped.count; ++i) {
+        const auto& piece = shaped.pieces[i];
         std::string name = "F" + std::to_string(piece.font);
         if (!fonts_.count(name))
           fonts_.emplace(name, doc_.fonts.objectOf(piece.font, [this] { return doc_.file.reserve(); }));
@@ -295,13 +319,13 @@ class PageContent {
     int mask = 0;
     if (translucent) {
       mask = doc_.file.reserve();
-      doc_.file.stream(mask, "/Type /XObject /Subtype /Image /ColorSpace /DeviceGray " + size, deflate(alpha));
+      doc_.file.stream(mask, "/Type /XObject /Subtype /Image /ColorSpace /DeviceGray " + size, doc_.deflate(alpha));
     }
     int number = doc_.file.reserve();
     doc_.file.stream(number,
                      "/Type /XObject /Subtype /Image /ColorSpace /DeviceRGB " + size +
                          (mask ? " /SMask " + std::to_string(mask) + " 0 R" : ""),
-                     deflate(rgb));
+                     doc_.deflate(rgb));
     return number;
   }
 
@@ -416,7 +440,7 @@ bool writePdf(const PageFeed& pages, std::ostream& out, const Progress& progress
     PageContent content(doc, height);
     for (const auto& item : page->items) std::visit([&](const auto& it) { content.add(it); }, item);
     int stream = file.reserve();
-    file.stream(stream, "/Filter /FlateDecode", deflate(content.content()));
+    file.stream(stream, "/Filter /FlateDecode", doc.deflate(content.content()));
     int pageObject = file.reserve();
     file.object(pageObject, "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 " + num(width) + ' ' + num(height) +
                                 "] /Resources " + content.resources() + " /Contents " + std::to_string(stream) +
