@@ -31,6 +31,7 @@ harnesses=(
   "connection_fuzzer connection"
   "delimited_fuzzer delimited"
   "vardo_fuzzer vardo"
+  "font_subset_fuzzer fonts"
 )
 
 mkdir -p "$dir"

@@ -279,6 +279,7 @@ TEST(ViewerControl, ExportsWriteWholeFilesOrNothing) {
   std::string bytes((std::istreambuf_iterator<char>(pdf)), std::istreambuf_iterator<char>());
   EXPECT_EQ(bytes.rfind("%PDF-1.4", 0), 0u);
   EXPECT_NE(bytes.find("%%EOF"), std::string::npos);
+  EXPECT_NE(bytes.find("/FontFile2"), std::string::npos);  // the fonts GDI draws with, embedded
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2);
 
   host.viewer->exportTo((folder / L"missing" / L"report.pdf").wstring());

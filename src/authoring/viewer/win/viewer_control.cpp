@@ -20,6 +20,7 @@
 #include "components/engine/data/report_data.h"
 #include "components/engine/export/csv_writer.h"
 #include "components/engine/export/pdf_writer.h"
+#include "components/engine/win/gdi_font_source.h"
 #include "components/engine/win/gdi_measure.h"
 #include "printing/win/report_printing.h"
 
@@ -939,9 +940,15 @@ void ViewerControl::exportTo(const std::wstring& path) {
   auto job = std::make_unique<ExportJob>();
   job->path = path;
   bool csv = endsWithNoCase(path, L".csv");
+  engine::exporting::PdfOptions pdf;
+  pdf.fonts = std::make_shared<engine::win::GdiFontSource>();
+  if (report_) {  // the subject: the report file it was made from
+    pdf.title = report_->title();
+    pdf.subject = fromWide(std::filesystem::path(toWide(report_->path())).filename().wstring().c_str());
+  }
   HWND window = hwnd_;
   ExportJob* running = job.get();
-  job->thread = std::thread([running, window, csv, source = source_] {
+  job->thread = std::thread([running, window, csv, pdf = std::move(pdf), source = source_] {
     std::filesystem::path target(running->path);
     wchar_t temp[MAX_PATH] = {};
     std::wstring folder = target.parent_path().wstring();
@@ -970,7 +977,7 @@ void ViewerControl::exportTo(const std::wstring& path) {
           };
           if (out) {
             complete = csv ? engine::exporting::writeCsv(feed, out, progress)
-                           : engine::exporting::writePdf(feed, out, progress);
+                           : engine::exporting::writePdf(feed, out, progress, pdf);
             out.close();
             complete = complete && !out.fail();
           }
