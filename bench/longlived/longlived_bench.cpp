@@ -28,6 +28,7 @@
 
 #include "Mervane100.h"
 #include "base/win/com.h"
+#include "window_hands.h"
 
 using mervane::win::Bstr;
 using mervane::win::ComPtr;
@@ -36,76 +37,9 @@ namespace {
 
 Bstr bstr(const std::wstring& w) { return Bstr(mervane::win::fromWide(w.c_str())); }
 
-// Ids the person's hands reach: the designer window's tab strip, the
-// viewer's page box, Export button and status text, and the save dialog's
-// file name box.
-constexpr int kTabStrip = 1;
-constexpr int kPageBox = 1003;
-constexpr int kExportButton = 1011;
-constexpr int kStatusText = 1012;
-constexpr int kFileNameCombo = 0x47C;
-constexpr int kFileNameEdit = 0x480;
+using namespace mervane::hands;
 
 const wchar_t kRoot[] = L"Mervane Long-lived Bench";
-
-std::wstring text(HWND window) {
-  wchar_t buffer[1024] = {};
-  SendMessageTimeoutW(window, WM_GETTEXT, 1024, reinterpret_cast<LPARAM>(buffer), SMTO_ABORTIFHUNG, 2000, nullptr);
-  return buffer;
-}
-
-bool startsWith(const std::wstring& text, const std::wstring& start) {
-  return text.compare(0, start.size(), start) == 0;
-}
-
-template <class Done>
-bool waitFor(Done done, int ms) {
-  for (int waited = 0; waited < ms; waited += 10) {
-    if (done()) return true;
-    Sleep(10);
-  }
-  return done();
-}
-
-struct Search {
-  std::wstring prefix;
-  HWND found = nullptr;
-};
-
-BOOL CALLBACK visit(HWND window, LPARAM data) {
-  auto* s = reinterpret_cast<Search*>(data);
-  DWORD process = 0;
-  GetWindowThreadProcessId(window, &process);
-  if (process != GetCurrentProcessId() || !IsWindowVisible(window)) return TRUE;
-  if (!startsWith(text(window), s->prefix)) return TRUE;
-  s->found = window;
-  return FALSE;
-}
-
-HWND windowCalled(const std::wstring& prefix, int ms) {
-  Search s{prefix};
-  waitFor([&] {
-    EnumWindows(visit, reinterpret_cast<LPARAM>(&s));
-    return s.found != nullptr;
-  }, ms);
-  return s.found;
-}
-
-BOOL CALLBACK findViewer(HWND child, LPARAM data) {
-  wchar_t name[64] = {};
-  GetClassNameW(child, name, 64);
-  if (std::wstring(name) != L"MervaneReportViewer") return TRUE;
-  *reinterpret_cast<HWND*>(data) = child;
-  return FALSE;
-}
-
-void clickTab(HWND tabs, int index) {
-  RECT r{};
-  SendMessageW(tabs, TCM_GETITEMRECT, index, reinterpret_cast<LPARAM>(&r));
-  LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
-  PostMessageW(tabs, WM_LBUTTONDOWN, MK_LBUTTON, at);
-  PostMessageW(tabs, WM_LBUTTONUP, 0, at);
-}
 
 // One visit of the person to the designer window: Preview, the first page,
 // Export to `pdf`, close. True when the PDF was written.
@@ -113,8 +47,7 @@ bool person(const std::wstring& pdf) {
   HWND window = windowCalled(L"Edit Report - ", 30000);
   if (!window) return false;
   bool exported = false;
-  HWND viewer = nullptr;
-  EnumChildWindows(window, findViewer, reinterpret_cast<LPARAM>(&viewer));
+  HWND viewer = viewerIn(window);
   clickTab(GetDlgItem(window, kTabStrip), 1);
   const bool shown = viewer && waitFor([&] {
     std::wstring box = text(GetDlgItem(viewer, kPageBox));

@@ -23,17 +23,11 @@
 
 #include "Mervane100.h"
 #include "png_file.h"
+#include "window_hands.h"
 
 namespace {
 
-// Ids of the windows the person's hands reach (the designer window's tab
-// strip and the viewer's tools), and the save dialog's file name box.
-constexpr int kTabStrip = 1;
-constexpr int kPageBox = 1003;
-constexpr int kExportButton = 1011;
-constexpr int kStatusText = 1012;
-constexpr int kFileNameCombo = 0x47C;
-constexpr int kFileNameEdit = 0x480;
+using namespace mervane::hands;
 
 // Lines on standard output in UTF-8, whatever the console's code page.
 void say(const std::wstring& line) {
@@ -53,66 +47,6 @@ std::wstring shownPath(std::wstring path) {
   return path;
 }
 
-std::wstring text(HWND window) {
-  wchar_t buffer[1024] = {};
-  SendMessageTimeoutW(window, WM_GETTEXT, 1024, reinterpret_cast<LPARAM>(buffer), SMTO_ABORTIFHUNG, 2000, nullptr);
-  return buffer;
-}
-
-bool startsWith(const std::wstring& text, const std::wstring& start) {
-  return wcsncmp(text.c_str(), start.c_str(), start.size()) == 0;
-}
-
-template <class Done>
-bool waitFor(Done done, int ms) {
-  for (int waited = 0; waited < ms; waited += 50) {
-    if (done()) return true;
-    Sleep(50);
-  }
-  return done();
-}
-
-struct Search {
-  std::wstring prefix;
-  HWND found = nullptr;
-};
-
-BOOL CALLBACK visit(HWND window, LPARAM data) {
-  auto* s = reinterpret_cast<Search*>(data);
-  DWORD process = 0;
-  GetWindowThreadProcessId(window, &process);
-  if (process != GetCurrentProcessId() || !IsWindowVisible(window)) return TRUE;
-  if (!startsWith(text(window), s->prefix)) return TRUE;
-  s->found = window;
-  return FALSE;
-}
-
-// The visible top-level window of this program whose caption starts so.
-HWND windowCalled(const std::wstring& prefix, int ms) {
-  Search s{prefix};
-  waitFor([&] {
-    EnumWindows(visit, reinterpret_cast<LPARAM>(&s));
-    return s.found != nullptr;
-  }, ms);
-  return s.found;
-}
-
-BOOL CALLBACK visitChild(HWND child, LPARAM data) {
-  wchar_t name[64] = {};
-  GetClassNameW(child, name, 64);
-  if (std::wstring(name) != L"MervaneReportViewer") return TRUE;
-  *reinterpret_cast<HWND*>(data) = child;
-  return FALSE;
-}
-
-// A click of the mouse on a tab of the tab strip.
-void clickTab(HWND tabs, int index) {
-  RECT r{};
-  SendMessageW(tabs, TCM_GETITEMRECT, index, reinterpret_cast<LPARAM>(&r));
-  LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
-  PostMessageW(tabs, WM_LBUTTONDOWN, MK_LBUTTON, at);
-  PostMessageW(tabs, WM_LBUTTONUP, 0, at);
-}
 
 bool savePicture(HWND window, const std::wstring& path) {
   RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
@@ -141,8 +75,7 @@ int person(const std::wstring& folder, const std::wstring& pdfName, bool stay) {
 
   HWND tabs = GetDlgItem(window, kTabStrip);
   clickTab(tabs, 1);
-  HWND viewer = nullptr;
-  EnumChildWindows(window, visitChild, reinterpret_cast<LPARAM>(&viewer));
+  HWND viewer = viewerIn(window);
   // The first page is in when the page box shows the count ("1 of 3").
   bool shown = viewer && waitFor([&] {
     std::wstring box = text(GetDlgItem(viewer, kPageBox));
