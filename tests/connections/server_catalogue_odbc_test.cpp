@@ -22,6 +22,7 @@
 #include "components/engine/engine.h"
 #include "connections/report_locations.h"
 #include "connections/server_catalogue.h"
+#include "../support/postgres_env.h"
 
 namespace mervane {
 namespace {
@@ -32,16 +33,7 @@ std::string fixtureDir() {
 }
 
 std::map<std::string, std::string> postgresEnv() {
-  std::map<std::string, std::string> env;
-  std::ifstream in(fixtureDir() + "/postgres.env");
-  for (std::string line; std::getline(in, line);) {
-    auto eq = line.find('=');
-    if (eq == std::string::npos) continue;
-    std::string value = line.substr(eq + 1);
-    if (value.size() >= 2 && value.front() == '\'') value = value.substr(1, value.size() - 2);
-    env[line.substr(0, eq)] = value;
-  }
-  return env;
+  return mervane::testing::readPostgresEnv(fixtureDir() + "/postgres.env");
 }
 
 // A chooser that keeps what it is given and answers Cancel.

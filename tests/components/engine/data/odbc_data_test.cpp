@@ -23,6 +23,7 @@
 #include "components/engine/data/catalogue.h"
 #include "components/engine/data/odbc_data_provider.h"
 #include "components/engine/formula/formula.h"
+#include "../../../support/postgres_env.h"
 
 namespace mervane::engine::data {
 namespace {
@@ -36,16 +37,7 @@ std::string fixtureDir() {
 }
 
 std::map<std::string, std::string> postgresEnv() {
-  std::map<std::string, std::string> env;
-  std::ifstream in(fixtureDir() + "/postgres.env");
-  for (std::string line; std::getline(in, line);) {
-    auto eq = line.find('=');
-    if (eq == std::string::npos) continue;
-    std::string value = line.substr(eq + 1);
-    if (value.size() >= 2 && value.front() == '\'') value = value.substr(1, value.size() - 2);
-    env[line.substr(0, eq)] = value;
-  }
-  return env;
+  return mervane::testing::readPostgresEnv(fixtureDir() + "/postgres.env");
 }
 
 // What a command prints, one row per line, fields split at tabs.

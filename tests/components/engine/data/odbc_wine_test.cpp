@@ -12,6 +12,7 @@
 #include "components/engine/data/catalogue.h"
 #include "components/engine/data/odbc.h"
 #include "components/engine/data/odbc_data_provider.h"
+#include "../../../support/postgres_env.h"
 
 namespace mervane::engine::data {
 namespace {
@@ -21,16 +22,7 @@ using formula::Value;
 std::string g_fixture;
 
 std::map<std::string, std::string> postgresEnv() {
-  std::map<std::string, std::string> env;
-  std::ifstream in(g_fixture + "\\postgres.env");
-  for (std::string line; std::getline(in, line);) {
-    auto eq = line.find('=');
-    if (eq == std::string::npos) continue;
-    std::string value = line.substr(eq + 1);
-    if (value.size() >= 2 && value.front() == '\'') value = value.substr(1, value.size() - 2);
-    env[line.substr(0, eq)] = value;
-  }
-  return env;
+  return mervane::testing::readPostgresEnv(g_fixture + "\\postgres.env");
 }
 
 model::FieldRef field(Text table, Text column) {

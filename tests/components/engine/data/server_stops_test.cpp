@@ -12,24 +12,12 @@
 #include <string>
 
 #include "components/engine/data/odbc_data_provider.h"
+#include "../../../support/postgres_env.h"
 
 namespace mervane::engine::data {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::map<std::string, std::string> readEnv(const fs::path& file) {
-  std::map<std::string, std::string> env;
-  std::ifstream in(file);
-  for (std::string line; std::getline(in, line);) {
-    auto eq = line.find('=');
-    if (eq == std::string::npos) continue;
-    std::string value = line.substr(eq + 1);
-    if (value.size() >= 2 && value.front() == '\'') value = value.substr(1, value.size() - 2);
-    env[line.substr(0, eq)] = value;
-  }
-  return env;
-}
 
 TEST(ServerStops, AFetchCutOffEndsInADataErrorSoon) {
   const char* fixture = std::getenv("MERVANE_DATA_FIXTURE");
@@ -37,7 +25,7 @@ TEST(ServerStops, AFetchCutOffEndsInADataErrorSoon) {
   const fs::path dir = fs::path(fixture) / "stopping";
   const std::string script = MERVANE_POSTGRES_SCRIPT;
   ASSERT_EQ(std::system((script + " start '" + dir.string() + "' '" + fixture + "/company.db' >/dev/null").c_str()), 0);
-  auto env = readEnv(dir / "postgres.env");
+  auto env = mervane::testing::readPostgresEnv((dir / "postgres.env").string());
   // A table of 200,000 rows, so that the cursor is far from its end.
   ASSERT_EQ(std::system(("psql -X -q -h '" + (dir / "cluster").string() + "' -p " + env["PGPORT"] +
                          " -U postgres company -c 'CREATE TABLE \"Many\" AS SELECT generate_series(1, 200000) AS "
