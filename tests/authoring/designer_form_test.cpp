@@ -575,7 +575,9 @@ TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
           SetFocus(tree);
           PostMessageW(tree, WM_KEYDOWN, VK_SPACE, 1);
           PostMessageW(tree, WM_KEYUP, VK_SPACE, 0xC0000001);
-          Sleep(200);
+          // The next selection is a sent message and would overtake the posted
+          // key: wait for the tick to show before moving on.
+          EXPECT_TRUE(waitFor([&] { return TreeView_GetCheckState(tree, i) == 1; })) << nodes.back();
         }
       }
       p.press(dialog, IDOK);
@@ -592,7 +594,7 @@ TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
       // The report as built is not a change of the user's: it closes without a question.
       PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
       closedQuietly = Person::waitHidden(window);
-    });
+    }, 3000);  // after the chooser and the report's first columns
     VARIANT_BOOL shown = VARIANT_FALSE;
     ASSERT_EQ(functions_->NewVisualReport(&shown), S_OK);
     EXPECT_EQ(shown, VARIANT_TRUE);

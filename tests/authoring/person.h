@@ -23,16 +23,18 @@ namespace mervane::testing {
 
 class Person {
  public:
-  explicit Person(std::wstring caption, std::function<void(Person&, HWND)> script)
-      : caption_(std::move(caption)), script_(std::move(script)), thread_([this] { run(); }) {}
+  // `patience` is how long to wait for the window, in hundredths of a
+  // second: longer for a window that comes after another one.
+  explicit Person(std::wstring caption, std::function<void(Person&, HWND)> script, int patience = 200)
+      : caption_(std::move(caption)), script_(std::move(script)), patience_(patience), thread_([this] { run(); }) {}
   ~Person() { thread_.join(); }
   Person(const Person&) = delete;
   Person& operator=(const Person&) = delete;
 
   // The visible top-level window of this process with this caption, waited
-  // for up to two seconds; null if none appears.
-  static HWND waitForWindow(const std::wstring& caption, HWND owner = nullptr) {
-    for (int i = 0; i < 200; ++i) {
+  // for up to two seconds (or `patience`); null if none appears.
+  static HWND waitForWindow(const std::wstring& caption, HWND owner = nullptr, int patience = 200) {
+    for (int i = 0; i < patience; ++i) {
       Search s{caption, owner, nullptr};
       EnumWindows(visit, reinterpret_cast<LPARAM>(&s));
       if (s.found) return s.found;
@@ -141,7 +143,7 @@ class Person {
   static void settle() { Sleep(60); }
 
   void run() {
-    HWND window = waitForWindow(caption_);
+    HWND window = waitForWindow(caption_, nullptr, patience_);
     if (!window) return;
     if (const char* hold = std::getenv("MERVANE_DIALOG_HOLD_MS")) Sleep(static_cast<DWORD>(std::atoi(hold)));
     script_(*this, window);
@@ -163,6 +165,7 @@ class Person {
 
   std::wstring caption_;
   std::function<void(Person&, HWND)> script_;
+  int patience_;
   std::thread thread_;
 };
 
