@@ -6,7 +6,7 @@
 // use them.
 #pragma once
 
-#include "components/engine/model/report_definition.h"
+#include "engine/model/report_definition.h"
 
 namespace mervane::tools {
 

@@ -6,7 +6,7 @@
 #include <propidl.h>
 
 #include "base/win/com.h"
-#include "components/engine/model/definition_stream.h"
+#include "engine/model/definition_stream.h"
 #include "example_definitions.h"
 
 namespace mervane::tools {

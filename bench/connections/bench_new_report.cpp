@@ -19,8 +19,8 @@
 #include <string>
 
 #include "authoring/new_report.h"
-#include "components/engine/data/catalogue.h"
-#include "components/engine/engine.h"
+#include "engine/data/catalogue.h"
+#include "engine/engine.h"
 
 namespace mervane {
 namespace {

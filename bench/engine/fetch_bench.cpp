@@ -15,10 +15,10 @@
 #include <string>
 #include <vector>
 
-#include "components/engine/data/connection_resolver.h"
-#include "components/engine/data/odbc.h"
-#include "components/engine/data/odbc_api.h"
-#include "components/engine/data/odbc_data_provider.h"
+#include "engine/data/connection_resolver.h"
+#include "engine/data/odbc.h"
+#include "engine/data/odbc_api.h"
+#include "engine/data/odbc_data_provider.h"
 
 using namespace mervane;
 using namespace mervane::engine;

@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "components/engine/layout/page_source.h"
+#include "engine/layout/page_source.h"
 
 using namespace mervane;
 using namespace mervane::engine;

@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "components/engine/win/page_painter.h"
+#include "engine/win/page_painter.h"
 #include "fake_pages.h"
 #include "printing/win/report_printing.h"
 

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "components/engine/data/connection_resolver.h"
+#include "engine/data/connection_resolver.h"
 
 using namespace mervane;
 using namespace mervane::engine::data;

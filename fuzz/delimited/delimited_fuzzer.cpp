@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "components/engine/data/delimited_text.h"
+#include "engine/data/delimited_text.h"
 
 using namespace mervane;
 using namespace mervane::engine;

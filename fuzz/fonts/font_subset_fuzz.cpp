@@ -9,7 +9,7 @@
 #include <set>
 #include <string>
 
-#include "components/engine/export/truetype.h"
+#include "engine/export/truetype.h"
 
 using mervane::engine::exporting::FontError;
 using mervane::engine::exporting::TrueTypeFont;

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "components/engine/formula/formula.h"
-#include "components/engine/formula/sql_filter.h"
+#include "engine/formula/formula.h"
+#include "engine/formula/sql_filter.h"
 
 namespace formula = mervane::engine::formula;
 using mervane::Text;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "components/engine/model/definition_stream.h"
+#include "engine/model/definition_stream.h"
 
 using namespace mervane::engine::model;
 

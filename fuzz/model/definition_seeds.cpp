@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "components/engine/model/definition_stream.h"
+#include "engine/model/definition_stream.h"
 #include "sample_definition.h"
 
 using namespace mervane::engine::model;

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "components/engine/summary_information.h"
+#include "engine/summary_information.h"
 
 using namespace mervane::engine;
 

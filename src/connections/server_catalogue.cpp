@@ -2,7 +2,7 @@
 // server_catalogue.h).
 #include "connections/server_catalogue.h"
 
-#include "components/engine/data/catalogue.h"
+#include "engine/data/catalogue.h"
 
 namespace mervane {
 

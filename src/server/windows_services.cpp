@@ -2,7 +2,7 @@
 
 #include "base/win/form.h"
 #include "catalogue/win/calculating_form.h"
-#include "components/engine/win/engine_factory.h"
+#include "engine/win/engine_factory.h"
 #include "components/win/host_components.h"
 
 namespace mervane::server {

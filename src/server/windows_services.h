@@ -2,7 +2,7 @@
 // the Win32 file system, the library's own engine and forms.
 #pragma once
 
-#include "base/win/win32_file_system.h"
+#include "components/win/win32_file_system.h"
 #include "components/services.h"
 
 namespace mervane::server {

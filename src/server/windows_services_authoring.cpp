@@ -3,7 +3,7 @@
 
 #include "authoring/win/designer_form.h"
 #include "authoring/win/details_form.h"
-#include "components/engine/win/engine_factory.h"
+#include "engine/win/engine_factory.h"
 #include "connections/server_catalogue.h"
 #include "connections/win/select_tables_form.h"
 #include "server/windows_services.h"

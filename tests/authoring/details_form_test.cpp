@@ -10,7 +10,7 @@
 
 #include "authoring/details_rules.h"
 #include "authoring/win/details_form.h"
-#include "base/win/win32_file_system.h"
+#include "components/win/win32_file_system.h"
 #include "person.h"
 
 namespace mervane::win {

@@ -8,8 +8,8 @@
 
 #include <algorithm>
 
-#include "components/engine/engine.h"
-#include "components/engine/model/definition_stream.h"
+#include "engine/engine.h"
+#include "engine/model/definition_stream.h"
 
 namespace mervane {
 namespace {

@@ -18,8 +18,8 @@
 #include <set>
 
 #include "authoring/new_report.h"
-#include "components/engine/data/odbc_data_provider.h"
-#include "components/engine/engine.h"
+#include "engine/data/odbc_data_provider.h"
+#include "engine/engine.h"
 #include "connections/report_locations.h"
 #include "connections/server_catalogue.h"
 #include "../support/postgres_env.h"

@@ -15,10 +15,10 @@
 #include <memory>
 #include <random>
 
-#include "base/win/win32_file_system.h"
+#include "components/win/win32_file_system.h"
 #include "catalogue/catalogue_scan.h"
-#include "components/engine/engine.h"
-#include "components/engine/win/engine_factory.h"
+#include "engine/engine.h"
+#include "engine/win/engine_factory.h"
 #include "copy/fake_details_dialog.h"
 #include "maintenance/archive/archiver.h"
 #include "maintenance/copy/copy_report.h"

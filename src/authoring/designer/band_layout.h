@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "components/engine/model/report_definition.h"
+#include "engine/model/report_definition.h"
 
 namespace mervane::authoring::designer {
 

@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-#include "components/engine/document.h"
+#include "engine/document.h"
 
 namespace mervane::authoring::designer {
 

@@ -4,7 +4,7 @@
 #include <map>
 
 #include "authoring/designer/field_list.h"
-#include "components/engine/data/catalogue.h"
+#include "engine/data/catalogue.h"
 
 namespace mervane::authoring::designer {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "authoring/designer/band_layout.h"
-#include "components/engine/layout/display_list.h"
+#include "engine/layout/display_list.h"
 
 namespace mervane::authoring::designer {
 

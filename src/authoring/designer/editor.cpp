@@ -6,8 +6,8 @@
 #include <limits>
 
 #include "authoring/designer/properties.h"
-#include "components/engine/layout/text_flow.h"
-#include "components/engine/model/definition_stream.h"
+#include "engine/layout/text_flow.h"
+#include "engine/model/definition_stream.h"
 
 namespace mervane::authoring::designer {
 

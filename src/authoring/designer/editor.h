@@ -23,8 +23,8 @@
 #include "authoring/designer/commands.h"
 #include "authoring/designer/design_options.h"
 #include "authoring/designer/field_list.h"
-#include "components/engine/document.h"
-#include "components/engine/layout/text_measure.h"
+#include "engine/document.h"
+#include "engine/layout/text_measure.h"
 
 namespace mervane::authoring::designer {
 

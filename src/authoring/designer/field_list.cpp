@@ -6,8 +6,8 @@
 #include <cmath>
 
 #include "authoring/designer/properties.h"
-#include "components/engine/data/table_connection.h"
-#include "components/engine/layout/text_flow.h"
+#include "engine/data/table_connection.h"
+#include "engine/layout/text_flow.h"
 
 namespace mervane::authoring::designer {
 

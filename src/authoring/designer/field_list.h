@@ -12,9 +12,9 @@
 #include <optional>
 #include <vector>
 
-#include "components/engine/document.h"
-#include "components/engine/formula/value.h"
-#include "components/engine/layout/text_measure.h"
+#include "engine/document.h"
+#include "engine/formula/value.h"
+#include "engine/layout/text_measure.h"
 
 namespace mervane::authoring::designer {
 

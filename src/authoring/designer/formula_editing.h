@@ -8,7 +8,7 @@
 #include <span>
 
 #include "base/text.h"
-#include "components/engine/formula/formula.h"
+#include "engine/formula/formula.h"
 
 namespace mervane::authoring {
 

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "components/engine/layout/page_source.h"
+#include "engine/layout/page_source.h"
 
 namespace mervane::viewer {
 

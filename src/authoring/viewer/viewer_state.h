@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "base/text.h"
-#include "components/engine/layout/display_list.h"
+#include "engine/layout/display_list.h"
 
 namespace mervane::viewer {
 

@@ -25,7 +25,7 @@
 #include "authoring/viewer/win/viewer_control.h"
 #include "base/attempt.h"
 #include "base/win/com.h"
-#include "components/engine/engine.h"
+#include "engine/engine.h"
 
 namespace mervane::authoring::win {
 namespace {

@@ -12,7 +12,7 @@
 #include <memory>
 
 #include "base/win/form.h"
-#include "components/engine/win/page_painter.h"
+#include "engine/win/page_painter.h"
 
 namespace mervane::printing::win {
 

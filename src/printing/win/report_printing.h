@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "components/engine/export/page_feed.h"
+#include "engine/export/page_feed.h"
 
 namespace mervane::printing::win {
 

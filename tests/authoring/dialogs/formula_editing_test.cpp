@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "components/engine/formula/syntax.h"
+#include "engine/formula/syntax.h"
 
 namespace mervane::authoring {
 namespace {

@@ -9,7 +9,7 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "components/engine/layout/page_source.h"
+#include "engine/layout/page_source.h"
 
 namespace mervane::testing {
 

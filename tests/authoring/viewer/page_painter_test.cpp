@@ -1,7 +1,7 @@
 // The painter and the GDI measure under Wine: pages painted into a bitmap
 // and its pixels read back: where things land at a scale, text kept inside
 // its box and aligned, fills and images in their colours.
-#include "components/engine/win/page_painter.h"
+#include "engine/win/page_painter.h"
 
 #include <windows.h>
 
@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "components/engine/win/gdi_measure.h"
+#include "engine/win/gdi_measure.h"
 
 using namespace mervane;
 using namespace mervane::engine;

@@ -15,7 +15,7 @@
 #include <fstream>
 #include <thread>
 
-#include "components/engine/data/report_data.h"
+#include "engine/data/report_data.h"
 #include "fake_pages.h"
 
 using namespace mervane;

@@ -17,7 +17,7 @@
 #include "authoring/win/details_form.h"
 #include "base/win/com.h"
 #include "catalogue/catalogue_scan.h"
-#include "components/engine/win/engine_factory.h"
+#include "engine/win/engine_factory.h"
 #include "components/win/host_components.h"
 #include "../../authoring/person.h"
 

@@ -10,7 +10,7 @@
 #include <functional>
 
 #include "authoring/designer/editor.h"
-#include "components/engine/win/page_painter.h"
+#include "engine/win/page_painter.h"
 
 namespace mervane::authoring::win {
 

@@ -15,7 +15,7 @@
 #include "authoring/designer/win/property_panel.h"
 #include "base/win/com.h"
 #include "base/win/form.h"
-#include "components/engine/win/gdi_measure.h"
+#include "engine/win/gdi_measure.h"
 
 namespace mervane::authoring::win {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/text.h"
-#include "components/engine/model/report_definition.h"
+#include "engine/model/report_definition.h"
 
 namespace mervane::authoring::win {
 

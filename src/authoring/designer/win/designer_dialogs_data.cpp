@@ -8,7 +8,7 @@
 #include <algorithm>
 
 #include "authoring/designer/win/designer_dialogs_kit.h"
-#include "components/engine/formula/formula.h"
+#include "engine/formula/formula.h"
 
 namespace mervane::authoring::win {
 

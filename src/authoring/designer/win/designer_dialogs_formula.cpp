@@ -7,7 +7,7 @@
 
 #include "authoring/designer/formula_editing.h"
 #include "authoring/designer/win/designer_dialogs_kit.h"
-#include "components/engine/formula/formula.h"
+#include "engine/formula/formula.h"
 
 namespace mervane::authoring::win {
 

@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <cwchar>
 
-#include "components/engine/formula/formula.h"
+#include "engine/formula/formula.h"
 
 namespace mervane::authoring::win {
 

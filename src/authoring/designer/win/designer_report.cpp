@@ -1,7 +1,7 @@
 // The designer control given an engine report: it edits the report's
 // document and tells the report of every change.
 #include "authoring/designer/win/designer_control.h"
-#include "components/engine/engine.h"
+#include "engine/engine.h"
 
 namespace mervane::authoring::win {
 

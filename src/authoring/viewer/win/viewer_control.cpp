@@ -17,11 +17,11 @@
 #include "authoring/viewer/message_pages.h"
 #include "base/win/com.h"
 #include "base/win/form.h"
-#include "components/engine/data/report_data.h"
-#include "components/engine/export/csv_writer.h"
-#include "components/engine/export/pdf_writer.h"
-#include "components/engine/win/gdi_font_source.h"
-#include "components/engine/win/gdi_measure.h"
+#include "engine/data/report_data.h"
+#include "engine/export/csv_writer.h"
+#include "engine/export/pdf_writer.h"
+#include "engine/win/gdi_font_source.h"
+#include "engine/win/gdi_measure.h"
 #include "printing/win/report_printing.h"
 
 namespace mervane::viewer::win {

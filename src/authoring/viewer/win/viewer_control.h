@@ -30,9 +30,9 @@
 #include <thread>
 
 #include "authoring/viewer/viewer_state.h"
-#include "components/engine/engine.h"
-#include "components/engine/layout/page_source.h"
-#include "components/engine/win/page_painter.h"
+#include "engine/engine.h"
+#include "engine/layout/page_source.h"
+#include "engine/win/page_painter.h"
 
 namespace mervane::printing::win {
 class PrintJob;

@@ -1,0 +1,100 @@
+// The engine's database, table, section and report-object objects: views
+// onto a report's definition, as the library's calls reach them. Each holds
+// its report by reference and is valid while the report is.
+#pragma once
+
+#include <map>
+
+#include "engine/engine.h"
+
+namespace mervane::engine {
+
+class CatalogueCache;
+
+// Tables added through one database object share the catalogue of each
+// connection string: one log-on, the table list read once, each table's
+// columns and keys read once; a log-on that failed is not tried again.
+// The connections close when the object goes.
+class DatabaseObject final : public EngineDatabase {
+ public:
+  DatabaseObject(Report& report, model::ReportDefinition& definition, Text subreport)
+      : report_(report), definition_(definition), subreport_(std::move(subreport)) {}
+  std::vector<std::shared_ptr<EngineTable>> tables() override;
+  void addOleDbSource(const Text& connectionString, const Text& table) override;
+  void logOnServerEx(const Text& driverFile, const Text& server, const Text& database, const Text& user,
+                     const Text& password, const Text& serverType, const Text& connectionString) override;
+
+ private:
+  CatalogueCache& catalogue(const Text& connectionString);
+
+  Report& report_;
+  model::ReportDefinition& definition_;
+  Text subreport_;
+  struct CatalogueEntry {
+    std::shared_ptr<CatalogueCache> catalogue;  // null when the log-on failed
+    Text failure;
+  };
+  std::map<Text, CatalogueEntry> catalogues_;  // by connection string
+};
+
+class TableObject final : public EngineTable {
+ public:
+  TableObject(Report& report, model::ReportDefinition& definition, Text subreport, std::size_t index)
+      : report_(report), definition_(definition), subreport_(std::move(subreport)), index_(index) {}
+  int databaseType() override { return static_cast<int>(table().type); }
+  Text logOnDatabaseName() override { return table().logOn.database; }
+  Text location() override { return table().location; }
+  void setLogOnInfo(const Text& server, const Text& database, const Text& user, const Text& password) override;
+  void setTableLocation(const Text& location, const Text& subLocation, const Text& connectBuffer) override;
+
+ private:
+  model::Table& table();
+  TableSecrets& secrets();
+
+  Report& report_;
+  model::ReportDefinition& definition_;
+  Text subreport_;
+  std::size_t index_;
+};
+
+class SectionObject final : public EngineSection {
+ public:
+  SectionObject(Report& report, model::ReportDefinition& definition, std::size_t index)
+      : report_(report), definition_(definition), index_(index) {}
+  std::vector<std::shared_ptr<EngineReportObject>> reportObjects() override;
+
+ private:
+  Report& report_;
+  model::ReportDefinition& definition_;
+  std::size_t index_;
+};
+
+class ReportObjectObject final : public EngineReportObject {
+ public:
+  ReportObjectObject(Report& report, model::ReportObject& object) : report_(report), object_(object) {}
+  int kind() override { return static_cast<int>(object_.kind); }
+  std::shared_ptr<EngineReport> openSubreport() override;
+
+ private:
+  Report& report_;
+  model::ReportObject& object_;
+};
+
+// A subreport, as a report of its own: its title is the subreport's name;
+// it is saved with its main report, never alone.
+class SubreportReport final : public EngineReport {
+ public:
+  SubreportReport(Report& main, model::Subreport& subreport) : main_(main), subreport_(subreport) {}
+  Text title() override { return subreport_.name; }
+  void setTitle(const Text& title) override { subreport_.name = title; }
+  Text applicationDataText() override { return Text(); }
+  void saveAs(const Text& path, int format) override;
+  std::shared_ptr<EngineDatabase> database() override;
+  std::vector<std::shared_ptr<EngineSection>> sections() override;
+
+ private:
+  Report& main_;
+  model::Subreport& subreport_;
+};
+
+}  // namespace mervane::engine

@@ -1,0 +1,89 @@
+// A laid-out page: what to draw, where, in twips from the page's top left
+// corner. The viewer paints it with GDI, the printer prints it, the PDF and
+// CSV exports and the tests read it. Nothing here measures or draws.
+//
+// Text runs are single lines: the layout engine has already broken long
+// texts into lines and fitted them to their boxes, so every consumer shows
+// the same lines. A run is drawn inside its box, aligned as it says, and
+// clipped to it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <variant>
+#include <vector>
+
+#include "base/text.h"
+#include "engine/model/report_definition.h"
+
+namespace mervane::engine::layout {
+
+struct Rect {
+  std::int32_t x = 0;
+  std::int32_t y = 0;
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  bool operator==(const Rect&) const = default;
+};
+
+struct Font {
+  Text name = u"Arial";
+  std::int32_t size = 200;  // twentieths of a point
+  bool bold = false;
+  bool italic = false;
+  bool underline = false;
+  bool operator==(const Font&) const = default;
+};
+
+enum class TextAlign { Left, Centre, Right };
+
+struct TextRun {
+  Rect box;
+  Font font;
+  std::uint32_t colour = model::kBlack;  // 0xRRGGBB
+  TextAlign align = TextAlign::Left;
+  Text text;
+  // Where the run came from, for find, CSV export and the tests: the report
+  // object's name (empty for the engine's own texts), and the record number
+  // (from 1) of the detail row it printed, 0 outside the details.
+  Text source;
+  std::int64_t record = 0;
+};
+
+struct LineItem {
+  std::int32_t x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+  std::int32_t width = 20;  // twips
+  std::uint32_t colour = model::kBlack;
+  model::BorderStyle style = model::BorderStyle::Single;
+};
+
+struct BoxItem {
+  Rect box;
+  model::BorderStyle border = model::BorderStyle::Single;  // None: fill only
+  std::int32_t borderWidth = 20;
+  std::uint32_t borderColour = model::kBlack;
+  bool filled = false;
+  std::uint32_t fill = model::kWhite;
+};
+
+// Pixels top row first, 0xAARRGGBB each.
+struct ImageItem {
+  Rect box;
+  std::int32_t pixelWidth = 0;
+  std::int32_t pixelHeight = 0;
+  std::shared_ptr<const std::vector<std::uint32_t>> pixels;
+};
+
+using DisplayItem = std::variant<TextRun, LineItem, BoxItem, ImageItem>;
+
+struct Page {
+  std::int32_t number = 1;  // from 1
+  std::int32_t width = 11906;
+  std::int32_t height = 16838;
+  std::vector<DisplayItem> items;  // in drawing order
+  // The page shows the total page count (or a value that needs it) before
+  // that count was known; asked for again once it is, it comes out final.
+  bool provisional = false;
+};
+
+}  // namespace mervane::engine::layout

@@ -1,0 +1,767 @@
+// The section stream and the pager (see page_layout.h).
+#include "engine/layout/page_layout.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_set>
+
+#include "engine/layout/text_flow.h"
+
+namespace mervane::engine::layout {
+namespace {
+
+using formula::Value;
+using formula::ValueKind;
+using model::ObjectKind;
+using model::SectionKind;
+using model::SummaryOperation;
+
+bool less(const Value& a, const Value& b) {
+  switch (a.kind()) {
+    case ValueKind::Number: return a.number() < b.number();
+    case ValueKind::Date: return a.date().days < b.date().days;
+    case ValueKind::Text: return a.text() < b.text();
+    case ValueKind::Boolean: return !a.boolean() && b.boolean();
+    default: return false;
+  }
+}
+
+// Minimum and maximum keep to the kind of the first value they saw.
+void consider(Accumulator& acc, const Value& value) {
+  if (acc.minimum.isNull() || (value.kind() == acc.minimum.kind() && less(value, acc.minimum))) acc.minimum = value;
+  if (acc.maximum.isNull() || (value.kind() == acc.maximum.kind() && less(acc.maximum, value))) acc.maximum = value;
+}
+
+Value resultOf(const Accumulator& acc, SummaryOperation operation, std::size_t distinct) {
+  switch (operation) {
+    case SummaryOperation::Sum: return acc.numbers > 0 ? Value(acc.sum) : Value();
+    case SummaryOperation::Count: return Value(static_cast<double>(acc.count));
+    case SummaryOperation::DistinctCount: return Value(static_cast<double>(distinct));
+    case SummaryOperation::Average:
+      return acc.numbers > 0 ? Value(acc.sum / static_cast<double>(acc.numbers)) : Value();
+    case SummaryOperation::Minimum: return acc.minimum;
+    case SummaryOperation::Maximum: return acc.maximum;
+  }
+  return Value();
+}
+
+bool wantsExtremes(SummaryOperation operation) {
+  return operation == SummaryOperation::Minimum || operation == SummaryOperation::Maximum;
+}
+
+// What formulas see: the row being printed, the page, the report.
+class RowContext final : public formula::EvaluationContext {
+ public:
+  RowContext(const PreparedReport& report, LayoutEnvironment& environment, std::int32_t page)
+      : report_(report), environment_(environment), page_(page) {}
+
+  void at(const EncodedRow* row, std::int64_t record) {
+    row_ = row;
+    record_ = record;
+  }
+  bool usedPageCount() const { return usedPageCount_; }
+  std::int32_t page() const { return page_; }
+  std::int32_t pageCount() {
+    if (environment_.pageCount) return *environment_.pageCount;
+    usedPageCount_ = true;
+    return std::max(environment_.pagesSoFar, page_);
+  }
+
+  std::optional<Value> field(const Text& table, const Text& column) override {
+    const int index = report_.fieldIndex(table, column);
+    if (index < 0) return std::nullopt;
+    if (!row_) return Value();
+    return row_->value(static_cast<std::size_t>(index));
+  }
+
+  std::optional<Value> special(formula::SpecialValue which) override {
+    switch (which) {
+      case formula::SpecialValue::PageNumber: return Value(page_);
+      case formula::SpecialValue::TotalPageCount: return Value(pageCount());
+      case formula::SpecialValue::RecordNumber: return Value(static_cast<double>(record_));
+      case formula::SpecialValue::PrintDate:
+        return Value(formula::DateTime{std::floor(environment_.printDateTime)});
+      case formula::SpecialValue::PrintTime:
+        return Value(formula::DateTime{environment_.printDateTime - std::floor(environment_.printDateTime)});
+      case formula::SpecialValue::ReportTitle: return Value(environment_.title);
+    }
+    return std::nullopt;
+  }
+
+  const formula::Formula* formula(const Text& name) override { return report_.formula(name); }
+
+ private:
+  const PreparedReport& report_;
+  LayoutEnvironment& environment_;
+  std::int32_t page_;
+  const EncodedRow* row_ = nullptr;
+  std::int64_t record_ = 0;
+  bool usedPageCount_ = false;
+};
+
+// A formula's mistake, named after the formula it is in.
+[[noreturn]] void rethrowIn(const Text& name, const formula::FormulaError& error) {
+  if (error.problem().starts_with(u"In {@")) throw error;
+  throw formula::FormulaError(error.position(), u"In " + formula::formulaReference(name) + u": " + error.problem());
+}
+
+Value evaluate(const RowValueSource& source, const EncodedRow* row, std::int64_t record, RowContext& context) {
+  if (source.field >= 0) return row ? row->value(static_cast<std::size_t>(source.field)) : Value();
+  if (!source.formula) return Value();
+  context.at(row, record);
+  try {
+    return source.formula->evaluate(context);
+  } catch (const formula::FormulaError& error) {
+    rethrowIn(source.formulaName, error);
+  }
+}
+
+// Which section prints next, row by row (see page_layout.h).
+class SectionStream {
+ public:
+  SectionStream(const PreparedReport& report, RowFeed& feed, FlowState& state, RowContext& context)
+      : report_(report), feed_(feed), state_(state), context_(context) {}
+
+  // Reads again the rows a saved state stood on.
+  void restore() {
+    std::uint64_t after = 0;
+    if (state_.record > 0) feed_.read(state_.currentOffset, current_, after);
+    if (state_.haveNext) feed_.read(state_.afterCurrent, next_, after);
+  }
+
+  const EncodedRow* row() const { return state_.record > 0 ? &current_ : nullptr; }
+  std::int64_t record() const { return state_.record; }
+
+  Value summary(int slot, const std::function<const std::vector<Value>&()>* fromData) const {
+    const SummarySlot& s = report_.slots[static_cast<std::size_t>(slot)];
+    if (s.fromData) {
+      if (!fromData || !*fromData) return Value();
+      const std::vector<Value>& values = (*fromData)();
+      return static_cast<std::size_t>(slot) < values.size() ? values[static_cast<std::size_t>(slot)] : Value();
+    }
+    if (report_.readAhead[static_cast<std::size_t>(s.level)]) return state_.ahead[static_cast<std::size_t>(slot)];
+    return resultOf(state_.running[static_cast<std::size_t>(slot)], s.operation, 0);
+  }
+
+  // The next section to print (an index into report.sections); -1 after the last.
+  int next() {
+    FlowState& s = state_;
+    const int groups = report_.groupCount();
+    for (;;) {
+      switch (s.phase) {
+        case Phase::ReportHeader:
+          if (s.item < report_.reportHeaders.size()) return report_.reportHeaders[s.item++];
+          s.phase = Phase::FirstRow;
+          s.item = 0;
+          break;
+        case Phase::FirstRow:
+          if (!feed_.read(s.startOffset, current_, s.afterCurrent)) {
+            s.phase = Phase::ReportFooter;
+            s.item = 0;
+            break;
+          }
+          s.currentOffset = s.startOffset;
+          s.record = 1;
+          if (report_.readAhead[0]) readAhead(0);
+          enterRow(1);
+          s.phase = Phase::GroupHeaders;
+          s.level = 1;
+          s.item = 0;
+          break;
+        case Phase::GroupHeaders:
+          if (s.level <= groups) {
+            const auto& list = report_.groupHeaders[static_cast<std::size_t>(s.level)];
+            if (s.item < list.size()) return list[s.item++];
+            ++s.level;
+            s.item = 0;
+            break;
+          }
+          s.phase = Phase::Details;
+          s.item = 0;
+          break;
+        case Phase::Details:
+          if (s.item < report_.details.size()) return report_.details[s.item++];
+          s.phase = Phase::NextRow;
+          break;
+        case Phase::NextRow:
+          s.haveNext = feed_.read(s.afterCurrent, next_, s.afterNext);
+          s.changed = s.haveNext ? firstChange() : 1;
+          s.phase = Phase::GroupFooters;
+          s.level = groups;
+          s.item = 0;
+          break;
+        case Phase::GroupFooters:
+          if (s.level >= s.changed && s.level >= 1) {
+            const auto& list = report_.groupFooters[static_cast<std::size_t>(s.level)];
+            if (s.item < list.size()) return list[s.item++];
+            --s.level;
+            s.item = 0;
+            break;
+          }
+          if (!s.haveNext) {
+            s.phase = Phase::ReportFooter;
+            s.item = 0;
+            break;
+          }
+          std::swap(current_, next_);
+          s.currentOffset = s.afterCurrent;
+          s.afterCurrent = s.afterNext;
+          s.haveNext = false;
+          ++s.record;
+          enterRow(s.changed);
+          s.phase = Phase::GroupHeaders;
+          s.level = s.changed;
+          s.item = 0;
+          break;
+        case Phase::ReportFooter:
+          if (s.item < report_.reportFooters.size()) return report_.reportFooters[s.item++];
+          s.phase = Phase::Done;
+          return -1;
+        case Phase::Done: return -1;
+      }
+    }
+  }
+
+ private:
+  bool sameKey(int level, const EncodedRow& a, std::int64_t recordA, const EncodedRow& b, std::int64_t recordB) {
+    const RowValueSource& source = report_.groups[static_cast<std::size_t>(level - 1)];
+    if (source.field >= 0) return a.raw(static_cast<std::size_t>(source.field)) == b.raw(static_cast<std::size_t>(source.field));
+    if (!source.formula) return true;
+    return evaluate(source, &a, recordA, context_) == evaluate(source, &b, recordB, context_);
+  }
+
+  int firstChange() {
+    for (int level = 1; level <= report_.groupCount(); ++level) {
+      if (!sameKey(level, current_, state_.record, next_, state_.record + 1)) return level;
+    }
+    return report_.groupCount() + 1;
+  }
+
+  // A new row: the groups from `level` in start again, then the row counts.
+  void enterRow(int level) {
+    for (std::size_t i = 0; i < report_.slots.size(); ++i) {
+      const SummarySlot& s = report_.slots[i];
+      if (s.level >= level && s.level >= 1) state_.running[i] = Accumulator{};
+    }
+    for (int l = level; l <= report_.groupCount(); ++l) {
+      if (report_.readAhead[static_cast<std::size_t>(l)]) readAhead(l);
+    }
+    for (std::size_t i = 0; i < report_.slots.size(); ++i) {
+      const SummarySlot& s = report_.slots[i];
+      if (s.fromData || report_.readAhead[static_cast<std::size_t>(s.level)]) continue;
+      add(s, state_.running[i], current_, state_.record, nullptr);
+    }
+  }
+
+  void add(const SummarySlot& slot, Accumulator& acc, const EncodedRow& row, std::int64_t record,
+           std::unordered_set<std::string>* distinct) {
+    if (slot.value.field >= 0) {
+      const auto field = static_cast<std::size_t>(slot.value.field);
+      if (row.isNull(field)) return;
+      if (distinct) distinct->emplace(row.raw(field));
+      ++acc.count;
+      double number = 0;
+      if (row.kind(field) == ValueKind::Number && row.number(field, number)) {
+        ++acc.numbers;
+        acc.sum += number;
+        if (wantsExtremes(slot.operation)) consider(acc, Value(number));
+      } else if (wantsExtremes(slot.operation)) {
+        consider(acc, row.value(field));
+      }
+      return;
+    }
+    const Value value = evaluate(slot.value, &row, record, context_);
+    if (value.isNull()) return;
+    if (distinct) {
+      std::string key;
+      encodeValue(value, key);
+      distinct->insert(std::move(key));
+    }
+    ++acc.count;
+    if (value.kind() == ValueKind::Number) {
+      ++acc.numbers;
+      acc.sum += value.number();
+    }
+    if (wantsExtremes(slot.operation)) consider(acc, value);
+  }
+
+  // Totals of `level` for the group starting at the current row, found by
+  // reading its rows ahead (into the spool, where they are read again as
+  // they print). Level 0: the whole report.
+  void readAhead(int level) {
+    const std::size_t slots = report_.slots.size();
+    std::vector<Accumulator>& acc = aheadSums_;
+    std::vector<std::unordered_set<std::string>>& distinct = aheadDistinct_;
+    acc.assign(slots, Accumulator{});
+    distinct.resize(slots);
+    for (auto& values : distinct) values.clear();
+    auto addRow = [&](const EncodedRow& row, std::int64_t record) {
+      for (std::size_t i = 0; i < slots; ++i) {
+        const SummarySlot& s = report_.slots[i];
+        if (s.level != level || s.fromData) continue;
+        add(s, acc[i], row, record, s.operation == SummaryOperation::DistinctCount ? &distinct[i] : nullptr);
+      }
+    };
+    addRow(current_, state_.record);
+    std::uint64_t offset = state_.afterCurrent;
+    std::uint64_t after = 0;
+    std::int64_t record = state_.record;
+    while (feed_.read(offset, scan_, after)) {
+      ++record;
+      bool same = true;
+      for (int l = 1; l <= level && same; ++l) same = sameKey(l, current_, state_.record, scan_, record);
+      if (!same) break;
+      addRow(scan_, record);
+      offset = after;
+    }
+    for (std::size_t i = 0; i < slots; ++i) {
+      const SummarySlot& s = report_.slots[i];
+      if (s.level == level && !s.fromData) state_.ahead[i] = resultOf(acc[i], s.operation, distinct[i].size());
+    }
+  }
+
+  const PreparedReport& report_;
+  RowFeed& feed_;
+  FlowState& state_;
+  RowContext& context_;
+  EncodedRow current_, next_, scan_;
+  std::vector<Accumulator> aheadSums_;
+  std::vector<std::unordered_set<std::string>> aheadDistinct_;
+};
+
+std::int32_t clampTwips(std::int32_t value, std::int32_t low, std::int32_t high) { return std::clamp(value, low, high); }
+
+// Puts the sections of one page on it.
+class Pager {
+ public:
+  Pager(const PreparedReport& report, RowFeed& feed, LayoutEnvironment& environment, PageState& state, Page* out)
+      : report_(report),
+        feed_(feed),
+        environment_(environment),
+        measure_(*environment.measure),
+        state_(state),
+        out_(out),
+        geometry_(geometryOf(report.definition.page)),
+        context_(report, environment, state.number) {}
+
+  bool run() {
+    SectionStream stream(report_, feed_, state_.flow, context_);
+    stream.restore();
+    if (out_) {
+      out_->number = state_.number;
+      out_->width = geometry_.width;
+      out_->height = geometry_.height;
+    }
+    std::int32_t footerHeight = 0;
+    for (int index : report_.pageFooters) footerHeight += std::max(0, sectionOf(index).height);
+    const std::int32_t bodyBottom = geometry_.height - geometry_.bottom - footerHeight;
+    std::int32_t y = geometry_.top;
+    bool headersDone = false, placed = false, breakAfter = false, more = true;
+    std::vector<DisplayItem> items;
+
+    for (;;) {
+      int band = state_.pending;
+      state_.pending = -1;
+      if (band < 0) band = stream.next();
+      if (band < 0) {
+        more = false;
+        break;
+      }
+      if (breakAfter) {
+        state_.pending = band;
+        break;
+      }
+      const PreparedSection& section = report_.sections[static_cast<std::size_t>(band)];
+      if (section.section->kind != SectionKind::ReportHeader && !headersDone) {
+        y += pageHeaders(stream, y, bodyBottom);
+        headersDone = true;
+      }
+      const std::int32_t available = std::max(0, bodyBottom - y);
+      const std::vector<std::uint64_t> offsets = state_.subreportOffsets;
+      items.clear();
+      std::int32_t height = layoutSection(report_, section, stream, context_, geometry_.left, y, available, bodyBottom,
+                                          out_ ? &items : nullptr);
+      if (placed && height > available) {  // on the next page, whole
+        state_.pending = band;
+        state_.subreportOffsets = offsets;
+        break;
+      }
+      height = std::min(height, available);
+      if (out_) std::move(items.begin(), items.end(), std::back_inserter(out_->items));
+      y += height;
+      placed = true;
+      breakAfter = section.section->newPageAfter;
+    }
+    if (!headersDone) pageHeaders(stream, y, bodyBottom);
+    if (out_) {
+      std::int32_t footerY = bodyBottom;
+      for (int index : report_.pageFooters) {
+        const std::int32_t height = std::max(0, sectionOf(index).height);
+        layoutSection(report_, report_.sections[static_cast<std::size_t>(index)], stream, context_, geometry_.left,
+                      footerY, height, footerY + height, &out_->items);
+        footerY += height;
+      }
+      out_->provisional = context_.usedPageCount();
+    }
+    if (more) ++state_.number;
+    return more;
+  }
+
+ private:
+  const model::Section& sectionOf(int index) const { return *report_.sections[static_cast<std::size_t>(index)].section; }
+
+  std::int32_t pageHeaders(SectionStream& stream, std::int32_t y, std::int32_t bodyBottom) {
+    std::int32_t total = 0;
+    for (int index : report_.pageHeaders) {
+      const std::int32_t available = std::max(0, bodyBottom - y - total);
+      const std::int32_t height =
+          std::min(available, layoutSection(report_, report_.sections[static_cast<std::size_t>(index)], stream, context_,
+                                            geometry_.left, y + total, available, bodyBottom, out_ ? &out_->items : nullptr));
+      total += height;
+    }
+    return total;
+  }
+
+  bool visible(const Rect& box, std::int32_t clip) const {
+    return box.x < geometry_.width && box.x + box.width > 0 && box.y < std::min(clip, geometry_.height) &&
+           box.y + box.height > 0;
+  }
+
+  Text objectText(const PreparedReport& report, const PreparedObject& po, SectionStream& stream, RowContext& context,
+                  bool& numeric) {
+    const model::ReportObject& object = *po.object;
+    numeric = false;
+    Value value;
+    switch (object.kind) {
+      case ObjectKind::Text: return object.text;
+      case ObjectKind::DatabaseField:
+      case ObjectKind::FormulaField: value = evaluate(po.value, stream.row(), stream.record(), context); break;
+      case ObjectKind::SummaryField:
+        value = stream.summary(po.slot, &report == &report_ ? &environment_.dataSummaries : nullptr);
+        break;
+      case ObjectKind::SpecialField: return specialText(object, stream, context);
+      default: return Text();
+    }
+    numeric = value.kind() == ValueKind::Number;
+    return displayText(value, object.format);
+  }
+
+  Text specialText(const model::ReportObject& object, SectionStream& stream, RowContext& context) {
+    switch (object.special) {
+      case model::SpecialFieldKind::PageNumber: return decimal(context.page());
+      case model::SpecialFieldKind::TotalPages: return decimal(context.pageCount());
+      case model::SpecialFieldKind::PageNofM:
+        return u"Page " + decimal(context.page()) + u" of " + decimal(context.pageCount());
+      case model::SpecialFieldKind::PrintDate: {
+        const formula::DateTime day{std::floor(environment_.printDateTime)};
+        return object.format.dateFormat.empty() ? formula::toText(Value(day)) : formula::formatDate(day, object.format.dateFormat);
+      }
+      case model::SpecialFieldKind::PrintTime: {
+        const formula::DateTime now{environment_.printDateTime};
+        return formula::formatDate(now, object.format.dateFormat.empty() ? TextView(u"HH:mm:ss") : TextView(object.format.dateFormat));
+      }
+      case model::SpecialFieldKind::ReportTitle: return environment_.title;
+      case model::SpecialFieldKind::RecordNumber: return stream.record() > 0 ? decimal(stream.record()) : Text();
+    }
+    return Text();
+  }
+
+  // Lays out one section at (x0, y0); returns its height, grown to hold
+  // what grows. `items` null: the height only.
+  std::int32_t layoutSection(const PreparedReport& report, const PreparedSection& ps, SectionStream& stream,
+                             RowContext& context, std::int32_t x0, std::int32_t y0, std::int32_t available,
+                             std::int32_t clip, std::vector<DisplayItem>* items) {
+    const model::Section& section = *ps.section;
+    std::int32_t height = std::max(0, section.height);
+    if (!items && ps.fixedHeight) return height;
+    const std::int64_t record = section.kind == SectionKind::Details ? stream.record() : 0;
+    for (const PreparedObject& po : ps.objects) {
+      if (!items && !po.affectsLayout) continue;
+      const model::ReportObject& object = *po.object;
+      const model::Format& format = object.format;
+      const Rect box{x0 + object.x, y0 + object.y, object.width, object.height};
+      switch (object.kind) {
+        case ObjectKind::Line: {
+          if (!items || (object.width == 0 && object.height == 0)) break;
+          LineItem line{box.x, box.y, box.x + box.width, box.y + box.height, std::max(0, format.lineWidth),
+                        format.borderColour,
+                        format.border == model::BorderStyle::None ? model::BorderStyle::Single : format.border};
+          const Rect extent{std::min(line.x1, line.x2), std::min(line.y1, line.y2), std::abs(box.width) + 1,
+                            std::abs(box.height) + 1};
+          if (visible(extent, clip)) items->push_back(line);
+          break;
+        }
+        case ObjectKind::Box:
+          if (items && box.width > 0 && box.height > 0 && visible(box, clip)) {
+            items->push_back(BoxItem{box, format.border, std::max(0, format.lineWidth), format.borderColour, format.filled,
+                                     format.background});
+          }
+          break;
+        case ObjectKind::Subreport: {
+          const std::int32_t content = subreport(po, stream, box, std::max(0, available - object.y), clip, items);
+          const std::int32_t grown = std::max(object.height, content);
+          if (items && format.border != model::BorderStyle::None && box.width > 0 && grown > 0) {
+            const Rect frame{box.x, box.y, box.width, grown};
+            if (visible(frame, clip)) {
+              items->push_back(BoxItem{frame, format.border, std::max(0, format.lineWidth), format.borderColour, false, 0});
+            }
+          }
+          height = std::max(height, object.y + grown);
+          break;
+        }
+        default: {
+          bool numeric = false;
+          const Text text = objectText(report, po, stream, context, numeric);
+          if (object.width <= 0 || object.height <= 0) break;
+          const Font font = fontOf(format);
+          const std::int32_t lineHeight = std::max(1, measure_.lineHeight(font));
+          std::vector<LineSpan> lines;
+          std::int32_t boxHeight = object.height;
+          if (format.canGrow) {
+            const std::int32_t room = std::max(available - object.y, lineHeight);
+            lines = wrapLines(measure_, font, text, object.width, static_cast<std::size_t>(room / lineHeight) + 1);
+            const std::int64_t needed = static_cast<std::int64_t>(lines.size()) * lineHeight;
+            boxHeight = static_cast<std::int32_t>(std::max<std::int64_t>(object.height, needed));
+          }
+          height = std::max(height, object.y + boxHeight);
+          if (!items) break;
+          const Rect frame{box.x, box.y, box.width, boxHeight};
+          if ((format.filled || format.border != model::BorderStyle::None) && visible(frame, clip)) {
+            items->push_back(BoxItem{frame, format.border, std::max(0, format.lineWidth), format.borderColour, format.filled,
+                                     format.background});
+          }
+          TextRun run;
+          run.font = font;
+          run.colour = format.colour;
+          run.align = format.alignment == model::Alignment::Centre ? TextAlign::Centre
+                      : format.alignment == model::Alignment::Right ||
+                              (format.alignment == model::Alignment::Default && numeric)
+                          ? TextAlign::Right
+                          : TextAlign::Left;
+          run.source = object.name;
+          run.record = record;
+          if (!format.canGrow) {
+            run.box = box;
+            if (!visible(run.box, clip)) break;
+            run.text = Text(firstLine(measure_, font, text, box.width));
+            items->push_back(std::move(run));
+            break;
+          }
+          for (std::size_t i = 0; i < lines.size(); ++i) {
+            const Rect lineBox{box.x, box.y + static_cast<std::int32_t>(i) * lineHeight, box.width, lineHeight};
+            if (lineBox.y >= clip) break;
+            if (!visible(lineBox, clip)) continue;
+            TextRun line = run;
+            line.box = lineBox;
+            line.text = text.substr(lines[i].start, lines[i].length);
+            items->push_back(std::move(line));
+          }
+          break;
+        }
+      }
+    }
+    return height;
+  }
+
+  // One instance of a subreport: its rows (fetched in the background pass
+  // the first time, read from its spool after that) laid out top to bottom
+  // inside the object's box. Returns the height of what it printed.
+  std::int32_t subreport(const PreparedObject& po, SectionStream& mainStream, const Rect& box, std::int32_t available,
+                         std::int32_t clip, std::vector<DisplayItem>* items) {
+    const auto index = static_cast<std::size_t>(po.subreport);
+    const PreparedSubreport& sub = report_.subreports[index];
+    if (index >= environment_.subreportSpools.size() || index >= state_.subreportOffsets.size()) return 0;
+    Spool& spool = *environment_.subreportSpools[index];
+    std::uint64_t& offset = state_.subreportOffsets[index];
+    if (offset >= spool.end()) {
+      if (!environment_.fetchSubreport) return 0;
+      std::vector<data::FieldMatch> match;
+      for (const SubreportLinkSource& link : sub.links) {
+        match.push_back(data::FieldMatch{link.subreportField,
+                                         evaluate(link.mainValue, mainStream.row(), mainStream.record(), context_)});
+      }
+      environment_.fetchSubreport(po.subreport, match);
+    }
+    const PreparedReport& report = *sub.report;
+    RowFeed feed(spool, report.fields.size());
+    FlowState flow = firstPageState(report).flow;
+    flow.startOffset = offset;
+    RowContext context(report, environment_, state_.number);
+    SectionStream stream(report, feed, flow, context);
+    std::int32_t height = 0;
+    for (int band = stream.next(); band >= 0; band = stream.next()) {
+      const std::int32_t room = std::max(0, available - height);
+      const std::int32_t y = box.y + height;
+      height += std::min(room, layoutSection(report, report.sections[static_cast<std::size_t>(band)], stream, context,
+                                              box.x, y, room, clip, y < clip ? items : nullptr));
+    }
+    if (context.usedPageCount()) context_.pageCount();  // the page shows the page count too
+    offset = feed.endAfter();
+    return height;
+  }
+
+  const PreparedReport& report_;
+  RowFeed& feed_;
+  LayoutEnvironment& environment_;
+  TextMeasure& measure_;
+  PageState& state_;
+  Page* out_;
+  PageGeometry geometry_;
+  RowContext context_;
+};
+
+}  // namespace
+
+PageGeometry geometryOf(const model::PageSetup& setup) {
+  PageGeometry g;
+  switch (setup.paperSize) {
+    case model::paper::kLetter: g.width = 12240, g.height = 15840; break;
+    case model::paper::kLegal: g.width = 12240, g.height = 20160; break;
+    case model::paper::kA3: g.width = 16838, g.height = 23811; break;
+    case model::paper::kA4: g.width = 11906, g.height = 16838; break;
+    default:
+      if (setup.paperWidth > 0 && setup.paperHeight > 0) g.width = setup.paperWidth, g.height = setup.paperHeight;
+      break;
+  }
+  constexpr std::int32_t kLargest = 1440 * 200;  // 200 inches
+  g.width = clampTwips(g.width, 720, kLargest);
+  g.height = clampTwips(g.height, 720, kLargest);
+  if (setup.orientation == model::Orientation::Landscape) std::swap(g.width, g.height);
+  g.left = clampTwips(setup.marginLeft, 0, g.width / 2);
+  g.right = clampTwips(setup.marginRight, 0, g.width / 2);
+  g.top = clampTwips(setup.marginTop, 0, g.height / 2);
+  g.bottom = clampTwips(setup.marginBottom, 0, g.height / 2);
+  return g;
+}
+
+PageState firstPageState(const PreparedReport& report) {
+  PageState state;
+  state.flow.running.resize(report.slots.size());
+  for (const SummarySlot& slot : report.slots) state.flow.ahead.push_back(resultOf(Accumulator{}, slot.operation, 0));
+  state.subreportOffsets.assign(report.subreports.size(), 0);
+  return state;
+}
+
+std::string saveState(const PageState& state) {
+  ByteWriter w;
+  const FlowState& f = state.flow;
+  w.i64(state.number);
+  w.i64(state.pending);
+  w.u64(static_cast<std::uint64_t>(f.phase));
+  w.i64(f.level);
+  w.u64(f.item);
+  w.i64(f.changed);
+  w.u64(f.startOffset);
+  w.u64(f.currentOffset);
+  w.u64(f.afterCurrent);
+  w.u64(f.afterNext);
+  w.u64(f.haveNext ? 1 : 0);
+  w.i64(f.record);
+  w.u64(f.running.size());
+  for (const Accumulator& acc : f.running) {
+    w.i64(acc.count);
+    w.i64(acc.numbers);
+    w.f64(acc.sum);
+    w.value(acc.minimum);
+    w.value(acc.maximum);
+  }
+  w.u64(f.ahead.size());
+  for (const Value& value : f.ahead) w.value(value);
+  w.u64(state.subreportOffsets.size());
+  for (std::uint64_t offset : state.subreportOffsets) w.u64(offset);
+  return std::move(w.result());
+}
+
+PageState loadState(std::string_view saved) {
+  ByteReader r(saved);
+  PageState state;
+  FlowState& f = state.flow;
+  state.number = static_cast<std::int32_t>(r.i64());
+  state.pending = static_cast<std::int32_t>(r.i64());
+  f.phase = static_cast<Phase>(r.u64());
+  f.level = static_cast<std::int32_t>(r.i64());
+  f.item = static_cast<std::uint32_t>(r.u64());
+  f.changed = static_cast<std::int32_t>(r.i64());
+  f.startOffset = r.u64();
+  f.currentOffset = r.u64();
+  f.afterCurrent = r.u64();
+  f.afterNext = r.u64();
+  f.haveNext = r.u64() != 0;
+  f.record = r.i64();
+  f.running.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
+  for (Accumulator& acc : f.running) {
+    acc.count = r.i64();
+    acc.numbers = r.i64();
+    acc.sum = r.f64();
+    acc.minimum = r.value();
+    acc.maximum = r.value();
+  }
+  f.ahead.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
+  for (Value& value : f.ahead) value = r.value();
+  state.subreportOffsets.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
+  for (std::uint64_t& offset : state.subreportOffsets) offset = r.u64();
+  return state;
+}
+
+RowFeed::RowFeed(Spool& spool, std::size_t fields, Pull pull)
+    : spool_(spool), reader_(spool), fields_(fields), pull_(std::move(pull)) {}
+
+bool RowFeed::read(std::uint64_t offset, EncodedRow& row, std::uint64_t& after) {
+  std::string_view bytes;
+  switch (reader_.read(offset, bytes, after)) {
+    case SpoolReader::Result::Row:
+      if (!row.assign(bytes, fields_)) throw std::runtime_error("The report's spooled rows are damaged.");
+      return true;
+    case SpoolReader::Result::BlockEnd: endAfter_ = after; return false;
+    case SpoolReader::Result::End: break;
+  }
+  if (!pull_ || offset != spool_.end()) return false;
+  if (pull_(row)) {
+    const std::uint64_t at = spool_.append(row.bytes());
+    after = at + 4 + row.bytes().size();
+    return true;
+  }
+  endAfter_ = spool_.appendBlockEnd() + 4;
+  after = endAfter_;
+  return false;
+}
+
+bool layoutPage(const PreparedReport& report, RowFeed& feed, LayoutEnvironment& environment, PageState& state,
+                Page* out) {
+  return Pager(report, feed, environment, state, out).run();
+}
+
+Page problemPage(const model::PageSetup& setup, TextMeasure& measure, const Text& reason, std::int32_t number) {
+  const PageGeometry g = geometryOf(setup);
+  Page page;
+  page.number = number;
+  page.width = g.width;
+  page.height = g.height;
+  const std::int32_t width = std::max(1440, g.width - g.left - g.right);
+  const std::int32_t left = std::min(g.left, g.width - width);
+  std::int32_t y = g.top;
+
+  TextRun heading;
+  heading.font.size = 280;
+  heading.font.bold = true;
+  heading.text = u"This report cannot be shown";
+  const std::int32_t headingHeight = std::max(1, measure.lineHeight(heading.font));
+  heading.box = Rect{left, y, width, headingHeight};
+  page.items.push_back(heading);
+  y += headingHeight * 2;
+
+  Font body;
+  const std::int32_t lineHeight = std::max(1, measure.lineHeight(body));
+  const std::size_t room = static_cast<std::size_t>(std::max(1, (g.height - g.bottom - y) / lineHeight));
+  for (const LineSpan& line : wrapLines(measure, body, reason, width, room)) {
+    TextRun run;
+    run.font = body;
+    run.box = Rect{left, y, width, lineHeight};
+    run.text = reason.substr(line.start, line.length);
+    page.items.push_back(std::move(run));
+    y += lineHeight;
+  }
+  return page;
+}
+
+}  // namespace mervane::engine::layout

@@ -1,0 +1,135 @@
+// Laying out pages: the section stream of a report and the pager.
+//
+// The section stream walks the report's rows and says which section prints
+// next: the report header, then for each row the headers of the groups that
+// start there, the details, and the footers of the groups that end after
+// it (known by reading one row ahead), then the report footer. It keeps the
+// group totals as the rows pass. The pager puts those sections on pages:
+// page headers at the top of each page, page footers at the bottom, a
+// section that does not fit moved whole to the next page, a section marked
+// "new page after" ending its page.
+//
+// Everything the stream and pager know at the start of a page fits in a
+// PageState: where the rows stand in the spool, which section comes next,
+// and the running totals. Saved as a few bytes per page, it lets any page be
+// laid out again later from the spool alone, on any thread.
+//
+// Laying out only to find where pages break ("measuring") skips the work of
+// making display items for sections whose height does not depend on their
+// rows, which is most of them; so the background pass through a million
+// rows costs little more than reading them.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/data/report_data.h"
+#include "engine/layout/display_list.h"
+#include "engine/layout/prepared_report.h"
+#include "engine/layout/row_codec.h"
+#include "engine/layout/spool.h"
+#include "engine/layout/text_measure.h"
+
+namespace mervane::engine::layout {
+
+struct PageGeometry {
+  std::int32_t width = 11906;
+  std::int32_t height = 16838;
+  std::int32_t left = 1440, right = 1440, top = 1440, bottom = 1440;
+};
+
+// Paper size, orientation and margins, brought within sensible bounds.
+PageGeometry geometryOf(const model::PageSetup& setup);
+
+// A running summary, as far as the rows have gone.
+struct Accumulator {
+  std::int64_t count = 0;    // values that are not null
+  std::int64_t numbers = 0;  // of them numbers
+  double sum = 0;
+  formula::Value minimum, maximum;
+};
+
+enum class Phase : std::uint8_t { ReportHeader, FirstRow, GroupHeaders, Details, NextRow, GroupFooters, ReportFooter, Done };
+
+// Where a report's section stream stands.
+struct FlowState {
+  Phase phase = Phase::ReportHeader;
+  std::int32_t level = 0;   // the group whose header or footer prints
+  std::uint32_t item = 0;   // which of the sections of that kind
+  std::int32_t changed = 1; // the outermost group that ends or starts here
+  std::uint64_t startOffset = 0;    // the first row in the spool
+  std::uint64_t currentOffset = 0;  // the current row
+  std::uint64_t afterCurrent = 0;   // the row after it
+  std::uint64_t afterNext = 0;      // the row after that, when it has been read
+  bool haveNext = false;
+  std::int64_t record = 0;  // the current row's number, from 1; 0 before the first
+  std::vector<Accumulator> running;   // per summary slot
+  std::vector<formula::Value> ahead;  // per slot, for levels read ahead
+};
+
+struct PageState {
+  std::int32_t number = 1;
+  FlowState flow;
+  std::int32_t pending = -1;  // a section moved over from the page before
+  std::vector<std::uint64_t> subreportOffsets;  // the next instance's rows, per subreport
+};
+
+PageState firstPageState(const PreparedReport& report);
+std::string saveState(const PageState& state);
+PageState loadState(std::string_view saved);
+
+// The rows of a flow, read from the spool. With a `pull`, reaching the end
+// of what is spooled fetches the next row from the data and spools it;
+// without one (laying out a page again) the rows must already be there.
+class RowFeed {
+ public:
+  using Pull = std::function<bool(EncodedRow&)>;
+  RowFeed(Spool& spool, std::size_t fields, Pull pull = {});
+  // The row at `offset`, and where the next starts. False at the end of
+  // the rows.
+  bool read(std::uint64_t offset, EncodedRow& row, std::uint64_t& after);
+  // Just past the end-of-rows mark, once it has been read.
+  std::uint64_t endAfter() const { return endAfter_; }
+
+ private:
+  Spool& spool_;
+  SpoolReader reader_;
+  std::size_t fields_;
+  Pull pull_;
+  std::uint64_t endAfter_ = 0;
+};
+
+// What a page's layout needs beyond the report and its rows.
+struct LayoutEnvironment {
+  TextMeasure* measure = nullptr;
+  Text title;
+  double printDateTime = 0;
+  // Whole-report totals from the data, per slot of the main report: asked
+  // for only when a page shows one (the query runs then, once). Throws
+  // data::DataError. Empty: no totals from the data.
+  std::function<const std::vector<formula::Value>&()> dataSummaries;
+  // The page count when known; until then the pages known so far, and the
+  // pages that show it are provisional.
+  std::optional<std::int32_t> pageCount;
+  std::int32_t pagesSoFar = 1;
+  // One spool per subreport of the main report.
+  std::vector<Spool*> subreportSpools;
+  // Fetches one subreport instance's rows into its spool, ending the block
+  // (background pass only; null when laying out a page again).
+  std::function<void(int subreport, const std::vector<data::FieldMatch>& match)> fetchSubreport;
+};
+
+// Lays out the page that `state` starts and moves `state` to the next
+// page's start. `out` null: only find where the page ends. Returns false
+// after the last page. Throws formula::FormulaError, data::DataError and
+// std::runtime_error (spool trouble).
+bool layoutPage(const PreparedReport& report, RowFeed& feed, LayoutEnvironment& environment, PageState& state,
+                Page* out);
+
+// A page that says why the report cannot be shown.
+Page problemPage(const model::PageSetup& setup, TextMeasure& measure, const Text& reason, std::int32_t number);
+
+}  // namespace mervane::engine::layout

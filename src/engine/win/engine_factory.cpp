@@ -1,0 +1,19 @@
+// The report engine over compound files, reading its data through ODBC.
+#include "engine/win/engine_factory.h"
+
+#include "engine/data/catalogue.h"
+#include "engine/data/odbc_data_provider.h"
+#include "engine/engine.h"
+#include "engine/win/compound_report_files.h"
+
+namespace mervane {
+
+std::unique_ptr<EngineApplication> createEngineApplication() {
+  engine::EngineParts parts;
+  parts.files = std::make_shared<engine::CompoundReportFiles>();
+  parts.data = engine::data::createOdbcDataProvider();
+  parts.catalogues = [](const Text& connectText) { return engine::data::openCatalogue(connectText); };
+  return std::make_unique<engine::Engine>(std::move(parts));
+}
+
+}  // namespace mervane
