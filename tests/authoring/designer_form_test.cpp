@@ -310,6 +310,43 @@ TEST_F(DesignerFormTest, TheTitleReadsBackAsGivenAndAChangedTitleIsStored) {
   EXPECT_EQ(stored(path(L"missing.rpt")), u"Old;N;1");
 }
 
+// Another program writes over the report's file, or deletes it, while the
+// report is open in the window: the preview still runs from what was read,
+// and Save writes the whole report back.
+TEST_F(DesignerFormTest, AFileChangedOnDiskWhileOpenIsWrittenWholeBySave) {
+  const fs::path file = folder_ / "Monthly Sales.rpt";
+  for (const bool deleted : {false, true}) {
+    SCOPED_TRACE(deleted ? "deleted" : "overwritten");
+    bool written = false, stillOpen = false;
+    {
+      Person person(L"Edit Report - " + file.wstring(), [&](Person&, HWND window) {
+        if (deleted) {
+          written = DeleteFileW(file.c_str()) != FALSE;
+        } else {
+          std::ofstream out(file, std::ios::binary | std::ios::trunc);
+          out << "not a report any more";
+          written = out.good();
+        }
+        clickTab(window, 1);
+        PostMessageW(window, WM_COMMAND, authoring::win::kCommandSave, 0);
+        Sleep(500);
+        stillOpen = IsWindowVisible(window) != FALSE;
+        PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      });
+      Bstr repName(u"Monthly Sales");
+      BSTR raw = repName.get();
+      EXPECT_EQ(functions_->EditVisualReport(&raw, Bstr(text(file.wstring())).get()), S_OK);
+      EXPECT_EQ(win::toText(raw), u"Monthly Sales");
+    }
+    EXPECT_TRUE(stillOpen);
+    EXPECT_TRUE(written);  // the window does not hold the file
+    auto engine = createEngineApplication();
+    auto reopened = engine->openReport(text(file.wstring()));
+    ASSERT_TRUE(reopened);
+    EXPECT_TRUE(static_cast<engine::Report&>(*reopened).document().hasLayout);
+  }
+}
+
 TEST_F(DesignerFormTest, ClosingWithChangesAsksAndSavesOnlyOnYes) {
   using authoring::win::DesignerForm;
   const fs::path file = folder_ / "Monthly Sales.rpt";
