@@ -1,7 +1,8 @@
 // The host's settings store failing at every call (its registry hive
 // unavailable, say), with the library reached through its COM interface as
 // a host reaches it. Every call answers S_OK, the catalogue still lists
-// every report with its title, and delete still moves the file.
+// every report with its title, delete still moves the file and copy still
+// writes a whole copy under its new title.
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -12,8 +13,11 @@
 #include <thread>
 
 #include "Mervane100.h"
+#include "../authoring/person.h"
+#include "authoring/win/details_form.h"
 #include "base/win/com.h"
 #include "components/win/host_interfaces.h"
+#include "engine/win/engine_factory.h"
 
 namespace mervane {
 namespace {
@@ -153,6 +157,28 @@ void asAHost() {
     EXPECT_TRUE(fs::exists(folder / "Deleted Reports" / "SALES.SRT"));
     EXPECT_FALSE(fs::exists(folder / "SALES.SRT"));
     EXPECT_GT(storeCalls.load(), afterScan);
+
+    // Copy writes the whole copy with its new title; only the stored value is missing.
+    {
+      using Ids = win::DetailsForm;
+      testing::Person person(L"Enter Report Details", [](testing::Person& p, HWND dialog) {
+        p.type(dialog, Ids::kFileNameBox, L"copied");
+        p.type(dialog, Ids::kTitleBox, L"Copied sales");
+        p.press(dialog, Ids::kOk);
+        EXPECT_TRUE(testing::Person::waitHidden(dialog));
+      });
+      BSTR name = SysAllocString(L"as passed");
+      const Text repPath = win::fromWide((folder.wstring() + L"\\").c_str());
+      EXPECT_EQ(functions->CopyReport(Bstr(u"Monthly Sales").get(), Bstr(u"Monthly Sales.rpt").get(),
+                                      Bstr(repPath).get(), &name, vdCrystal),
+                S_OK);
+      EXPECT_EQ(win::toText(name), u"copied.rpt");
+      SysFreeString(name);
+      auto engine = createEngineApplication();
+      auto copy = engine->openReport(repPath + u"copied.rpt");
+      ASSERT_TRUE(copy);
+      EXPECT_EQ(copy->title(), u"Copied sales");
+    }
   }
   CoRevokeClassObject(cookie);
   fs::remove_all(folder);
