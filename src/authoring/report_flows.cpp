@@ -70,17 +70,12 @@ void retitleStoredReports(const SessionSettings& session, Services& services, co
   if (!attempt([&] { rows = services.settingsStore().readAll(session.registryPath, kReportsSection); })) return;
   const Text old = trim(oldTitle);
   for (const auto& [key, text] : rows) {
-    const std::size_t first = text.find(u';');
-    if (first == Text::npos) continue;
-    const std::size_t second = text.find(u';', first + 1);
-    if (second == Text::npos) continue;
-    if (trim(text.substr(0, first)) != old) continue;
-    const Text flag = text.substr(first + 1, second - first - 1);
-    const Text rest = text.substr(second + 1);
+    std::optional<StoredValue::Parts> parts = StoredValue::split(text);
+    if (!parts || trim(parts->title) != old) continue;
+    parts->title = newTitle;
     const Text& storedKey = key;
     attempt([&] {
-      services.settingsStore().write(session.registryPath, kReportsSection, storedKey,
-                                     newTitle + u";" + flag + u";" + rest);
+      services.settingsStore().write(session.registryPath, kReportsSection, storedKey, parts->joined());
     });
   }
 }

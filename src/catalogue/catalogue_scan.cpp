@@ -21,41 +21,6 @@ std::int32_t numberOrZero(TextView text) { return parseLong(text).value_or(0); }
 
 }  // namespace
 
-std::int32_t StoredValue::applicationData(TextView value) {
-  std::size_t last = value.rfind(u';');
-  return numberOrZero(last == TextView::npos ? value : value.substr(last + 1));
-}
-
-std::optional<Text> StoredValue::title(TextView value) {
-  std::size_t last = value.rfind(u';');
-  if (last == TextView::npos || last < 2) return std::nullopt;
-  return Text(value.substr(0, last - 2));
-}
-
-bool StoredValue::isFavourite(TextView value) {
-  std::size_t first = value.find(u';');
-  return first != TextView::npos && first + 1 < value.size() && value[first + 1] == u'Y';
-}
-
-Text StoredValue::compose(TextView title, char16_t flag, std::int32_t applicationData) {
-  Text out(title);
-  out += u';';
-  out += flag;
-  out += u';';
-  out += decimal(applicationData);
-  return out;
-}
-
-std::int32_t applicationDataFromText(TextView text) {
-  static constexpr TextView kMarker = u"AppData=";
-  std::size_t at = text.find(kMarker);
-  if (at == TextView::npos) return 0;
-  std::size_t start = at + kMarker.size();
-  std::size_t end = text.find(u';', start);
-  if (end == TextView::npos) return 0;
-  return numberOrZero(text.substr(start, end - start));
-}
-
 Text legacyNamePrefix(const SessionSettings& session) {
   if (isLegacyModule(session.module)) return Text();
   Text folder = withoutTrailingBackslash(session.path);
@@ -167,11 +132,8 @@ void listFavourites(const SessionSettings& session, Services& services, ReportLi
   std::vector<SettingsStore::Row> rows;
   if (!attempt([&] { rows = services.settingsStore().readAll(session.registryPath, kReportsSection); })) return;
   for (const auto& [key, value] : rows) {
-    if (isBlank(value)) continue;
-    std::size_t first = value.find(u';');
-    if (first == Text::npos) continue;
-    if (first + 1 >= value.size() || value[first + 1] != u'Y') continue;
-    Text title = value.substr(0, first);
+    if (isBlank(value) || !StoredValue::isFavourite(value)) continue;
+    Text title = *StoredValue::leadingTitle(value);
     Text file = key;
     if (stripPath) {
       std::size_t slash = file.rfind(u'\\');

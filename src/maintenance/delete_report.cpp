@@ -1,7 +1,7 @@
 #include "maintenance/delete_report.h"
 
 #include "base/attempt.h"
-#include "catalogue/catalogue_scan.h"
+#include "catalogue/stored_value.h"
 
 namespace mervane {
 

@@ -4,14 +4,15 @@
 
 #include "authoring/details_dialog.h"
 #include "base/attempt.h"
-#include "catalogue/catalogue_scan.h"
+#include "catalogue/report_kinds.h"
+#include "catalogue/stored_value.h"
 
 namespace mervane {
 
 namespace {
 
-constexpr std::int32_t kCrystal = 1;
-constexpr std::int32_t kVardo = 2;
+constexpr auto kCrystal = static_cast<std::int32_t>(ReportType::Crystal);
+constexpr auto kVardo = static_cast<std::int32_t>(ReportType::Vardo);
 
 // The Crystal copy: open, re-title, save under the new name, then the copy's
 // stored value, written even when the open or the save failed.
