@@ -16,16 +16,34 @@
 #include "catalogue/report_list.h"
 #include "catalogue/session_settings.h"
 #include "catalogue/stored_value.h"
-#include "components/services.h"
+#include "catalogue/scan_window.h"
+#include "components/desktop.h"
+#include "components/file_system.h"
+#include "components/host_readers.h"
+#include "components/maker.h"
+#include "components/report_engine.h"
+#include "components/settings_store.h"
 
 namespace mervane {
 
+// What the scan reaches outside the core. The components and the window are
+// made for one scan.
+struct ScanPorts {
+  SettingsStore& store;
+  FileSystem& files;
+  Maker<EngineApplication> engine;
+  Maker<LegacyReportService> legacyService;
+  Maker<ReportPropertyReader> propertyReader;
+  Maker<ScanWindow> window;
+  Desktop& desktop;
+};
+
 // GetReports. reports may be null (the host passed Nothing): the scan still
 // runs and still stores the values of first-seen Crystal reports.
-void scanCatalogue(const SessionSettings& session, Services& services, ReportList* reports);
+void scanCatalogue(const SessionSettings& session, const ScanPorts& ports, ReportList* reports);
 
 // GetFavourites: one item per stored value whose flag is "Y".
-void listFavourites(const SessionSettings& session, Services& services, ReportList* reports, bool stripPath);
+void listFavourites(const SessionSettings& session, SettingsStore& store, ReportList* reports, bool stripPath);
 
 // The folder-relative name prefix of older-format reports for this session.
 Text legacyNamePrefix(const SessionSettings& session);

@@ -18,12 +18,15 @@
 namespace mervane {
 namespace {
 
-// The real services, a little slower per file, so a person can watch.
-struct WatchableServices final : server::WindowsServices {
+// The real desktop, a little slower per file, so a person can watch.
+struct WatchableDesktop final : Desktop {
   void processMessages() override {
-    server::WindowsServices::processMessages();
+    real.processMessages();
     Sleep(1);
   }
+  void setBusyPointer(bool busy) override { real.setBusyPointer(busy); }
+  void showMessage(const Text& text, const Text& title) override { real.showMessage(text, title); }
+  server::WindowsDesktop real;
 };
 
 struct Seen {
@@ -69,9 +72,13 @@ TEST(CalculatingWindow, ShowsTheScanAndCloses) {
   SessionSettings session;
   session.registryPath = u"Mervane100 Window Test";
   session.path = win::fromWide(folder.c_str()) + u"\\";
-  WatchableServices services;
+  server::WindowsServices services;
+  WatchableDesktop desktop;
+  const ScanPorts real = services.scan();
   ReportCollection reports;
-  scanCatalogue(session, services, &reports);
+  const ScanPorts watched{real.store,           real.files,  real.engine, real.legacyService,
+                          real.propertyReader, real.window, desktop};
+  scanCatalogue(session, watched, &reports);
   done = true;
   person.join();
 

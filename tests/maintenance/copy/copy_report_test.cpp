@@ -28,7 +28,7 @@ struct CopyReportTest : ::testing::Test {
     services.copying.present = {kFolder + u"SALES.SRT"};
   }
   bool copy(std::int32_t kind, const Text& oldFile = u"Sales.rpt", const Text& title = u"Sales") {
-    return copyReport(session, services, {title, oldFile, kFolder, kind}, newFileName);
+    return copyReport(session, services.copy(), {title, oldFile, kFolder, kind}, newFileName);
   }
   Text entry(const Text& fileName) { return services.store.value(u"Reports", kFolder + fileName); }
 };
