@@ -115,9 +115,7 @@ TEST_F(CopyReportTest, CancelLeavesEverythingAsItWas) {
 TEST_F(CopyReportTest, OtherKindsAreCopiedByteForByteWithoutAnEntry) {
   services.dialog.user = confirms(u"SALES2.SRT", u"ignored title");
   EXPECT_TRUE(copy(2, u"SALES.SRT", u"Sales listing"));
-  EXPECT_EQ(services.dialog.calls, (Calls{"load", "AppName", "RepPath", "RepType", "setTitle", "disableTitle",
-                                          "show", "processMessages", "OkSelected", "fileName", "unload",
-                                          "release engine"}));
+  EXPECT_TRUE(services.dialog.titleDisabled);
   EXPECT_EQ(services.dialog.title, u"ignored title");
   ASSERT_EQ(services.copying.copies.size(), 1u);
   EXPECT_EQ(services.copying.copies[0], std::make_pair(kFolder + u"SALES.SRT", kFolder + u"SALES2.SRT"));
