@@ -13,7 +13,9 @@
 
 namespace mervane {
 
-template <class T>
+// Holder is how the wrapper keeps the object: owned alone (unique_ptr, the
+// default), shared with the component that handed it out (shared_ptr).
+template <class T, class Holder = std::unique_ptr<T>>
 class ForgivingPart {
  public:
   explicit operator bool() const { return part_ != nullptr; }
@@ -21,7 +23,7 @@ class ForgivingPart {
   void reset() { part_.reset(); }
 
  protected:
-  explicit ForgivingPart(std::unique_ptr<T> part = nullptr) : part_(std::move(part)) {}
+  explicit ForgivingPart(Holder part = nullptr) : part_(std::move(part)) {}
   explicit ForgivingPart(const Maker<T>& make) : part_(attemptOr<std::unique_ptr<T>>(nullptr, make)) {}
 
   template <class F>
@@ -35,7 +37,7 @@ class ForgivingPart {
   }
 
  private:
-  std::unique_ptr<T> part_;
+  Holder part_;
 };
 
 }  // namespace mervane
