@@ -30,19 +30,6 @@ struct NullWindow final : ScanWindow {
   void close() override {}
 };
 
-// The real services with the window left out.
-struct WindowlessServices final : Services {
-  server::WindowsServices& real;
-  explicit WindowlessServices(server::WindowsServices& s) : real(s) {}
-  SettingsStore& settingsStore() override { return real.settingsStore(); }
-  FileSystem& fileSystem() override { return real.fileSystem(); }
-  std::unique_ptr<EngineApplication> createEngine() override { return real.createEngine(); }
-  std::unique_ptr<LegacyReportService> createLegacyReportService() override { return real.createLegacyReportService(); }
-  std::unique_ptr<ReportPropertyReader> createReportPropertyReader() override { return real.createReportPropertyReader(); }
-  std::unique_ptr<ScanWindow> loadScanWindow() override { return std::make_unique<NullWindow>(); }
-  void processMessages() override { real.processMessages(); }
-};
-
 double millisSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
@@ -90,31 +77,34 @@ int main(int argc, char** argv) {
   session.registryPath = u"Mervane100 Scan Bench";
   session.path = win::fromWide(folder.c_str()) + u"\\";
   server::WindowsServices services;
-  WindowlessServices windowless(services);
-  services.settingsStore().remove(session.registryPath, kReportsSection, Text());
+  // The real ports, and the same with the window left out.
+  const ScanPorts withWindow = services.scan();
+  ScanPorts windowless = services.scan();
+  windowless.window = [] { return std::unique_ptr<ScanWindow>(std::make_unique<NullWindow>()); };
+  services.store().remove(session.registryPath, kReportsSection, Text());
   // Older-format reports are found by folder-relative name under this folder.
-  services.settingsStore().write(session.registryPath, u"Company", u"ProgramReports", win::fromWide(temp));
+  services.store().write(session.registryPath, u"Company", u"ProgramReports", win::fromWide(temp));
 
-  auto scan = [&](Services& s) {
+  auto scan = [&](const ScanPorts& ports) {
     ReportCollection reports;
     auto start = std::chrono::steady_clock::now();
-    scanCatalogue(session, s, &reports);
+    scanCatalogue(session, ports, &reports);
     double ms = millisSince(start);
     if (reports.size() != 8000) std::fprintf(stderr, "warning: %zu reports listed\n", reports.size());
     return ms;
   };
-  double cold = scan(services);
-  double warm = scan(services);
+  double cold = scan(withWindow);
+  double warm = scan(withWindow);
   double warmWindowless = scan(windowless);
-  double warm2 = scan(services);
+  double warm2 = scan(withWindow);
   double warmBest = warm < warm2 ? warm : warm2;
 
   // Baseline: list the folder and read one stored value per report.
   auto start = std::chrono::steady_clock::now();
-  auto files = services.fileSystem().listFiles(session.path.substr(0, session.path.size() - 1));
+  auto files = services.files().listFiles(session.path.substr(0, session.path.size() - 1));
   for (const FileEntry& f : files)
     if (classifyFileName(f.name) != ReportFamily::None)
-      services.settingsStore().read(session.registryPath, kReportsSection, f.fullPath, u"");
+      services.store().read(session.registryPath, kReportsSection, f.fullPath, u"");
   double baseline = millisSince(start);
 
   std::printf("files: %d\n", made);
@@ -128,7 +118,7 @@ int main(int argc, char** argv) {
   std::printf("warm-scan-without-window-ms: %.0f ms\n", warmWindowless);
   std::printf("progress-window-share: %.1f %%\n", 100.0 * (warmBest - warmWindowless) / warmBest);
 
-  services.settingsStore().remove(session.registryPath, kReportsSection, Text());
+  services.store().remove(session.registryPath, kReportsSection, Text());
   for (const FileEntry& f : files) DeleteFileW(win::toWide(f.fullPath).c_str());
   RemoveDirectoryW(folder.c_str());
   return 0;

@@ -84,9 +84,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   services.store.failing = failing;
 
   ReportCollection reports;
-  scanCatalogue(session, services, &reports);
-  listFavourites(session, services, &reports, true);
-  listRecentReports(session, services, &reports);
+  scanCatalogue(session, services.scan(), &reports);
+  listFavourites(session, services.store, &reports, true);
+  listRecentReports(session, services.store, &reports);
   services.store.failing = false;
   if (!failing) {
     for (const Text& name : folder) {
@@ -101,9 +101,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 
   services.store.failing = failing;
   const std::int16_t index = static_cast<std::int16_t>(number % 13 - 1);
-  removeRecentReport(session, services, index);
+  removeRecentReport(session, services.store, index);
   const Text file = u"C:\\Reports\\" + lastRecent;
-  addRecentReport(session, services, file, u"Added");
+  addRecentReport(session, services.store, file, u"Added");
   services.store.failing = false;
   if (!failing) {
     // Either the report was added first, or it stood first already.

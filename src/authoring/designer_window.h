@@ -1,7 +1,7 @@
 // The designer window (frmNewReport) as the new-report and edit flows
 // drive it.
 //
-// The caller loads it (Services::loadDesignerWindow, which also creates its
+// The caller loads it (through its maker, which also creates its
 // engine application object), sets the eight connection properties, calls
 // newReport() or openReport(), shows it modally, reads reportTitle() once it
 // has hidden itself, and unloads it by letting go of the object (the report

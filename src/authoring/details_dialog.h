@@ -1,6 +1,6 @@
 // The report details dialog (frmGetFileName) as the copy operation drives it.
 //
-// The caller loads it (Services::loadDetailsDialog), sets AppName, RepPath and
+// The caller loads it (through its maker), sets AppName, RepPath and
 // RepType, fills the title box and may disable it, shows it modally, reads
 // OkSelected and both boxes once the dialog has hidden itself, and unloads it
 // by letting go of the object. The checks that OK makes live in
@@ -8,8 +8,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "base/text.h"
+#include "components/forgiving.h"
 
 namespace mervane {
 
@@ -33,6 +35,28 @@ class DetailsDialog {
   // The file name box, with any extension the checks appended.
   virtual Text fileName() = 0;
   virtual Text title() = 0;
+};
+
+// The dialog under the library's failure policy: each call is skipped when
+// the dialog is missing or the call fails; a failed read gives nothing.
+class ForgivingDetailsDialog : public ForgivingPart<DetailsDialog> {
+ public:
+  explicit ForgivingDetailsDialog(const Maker<DetailsDialog>& make) : ForgivingPart(make) {}
+
+  void setAppName(const Text& appName) noexcept { step([&](DetailsDialog& d) { d.setAppName(appName); }); }
+  void setRepPath(const Text& repPath) noexcept { step([&](DetailsDialog& d) { d.setRepPath(repPath); }); }
+  void setRepType(std::int32_t repType) noexcept { step([&](DetailsDialog& d) { d.setRepType(repType); }); }
+  void setTitle(const Text& title) noexcept { step([&](DetailsDialog& d) { d.setTitle(title); }); }
+  void disableTitle() noexcept { step([](DetailsDialog& d) { d.disableTitle(); }); }
+  void showModal() noexcept { step([](DetailsDialog& d) { d.showModal(); }); }
+  // False when the answer cannot be read.
+  bool okSelected() { return value(false, [](DetailsDialog& d) { return d.okSelected(); }); }
+  std::optional<Text> fileName() {
+    return value(std::optional<Text>(), [](DetailsDialog& d) { return std::optional<Text>(d.fileName()); });
+  }
+  std::optional<Text> title() {
+    return value(std::optional<Text>(), [](DetailsDialog& d) { return std::optional<Text>(d.title()); });
+  }
 };
 
 }  // namespace mervane

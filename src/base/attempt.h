@@ -1,6 +1,9 @@
 // attempt: runs one step of an operation under the library's failure policy.
 // A step that fails is abandoned, every value it did not finish setting stays
 // as it was, and the operation goes on with its next step.
+//
+// The ports in components/ (and the forms' ports beside them) each have a
+// forgiving wrapper built on these, so that operations read as plain steps.
 #pragma once
 
 #include <optional>
@@ -25,6 +28,16 @@ auto attemptValue(F&& step) noexcept -> std::optional<std::invoke_result_t<F>> {
     return step();
   } catch (...) {
     return std::nullopt;
+  }
+}
+
+// The result of a step that yields a value, or `fallback` when it failed.
+template <class T, class F>
+T attemptOr(T fallback, F&& step) {
+  try {
+    return step();
+  } catch (...) {
+    return fallback;
   }
 }
 

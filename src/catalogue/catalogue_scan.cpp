@@ -1,7 +1,11 @@
 #include "catalogue/catalogue_scan.h"
 
-#include "base/attempt.h"
 #include "catalogue/report_kinds.h"
+#include "components/forgiving_desktop.h"
+#include "components/forgiving_file_system.h"
+#include "components/forgiving_host_readers.h"
+#include "components/forgiving_report_engine.h"
+#include "components/forgiving_settings_store.h"
 
 namespace mervane {
 
@@ -21,41 +25,6 @@ std::int32_t numberOrZero(TextView text) { return parseLong(text).value_or(0); }
 
 }  // namespace
 
-std::int32_t StoredValue::applicationData(TextView value) {
-  std::size_t last = value.rfind(u';');
-  return numberOrZero(last == TextView::npos ? value : value.substr(last + 1));
-}
-
-std::optional<Text> StoredValue::title(TextView value) {
-  std::size_t last = value.rfind(u';');
-  if (last == TextView::npos || last < 2) return std::nullopt;
-  return Text(value.substr(0, last - 2));
-}
-
-bool StoredValue::isFavourite(TextView value) {
-  std::size_t first = value.find(u';');
-  return first != TextView::npos && first + 1 < value.size() && value[first + 1] == u'Y';
-}
-
-Text StoredValue::compose(TextView title, char16_t flag, std::int32_t applicationData) {
-  Text out(title);
-  out += u';';
-  out += flag;
-  out += u';';
-  out += decimal(applicationData);
-  return out;
-}
-
-std::int32_t applicationDataFromText(TextView text) {
-  static constexpr TextView kMarker = u"AppData=";
-  std::size_t at = text.find(kMarker);
-  if (at == TextView::npos) return 0;
-  std::size_t start = at + kMarker.size();
-  std::size_t end = text.find(u';', start);
-  if (end == TextView::npos) return 0;
-  return numberOrZero(text.substr(start, end - start));
-}
-
 Text legacyNamePrefix(const SessionSettings& session) {
   if (isLegacyModule(session.module)) return Text();
   Text folder = withoutTrailingBackslash(session.path);
@@ -64,124 +33,105 @@ Text legacyNamePrefix(const SessionSettings& session) {
   return last + u'\\';
 }
 
-void scanCatalogue(const SessionSettings& session, Services& services, ReportList* reports) {
+void scanCatalogue(const SessionSettings& session, const ScanPorts& ports, ReportList* list) {
   const Text& root = session.registryPath;
+  ForgivingSettingsStore store(ports.store);
+  ForgivingDesktop desktop(ports.desktop);
+  ForgivingReportList reports(list);
 
   // Setting up: the components live for this call only.
-  std::unique_ptr<EngineApplication> engine;
-  std::unique_ptr<LegacyReportService> legacy;
-  std::unique_ptr<LegacyReportDefinition> definition;
-  std::unique_ptr<ReportPropertyReader> propertyReader;
-  attempt([&] { engine = services.createEngine(); });
-  attempt([&] { legacy = services.createLegacyReportService(); });
-  Text programReports;
-  attempt([&] { programReports = services.settingsStore().read(root, u"Company", u"ProgramReports", u""); });
-  attempt([&] { if (legacy) legacy->setProgramReports(programReports); });
+  ForgivingEngine engine(ports.engine);
+  ForgivingLegacyReportService legacy(ports.legacyService);
+  legacy.setProgramReports(store.read(root, u"Company", u"ProgramReports"));
   const Text prefix = legacyNamePrefix(session);
-  attempt([&] { if (legacy) definition = legacy->reportDefinition(); });
-  attempt([&] { propertyReader = services.createReportPropertyReader(); });
+  ForgivingLegacyReportDefinition definition = legacy.reportDefinition();
+  ForgivingReportPropertyReader propertyReader(ports.propertyReader);
 
   const Text folder = withoutTrailingBackslash(trim(session.path));
-  std::optional<std::vector<FileEntry>> files =
-      attemptValue([&] { return services.fileSystem().listFiles(folder); });
+  const std::optional<std::vector<FileEntry>> listing = ForgivingFileSystem(ports.files).listFiles(folder);
+  const std::vector<FileEntry> none;
+  const std::vector<FileEntry>& files = listing ? *listing : none;
+  const Text fileCount = decimal(static_cast<std::int64_t>(files.size()));
 
-  std::unique_ptr<ScanWindow> window;
-  attempt([&] { window = services.loadScanWindow(); });
-  auto onWindow = [&](auto&& step) { attempt([&] { if (window) step(*window); }); };
-  if (files) {
-    const Text count = decimal(static_cast<std::int64_t>(files->size()));
-    onWindow([&](ScanWindow& w) { w.setMaximum(static_cast<std::int32_t>(files->size())); });
-    onWindow([&](ScanWindow& w) { w.setValue(0); });
-    onWindow([&](ScanWindow& w) { w.setLabel(u"Report 1 of " + count); });
+  ForgivingScanWindow window(ports.window);
+  if (listing) {
+    window.setMaximum(static_cast<std::int32_t>(files.size()));
+    window.setValue(0);
+    window.setLabel(u"Report 1 of " + fileCount);
   } else {
-    onWindow([&](ScanWindow& w) { w.setValue(0); });
+    window.setValue(0);
   }
-  onWindow([&](ScanWindow& w) { w.show(); });
-  attempt([&] { services.processMessages(); });
+  window.show();
+  desktop.processMessages();
 
   std::int64_t counter = 1;
-  const Text fileCount = files ? decimal(static_cast<std::int64_t>(files->size())) : Text();
-  for (const FileEntry& file : files ? *files : std::vector<FileEntry>()) {
+  for (const FileEntry& file : files) {
     ReportFamily family = classifyFileName(file.name);
     if (family != ReportFamily::None) {
       Text title;
       std::int32_t applicationData = 0;
-      Text stored;
-      attempt([&] { stored = services.settingsStore().read(root, kReportsSection, file.fullPath, u""); });
+      const Text stored = store.read(root, kReportsSection, file.fullPath);
 
       switch (family) {
         case ReportFamily::Crystal:
           if (isBlank(stored)) {
-            std::unique_ptr<EngineReport> report;
-            attempt([&] { if (engine) report = engine->openReport(session.path + file.name); });
-            attempt([&] { if (report) title = report->title(); });
-            attempt([&] { if (report) applicationData = applicationDataFromText(report->applicationDataText()); });
+            ForgivingReport report = engine.openReport(session.path + file.name);
+            title = report.title();
+            applicationData = applicationDataFromText(report.applicationDataText());
             report.reset();
-            attempt([&] {
-              services.settingsStore().write(root, kReportsSection, file.fullPath,
-                                             StoredValue::compose(title, u'N', applicationData));
-            });
+            store.write(root, kReportsSection, file.fullPath, StoredValue::compose(title, u'N', applicationData));
           } else {
             applicationData = StoredValue::applicationData(stored);
             if (auto t = StoredValue::title(stored)) title = *t;
           }
           break;
         case ReportFamily::VardoOlder:
-          attempt([&] { if (definition) definition->setName(prefix + trim(file.name)); });
-          attempt([&] { if (definition) definition->load(); });
-          attempt([&] { if (definition) title = definition->title(); });
-          attempt([&] { if (definition) applicationData = definition->applicationData(); });
+          definition.setName(prefix + trim(file.name));
+          definition.load();
+          title = definition.title();
+          applicationData = definition.applicationData();
           break;
         case ReportFamily::VardoNewer:
-          attempt([&] { if (propertyReader) title = propertyReader->title(file.fullPath); });
-          attempt([&] {
-            if (propertyReader) applicationData = numberOrZero(propertyReader->property(file.fullPath, u"AppSpecificData"));
-          });
+          title = propertyReader.title(file.fullPath);
+          applicationData = numberOrZero(propertyReader.property(file.fullPath, u"AppSpecificData"));
           break;
         case ReportFamily::None:
           break;
       }
 
-      std::unique_ptr<ReportItemRef> item;
-      attempt([&] { if (reports) item = reports->add(title, file.name, file.name); });
-      if (item) {
-        const Text kind = kindText(family);
-        attempt([&] { item->setRegKey(file.fullPath); });
-        attempt([&] { item->setReportType(kind); });
-        attempt([&] { item->setApplicationData(applicationData); });
-        attempt([&] { item->setFavourite(false); });
-        if (!isBlank(stored) && StoredValue::isFavourite(stored)) attempt([&] { item->setFavourite(true); });
-      }
+      ForgivingReportItem item = reports.add(title, file.name, file.name);
+      item.setRegKey(file.fullPath);
+      item.setReportType(kindText(family));
+      item.setApplicationData(applicationData);
+      item.setFavourite(false);
+      if (!isBlank(stored) && StoredValue::isFavourite(stored)) item.setFavourite(true);
     }
 
     ++counter;
-    onWindow([&](ScanWindow& w) { w.setValue(w.value() + 1); });
-    onWindow([&](ScanWindow& w) { w.setLabel(u"Report " + decimal(counter) + u" of " + fileCount); });
-    attempt([&] { services.processMessages(); });
+    window.advance();
+    window.setLabel(u"Report " + decimal(counter) + u" of " + fileCount);
+    desktop.processMessages();
   }
 
-  onWindow([&](ScanWindow& w) { w.close(); });
+  window.close();
 }
 
-void listFavourites(const SessionSettings& session, Services& services, ReportList* reports, bool stripPath) {
-  std::vector<SettingsStore::Row> rows;
-  if (!attempt([&] { rows = services.settingsStore().readAll(session.registryPath, kReportsSection); })) return;
-  for (const auto& [key, value] : rows) {
-    if (isBlank(value)) continue;
-    std::size_t first = value.find(u';');
-    if (first == Text::npos) continue;
-    if (first + 1 >= value.size() || value[first + 1] != u'Y') continue;
-    Text title = value.substr(0, first);
+void listFavourites(const SessionSettings& session, SettingsStore& settings, ReportList* list, bool stripPath) {
+  ForgivingReportList reports(list);
+  const std::optional<std::vector<SettingsStore::Row>> rows =
+      ForgivingSettingsStore(settings).readAll(session.registryPath, kReportsSection);
+  if (!rows) return;
+  for (const auto& [key, value] : *rows) {
+    if (isBlank(value) || !StoredValue::isFavourite(value)) continue;
+    Text title = *StoredValue::leadingTitle(value);
     Text file = key;
     if (stripPath) {
       std::size_t slash = file.rfind(u'\\');
       if (slash != Text::npos) file = file.substr(slash + 1);
     }
-    std::unique_ptr<ReportItemRef> item;
-    attempt([&] { if (reports) item = reports->add(title, file, file); });
-    if (!item) continue;
-    attempt([&] { item->setFavourite(true); });
-    attempt([&] { item->setRegKey(Text()); });
+    ForgivingReportItem item = reports.add(title, file, file);
+    item.setFavourite(true);
+    item.setRegKey(Text());
   }
 }
 

@@ -13,6 +13,7 @@
 
 #include "base/text.h"
 #include "catalogue/keyed_collection.h"
+#include "components/forgiving.h"
 
 namespace mervane {
 
@@ -43,6 +44,32 @@ class ReportList {
   // Reports.Add: a new item with title and file name, added under key when
   // the key is free; the new item is returned either way.
   virtual std::unique_ptr<ReportItemRef> add(const Text& title, const Text& fileName, const Text& key) = 0;
+};
+
+// An added item under the library's failure policy: each setter is skipped
+// when there is no item or the call fails.
+class ForgivingReportItem : public ForgivingPart<ReportItemRef> {
+ public:
+  explicit ForgivingReportItem(std::unique_ptr<ReportItemRef> item = nullptr) : ForgivingPart(std::move(item)) {}
+  void setRegKey(const Text& value) noexcept { step([&](ReportItemRef& i) { i.setRegKey(value); }); }
+  void setReportType(const Text& value) noexcept { step([&](ReportItemRef& i) { i.setReportType(value); }); }
+  void setApplicationData(std::int32_t value) noexcept { step([&](ReportItemRef& i) { i.setApplicationData(value); }); }
+  void setFavourite(bool value) noexcept { step([&](ReportItemRef& i) { i.setFavourite(value); }); }
+};
+
+// The host's collection under the library's failure policy: with no
+// collection, or when Add fails, the item is empty and its setters skipped.
+class ForgivingReportList {
+ public:
+  explicit ForgivingReportList(ReportList* list) : list_(list) {}
+  ForgivingReportItem add(const Text& title, const Text& fileName, const Text& key) {
+    if (!list_) return ForgivingReportItem();
+    return ForgivingReportItem(
+        attemptOr(std::unique_ptr<ReportItemRef>(), [&] { return list_->add(title, fileName, key); }));
+  }
+
+ private:
+  ReportList* list_;
 };
 
 // A Reports collection of the core's own, for lists the operations make for

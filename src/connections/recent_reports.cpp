@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "base/attempt.h"
 #include "catalogue/catalogue_scan.h"
+#include "components/forgiving_settings_store.h"
 
 namespace mervane {
 
@@ -15,25 +15,15 @@ constexpr int kMaxEntries = 10;
 // failed write or delete is lost.
 class RecentStore {
  public:
-  RecentStore(const SessionSettings& session, Services& services) : root_(session.registryPath), services_(services) {}
-  Text read(std::int64_t n) {
-    Text value;
-    attempt([&] { value = services_.settingsStore().read(root_, kRecentReportsSection, decimal(n), u""); });
-    return value;
-  }
-  void write(std::int64_t n, const Text& value) {
-    attempt([&] { services_.settingsStore().write(root_, kRecentReportsSection, decimal(n), value); });
-  }
-  void remove(std::int64_t n) {
-    attempt([&] { services_.settingsStore().remove(root_, kRecentReportsSection, decimal(n)); });
-  }
-  void removeAll() {
-    attempt([&] { services_.settingsStore().remove(root_, kRecentReportsSection, Text()); });
-  }
+  RecentStore(const SessionSettings& session, SettingsStore& store) : root_(session.registryPath), store_(store) {}
+  Text read(std::int64_t n) { return store_.read(root_, kRecentReportsSection, decimal(n)); }
+  void write(std::int64_t n, const Text& value) { store_.write(root_, kRecentReportsSection, decimal(n), value); }
+  void remove(std::int64_t n) { store_.remove(root_, kRecentReportsSection, decimal(n)); }
+  void removeAll() { store_.remove(root_, kRecentReportsSection, Text()); }
 
  private:
   const Text& root_;
-  Services& services_;
+  ForgivingSettingsStore store_;
 };
 
 // The file path of an entry: the text after its first comma, or the whole
@@ -57,9 +47,9 @@ bool isPlaceholder(const Text& value) { return upper(trim(value)) == u"DELETED";
 
 }  // namespace
 
-std::int16_t addRecentReport(const SessionSettings& session, Services& services, const Text& fileName,
+std::int16_t addRecentReport(const SessionSettings& session, SettingsStore& settings, const Text& fileName,
                              const Text& reportTitle) {
-  RecentStore store(session, services);
+  RecentStore store(session, settings);
   // Entry numbers are 16-bit here: the scan cannot go past 32767.
   std::int32_t n = 1;
   bool found = false;
@@ -80,10 +70,11 @@ std::int16_t addRecentReport(const SessionSettings& session, Services& services,
   return 1;
 }
 
-void listRecentReports(const SessionSettings& session, Services& services, ReportList* reports) {
-  RecentStore store(session, services);
+void listRecentReports(const SessionSettings& session, SettingsStore& settings, ReportList* list) {
+  ForgivingReportList reports(list);
+  RecentStore store(session, settings);
   ReportCollection favourites;
-  listFavourites(session, services, &favourites, true);
+  listFavourites(session, settings, &favourites, true);
 
   std::int64_t n = 1;
   for (;; ++n) {
@@ -91,12 +82,9 @@ void listRecentReports(const SessionSettings& session, Services& services, Repor
     if (!isBlank(value) && !isPlaceholder(value)) {
       Text path = pathOf(value);
       if (!isBlank(path)) {
-        std::unique_ptr<ReportItemRef> item;
-        attempt([&] { if (reports) item = reports->add(titleOf(value), path, path); });
-        if (item) {
-          attempt([&] { item->setRegKey(decimal(n)); });
-          if (favourites.find(bareName(path))) attempt([&] { item->setFavourite(true); });
-        }
+        ForgivingReportItem item = reports.add(titleOf(value), path, path);
+        item.setRegKey(decimal(n));
+        if (item && favourites.find(bareName(path))) item.setFavourite(true);
       }
     }
     if (value.empty() || n == INT32_MAX) break;
@@ -112,9 +100,9 @@ void listRecentReports(const SessionSettings& session, Services& services, Repor
   }
 }
 
-void removeRecentReport(const SessionSettings& session, Services& services, std::int16_t index) {
+void removeRecentReport(const SessionSettings& session, SettingsStore& settings, std::int16_t index) {
   if (index < 1 || index > kMaxEntries) return;
-  RecentStore store(session, services);
+  RecentStore store(session, settings);
   std::array<Text, kMaxEntries + 1> slots;
   for (int n = kMaxEntries; n >= index; --n) slots[n] = store.read(n);
   for (int n = kMaxEntries; n >= index; --n) store.remove(n);

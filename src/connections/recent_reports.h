@@ -9,7 +9,7 @@
 
 #include "catalogue/report_list.h"
 #include "catalogue/session_settings.h"
-#include "components/services.h"
+#include "components/settings_store.h"
 
 namespace mervane {
 
@@ -17,15 +17,15 @@ inline constexpr char16_t kRecentReportsSection[] = u"RecentReports";
 
 // Puts the report first. 1 when the list was rewritten, 0 when the report
 // already stood first (nothing written).
-std::int16_t addRecentReport(const SessionSettings& session, Services& services, const Text& fileName,
+std::int16_t addRecentReport(const SessionSettings& session, SettingsStore& store, const Text& fileName,
                              const Text& reportTitle);
 
 // Appends the list to reports (may be null), marking favourites by bare file
 // name, and trims a stored list longer than ten.
-void listRecentReports(const SessionSettings& session, Services& services, ReportList* reports);
+void listRecentReports(const SessionSettings& session, SettingsStore& store, ReportList* reports);
 
 // Drops entry index and closes the gap; numbers above 10 and below 1 change
 // nothing.
-void removeRecentReport(const SessionSettings& session, Services& services, std::int16_t index);
+void removeRecentReport(const SessionSettings& session, SettingsStore& store, std::int16_t index);
 
 }  // namespace mervane

@@ -4,11 +4,13 @@
 #pragma once
 
 #include "catalogue/session_settings.h"
-#include "components/services.h"
+#include "components/file_system.h"
+#include "components/settings_store.h"
 
 namespace mervane {
 
 // True once it has run to its end, whatever could be moved.
-bool deleteReport(const SessionSettings& session, Services& services, const Text& repPath, const Text& repFileName);
+bool deleteReport(const SessionSettings& session, SettingsStore& store, FileSystem& files, const Text& repPath,
+                  const Text& repFileName);
 
 }  // namespace mervane

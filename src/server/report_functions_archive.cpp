@@ -11,7 +11,7 @@ HRESULT ReportFunctionsObject::Export(VARIANT_BOOL* result) {
   *result = VARIANT_FALSE;
   return guarded([&] {
     WindowsServices services;
-    *result = toVariantBool(exportReports(settings_, services));
+    *result = toVariantBool(exportReports(settings_, services.archive()));
     return S_OK;
   });
 }
@@ -21,7 +21,7 @@ HRESULT ReportFunctionsObject::Import(VARIANT_BOOL* result) {
   *result = VARIANT_FALSE;
   return guarded([&] {
     WindowsServices services;
-    *result = toVariantBool(importReports(settings_, services));
+    *result = toVariantBool(importReports(settings_, services.archive()));
     return S_OK;
   });
 }

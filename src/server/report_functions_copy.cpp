@@ -14,7 +14,7 @@ HRESULT ReportFunctionsObject::CopyReport(BSTR OldRepName, BSTR OldRepFileName, 
     bool confirmed = false;
     {
       WindowsServices services;
-      confirmed = copyReport(settings_, services, request, newFileName);
+      confirmed = copyReport(settings_, services.copy(), request, newFileName);
     }
     // The host's string is replaced only after a confirmed dialog.
     if (confirmed && NewFileName) {

@@ -50,7 +50,7 @@ HRESULT ReportFunctionsObject::NewVisualReport(VARIANT_BOOL* result) {
   *result = VARIANT_FALSE;
   return guarded([&] {
     WindowsServices services;
-    *result = toVariantBool(newVisualReport(settings_, services));
+    *result = toVariantBool(newVisualReport(settings_, services.designer()));
     return S_OK;
   });
 }
@@ -60,7 +60,8 @@ HRESULT ReportFunctionsObject::DeleteReport(BSTR RepPath, BSTR RepFileName, VARI
   *result = VARIANT_FALSE;
   return guarded([&] {
     WindowsServices services;
-    *result = toVariantBool(deleteReport(settings_, services, win::toText(RepPath), win::toText(RepFileName)));
+    *result = toVariantBool(
+        deleteReport(settings_, services.store(), services.files(), win::toText(RepPath), win::toText(RepFileName)));
     return S_OK;
   });
 }
@@ -71,7 +72,7 @@ HRESULT ReportFunctionsObject::EditVisualReport(BSTR* RepName, BSTR FileName) {
     const Text before = repName;
     {
       WindowsServices services;
-      editVisualReport(settings_, services, repName, win::toText(FileName));
+      editVisualReport(settings_, services.designer(), repName, win::toText(FileName));
     }
     // The host's string is replaced only when the title changed.
     if (RepName && repName != before) {
@@ -88,7 +89,7 @@ HRESULT ReportFunctionsObject::GetReports(_Reports** oReports) {
     WindowsServices services;
     std::unique_ptr<ComReportList> list;
     if (oReports && *oReports) list = std::make_unique<ComReportList>(*oReports);
-    scanCatalogue(settings_, services, list.get());
+    scanCatalogue(settings_, services.scan(), list.get());
     return S_OK;
   });
 }
@@ -96,7 +97,7 @@ HRESULT ReportFunctionsObject::GetReports(_Reports** oReports) {
 HRESULT ReportFunctionsObject::RecentReportsRemove(short iRegIndex) {
   return guarded([&] {
     WindowsServices services;
-    removeRecentReport(settings_, services, iRegIndex);
+    removeRecentReport(settings_, services.store(), iRegIndex);
     return S_OK;
   });
 }
@@ -106,7 +107,7 @@ HRESULT ReportFunctionsObject::RecentReportsAdd(BSTR sFileName, BSTR sReportTitl
   *result = 0;
   return guarded([&] {
     WindowsServices services;
-    *result = addRecentReport(settings_, services, win::toText(sFileName), win::toText(sReportTitle));
+    *result = addRecentReport(settings_, services.store(), win::toText(sFileName), win::toText(sReportTitle));
     return S_OK;
   });
 }
@@ -116,7 +117,7 @@ HRESULT ReportFunctionsObject::RecentReportsGet(_Reports** RepColl) {
     WindowsServices services;
     std::unique_ptr<ComReportList> list;
     if (RepColl && *RepColl) list = std::make_unique<ComReportList>(*RepColl);
-    listRecentReports(settings_, services, list.get());
+    listRecentReports(settings_, services.store(), list.get());
     return S_OK;
   });
 }
@@ -128,7 +129,7 @@ HRESULT ReportFunctionsObject::GetFavourites(_Reports** oReports, VARIANT_BOOL* 
     if (oReports && *oReports) list = std::make_unique<ComReportList>(*oReports);
     // Only the automation True strips the folder; any other value counts as False.
     bool strip = bStripPath && *bStripPath == VARIANT_TRUE;
-    listFavourites(settings_, services, list.get(), strip);
+    listFavourites(settings_, services.store(), list.get(), strip);
     return S_OK;
   });
 }

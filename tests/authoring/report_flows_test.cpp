@@ -91,21 +91,21 @@ std::vector<std::string> with(std::vector<std::string> head, const std::vector<s
 
 TEST(NewVisualReport, ShowsTheWindowOnlyWhenTheReportWasBuilt) {
   WindowServices services;
-  EXPECT_TRUE(newVisualReport(session(), services));
+  EXPECT_TRUE(newVisualReport(session(), services.designer()));
   EXPECT_EQ(services.script.calls, with({"load"}, kConfiguration, {"NewReport", "show", "unload"}));
 
   WindowServices cancelled;
   cancelled.script.newReportAnswer = false;
-  EXPECT_FALSE(newVisualReport(session(), cancelled));
+  EXPECT_FALSE(newVisualReport(session(), cancelled.designer()));
   EXPECT_EQ(cancelled.script.calls, with({"load"}, kConfiguration, {"NewReport", "unload"}));
 
   WindowServices broken;
   broken.noWindow = true;
-  EXPECT_FALSE(newVisualReport(session(), broken));
+  EXPECT_FALSE(newVisualReport(session(), broken.designer()));
   // A failing show still counts as shown: NewReport answered true.
   WindowServices failingShow;
   failingShow.script.throwOnShow = true;
-  EXPECT_TRUE(newVisualReport(session(), failingShow));
+  EXPECT_TRUE(newVisualReport(session(), failingShow.designer()));
   // Nothing is recorded anywhere.
   EXPECT_EQ(services.store.writes, 0);
 }
@@ -118,7 +118,7 @@ class EditVisualReportTest : public ::testing::Test {
     services_.script.userTitle = std::move(userTitle);
     services_.script.opens = opens;
     services_.store.writes = 0;
-    editVisualReport(session(), services_, repName, u"C:\\r\\sales.rpt");
+    editVisualReport(session(), services_.designer(), repName, u"C:\\r\\sales.rpt");
     return repName;
   }
   WindowServices services_;

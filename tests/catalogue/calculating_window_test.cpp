@@ -18,12 +18,15 @@
 namespace mervane {
 namespace {
 
-// The real services, a little slower per file, so a person can watch.
-struct WatchableServices final : server::WindowsServices {
+// The real desktop, a little slower per file, so a person can watch.
+struct WatchableDesktop final : Desktop {
   void processMessages() override {
-    server::WindowsServices::processMessages();
+    real.processMessages();
     Sleep(1);
   }
+  void setBusyPointer(bool busy) override { real.setBusyPointer(busy); }
+  void showMessage(const Text& text, const Text& title) override { real.showMessage(text, title); }
+  server::WindowsDesktop real;
 };
 
 struct Seen {
@@ -52,13 +55,16 @@ TEST(CalculatingWindow, ShowsTheScanAndCloses) {
     for (int i = 0; i < 500 && !done; ++i, Sleep(10)) {
       HWND w = FindWindowW(nullptr, L"Reading Reports...");
       if (!w || !IsWindowVisible(w)) continue;
-      Sleep(200);  // let it run a while
-      seen.found = true;
-      GetClientRect(w, &seen.client);
       HWND label = GetDlgItem(w, win::CalculatingForm::kLabel1);
       HWND bar = GetDlgItem(w, win::CalculatingForm::kProgressBar2);
       wchar_t text[64] = {};
-      GetWindowTextW(label, text, 64);
+      // Let it run a while: until the label has counted past the first hundred.
+      for (int j = 0; j < 1000 && IsWindowVisible(w); ++j, Sleep(2)) {
+        GetWindowTextW(label, text, 64);
+        if (_wtoi(text + (wcslen(text) > 7 ? 7 : 0)) > 100) break;
+      }
+      seen.found = true;
+      GetClientRect(w, &seen.client);
       seen.label = text;
       seen.position = static_cast<int>(SendMessageW(bar, PBM_GETPOS, 0, 0));
       seen.maximum = static_cast<int>(SendMessageW(bar, PBM_GETRANGE, FALSE, 0));
@@ -69,9 +75,13 @@ TEST(CalculatingWindow, ShowsTheScanAndCloses) {
   SessionSettings session;
   session.registryPath = u"Mervane100 Window Test";
   session.path = win::fromWide(folder.c_str()) + u"\\";
-  WatchableServices services;
+  server::WindowsServices services;
+  WatchableDesktop desktop;
+  const ScanPorts real = services.scan();
   ReportCollection reports;
-  scanCatalogue(session, services, &reports);
+  const ScanPorts watched{real.store,           real.files,  real.engine, real.legacyService,
+                          real.propertyReader, real.window, desktop};
+  scanCatalogue(session, watched, &reports);
   done = true;
   person.join();
 

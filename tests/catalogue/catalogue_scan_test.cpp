@@ -32,7 +32,7 @@ TEST_F(CatalogueScan, ListsTheThreeFamiliesInListingOrderAndStoresCrystalOnFirst
   services.readerTemplate.files[u"C:\\Data\\Reports\\c.report"] = {u"Gamma", u" 5 "};
   services.legacyTemplate.reports[u"Reports\\d.SRT"] = {u"Delta", 9};
 
-  scanCatalogue(session, services, &reports);
+  scanCatalogue(session, services.scan(), &reports);
 
   ASSERT_EQ(reports.size(), 3u);
   auto a = reports.at(1), c = reports.at(2), d = reports.at(3);
@@ -64,7 +64,7 @@ TEST_F(CatalogueScan, ListsTheThreeFamiliesInListingOrderAndStoresCrystalOnFirst
 
   // A second scan takes the stored value and does not open the file again.
   ReportCollection again;
-  scanCatalogue(session, services, &again);
+  scanCatalogue(session, services.scan(), &again);
   EXPECT_EQ(services.opened.size(), 1u);
   EXPECT_EQ(again.at(1)->reportTitle, u"Alpha");
   EXPECT_EQ(again.at(1)->applicationData, 17);
@@ -80,7 +80,7 @@ TEST_F(CatalogueScan, StoredValuesAreTakenApartFromTheirEnd) {
   store(u"newer.layout", u"Stored;Y;0");
   services.readerTemplate.files[u"C:\\Data\\Reports\\newer.layout"] = {u"Label", u"not a number"};
 
-  scanCatalogue(session, services, &reports);
+  scanCatalogue(session, services.scan(), &reports);
 
   auto item = [&](const char16_t* name) { return reports.find(name); };
   EXPECT_EQ(item(u"fav.rpt")->reportTitle, u"Sales");
@@ -120,7 +120,7 @@ TEST_F(CatalogueScan, FailuresLeaveValuesAtTheirStartAndStillListTheReport) {
   services.noEngine = true;
   services.noReader = true;  // the legacy service has no such report either
 
-  scanCatalogue(session, services, &reports);
+  scanCatalogue(session, services.scan(), &reports);
   ASSERT_EQ(reports.size(), 4u);
   EXPECT_EQ(reports.at(1)->reportTitle, u"");
   EXPECT_EQ(stored(u"broken.rpt"), u";N;0");
@@ -132,7 +132,7 @@ TEST_F(CatalogueScan, FailuresLeaveValuesAtTheirStartAndStillListTheReport) {
   // An item already in the collection under a file's name stays.
   ReportCollection existing;
   existing.add(u"Mine", u"ok.rpt", u"OK.RPT");
-  scanCatalogue(session, services, &existing);
+  scanCatalogue(session, services.scan(), &existing);
   EXPECT_EQ(existing.find(u"ok.rpt")->reportTitle, u"Mine");
   EXPECT_EQ(existing.size(), 4u);
 }
@@ -140,12 +140,12 @@ TEST_F(CatalogueScan, FailuresLeaveValuesAtTheirStartAndStillListTheReport) {
 TEST_F(CatalogueScan, NoCollectionAndMissingFolder) {
   folder({u"new.rpt"});
   services.engineTemplate.files[u"C:\\Data\\Reports\\new.rpt"] = {u"New", u""};
-  scanCatalogue(session, services, nullptr);
+  scanCatalogue(session, services.scan(), nullptr);
   EXPECT_EQ(stored(u"new.rpt"), u"New;N;0");
 
   session.path = u"C:\\Nowhere\\";
   services.window = {};
-  scanCatalogue(session, services, &reports);
+  scanCatalogue(session, services.scan(), &reports);
   EXPECT_EQ(reports.size(), 0u);
   EXPECT_TRUE(services.window.shown);
   EXPECT_TRUE(services.window.closed);
@@ -161,7 +161,7 @@ TEST(Favourites, ListsValuesFlaggedYInStoreOrder) {
           {u"C:\\R\\e.rpt", u"no separator"}, {u"C:\\S\\a.rpt", u"Other;Y;1"},
           {u"f.rpt", u"Bare;Y;2"},            {u"C:\\R\\g.rpt", u"   "}};
   ReportCollection full;
-  listFavourites(session, services, &full, false);
+  listFavourites(session, services.store, &full, false);
   ASSERT_EQ(full.size(), 3u);
   EXPECT_EQ(full.at(1)->reportTitle, u"Sales");
   EXPECT_EQ(full.at(1)->fileName, u"C:\\R\\a.rpt");
@@ -170,7 +170,7 @@ TEST(Favourites, ListsValuesFlaggedYInStoreOrder) {
   EXPECT_EQ(full.at(1)->reportType, u"");
 
   ReportCollection stripped;
-  listFavourites(session, services, &stripped, true);
+  listFavourites(session, services.store, &stripped, true);
   ASSERT_EQ(stripped.size(), 2u);  // the second a.rpt shares the first one's key
   EXPECT_EQ(stripped.at(1)->fileName, u"a.rpt");
   EXPECT_EQ(stripped.find(u"A.RPT")->reportTitle, u"Sales");
@@ -178,10 +178,10 @@ TEST(Favourites, ListsValuesFlaggedYInStoreOrder) {
 
   services.store.sections.clear();
   ReportCollection none;
-  listFavourites(session, services, &none, false);
+  listFavourites(session, services.store, &none, false);
   services.store.failing = true;
-  listFavourites(session, services, &none, false);
-  listFavourites(session, services, nullptr, false);
+  listFavourites(session, services.store, &none, false);
+  listFavourites(session, services.store, nullptr, false);
   EXPECT_EQ(none.size(), 0u);
 }
 

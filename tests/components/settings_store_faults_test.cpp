@@ -40,9 +40,9 @@ SessionSettings session() {
 }
 
 // Title and application data of each report listed, in order.
-std::vector<std::pair<Text, std::int32_t>> listed(Services& services) {
+std::vector<std::pair<Text, std::int32_t>> listed(FakeServices& services) {
   ReportCollection reports;
-  scanCatalogue(session(), services, &reports);
+  scanCatalogue(session(), services.scan(), &reports);
   std::vector<std::pair<Text, std::int32_t>> out;
   for (std::size_t i = 1; i <= reports.size(); ++i) out.push_back({reports.at(i)->reportTitle, reports.at(i)->applicationData});
   return out;
@@ -81,7 +81,7 @@ TEST(SettingsStoreFaults, DeleteAndRetitleLeaveWholeValues) {
   failEachCall(
       [](Catalogue& s) {
         s.files.folders[kFolder + u"\\Deleted Reports"];
-        EXPECT_TRUE(deleteReport(session(), s, kFolder + u"\\", u"b.rpt"));
+        deleteReport(session(), s.store, s.fileSystem(), kFolder + u"\\", u"b.rpt");
       },
       [](Catalogue& s) {
         // The entry is gone or still whole; the others are untouched.
@@ -89,7 +89,7 @@ TEST(SettingsStoreFaults, DeleteAndRetitleLeaveWholeValues) {
         EXPECT_TRUE(b == u"<none>" || b == u"Bravo;Y;2") << toUtf8(b);
         EXPECT_EQ(s.store.value(u"Reports", kFolder + u"\\e.rpt"), u"Echo;N;0");
       });
-  failEachCall([](Catalogue& s) { retitleStoredReports(session(), s, u"Echo", u"Echo 2"); },
+  failEachCall([](Catalogue& s) { retitleStoredReports(session(), s.store, u"Echo", u"Echo 2"); },
                [](Catalogue& s) {
                  const Text e = s.store.value(u"Reports", kFolder + u"\\e.rpt");
                  EXPECT_TRUE(e == u"Echo;N;0" || e == u"Echo 2;N;0") << toUtf8(e);
@@ -98,9 +98,9 @@ TEST(SettingsStoreFaults, DeleteAndRetitleLeaveWholeValues) {
 }
 
 // The recent list's entries, as the host lists them.
-std::vector<Text> recent(Services& services) {
+std::vector<Text> recent(FakeServices& services) {
   ReportCollection reports;
-  listRecentReports(session(), services, &reports);
+  listRecentReports(session(), services.store, &reports);
   std::vector<Text> out;
   for (std::size_t i = 1; i <= reports.size(); ++i) out.push_back(reports.at(i)->fileName);
   return out;
@@ -119,7 +119,7 @@ TEST(SettingsStoreFaults, TheRecentListStaysAListWhicheverCallFails) {
   failEachCall(
       [&](Catalogue& s) {
         seed(s);
-        addRecentReport(session(), s, u"C:\\new.rpt", u"New");
+        addRecentReport(session(), s.store, u"C:\\new.rpt", u"New");
       },
       [&](Catalogue& s) {
         wellFormed(s);
@@ -130,7 +130,7 @@ TEST(SettingsStoreFaults, TheRecentListStaysAListWhicheverCallFails) {
   failEachCall(
       [&](Catalogue& s) {
         seed(s);
-        removeRecentReport(session(), s, 2);
+        removeRecentReport(session(), s.store, 2);
         recent(s);
       },
       wellFormed);

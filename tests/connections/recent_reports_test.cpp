@@ -31,18 +31,18 @@ class RecentReports : public ::testing::Test {
 };
 
 TEST_F(RecentReports, AddPutsTheReportFirstAndMovesTheRestDown) {
-  EXPECT_EQ(addRecentReport(session, services, u"C:\\R\\a.rpt", u"A"), 1);
+  EXPECT_EQ(addRecentReport(session, services.store, u"C:\\R\\a.rpt", u"A"), 1);
   EXPECT_EQ(list(), std::vector<Text>{u"A,C:\\R\\a.rpt"});
-  EXPECT_EQ(addRecentReport(session, services, u"C:\\R\\a.rpt", u"Renamed"), 0);
+  EXPECT_EQ(addRecentReport(session, services.store, u"C:\\R\\a.rpt", u"Renamed"), 0);
   EXPECT_EQ(list(), std::vector<Text>{u"A,C:\\R\\a.rpt"});
 
   seed(entries(6));
-  EXPECT_EQ(addRecentReport(session, services, u"C:\\R\\4.rpt", u"Four"), 1);
+  EXPECT_EQ(addRecentReport(session, services.store, u"C:\\R\\4.rpt", u"Four"), 1);
   EXPECT_EQ(list(), (std::vector<Text>{u"Four,C:\\R\\4.rpt", u"T1,C:\\R\\1.rpt", u"T2,C:\\R\\2.rpt",
                                       u"T3,C:\\R\\3.rpt", u"T5,C:\\R\\5.rpt", u"T6,C:\\R\\6.rpt"}));
 
   seed(entries(10));
-  addRecentReport(session, services, u"C:\\R\\new.rpt", u"New");
+  addRecentReport(session, services.store, u"C:\\R\\new.rpt", u"New");
   auto l = list();
   ASSERT_EQ(l.size(), 10u);
   EXPECT_EQ(l[0], u"New,C:\\R\\new.rpt");
@@ -50,13 +50,13 @@ TEST_F(RecentReports, AddPutsTheReportFirstAndMovesTheRestDown) {
 
   // Paths compare exactly: another case is another report.
   seed({u"A,C:\\R\\A.rpt"});
-  addRecentReport(session, services, u"c:\\r\\a.rpt", u"a");
+  addRecentReport(session, services.store, u"c:\\r\\a.rpt", u"a");
   EXPECT_EQ(list().size(), 2u);
 }
 
 TEST_F(RecentReports, BlankValuesAreNotCarriedAlong) {
   seed({u"T1,C:\\R\\1.rpt", u"   ", u"T3,C:\\R\\3.rpt"});
-  addRecentReport(session, services, u"C:\\R\\3.rpt", u"Three");
+  addRecentReport(session, services.store, u"C:\\R\\3.rpt", u"Three");
   // Old 2 (blank) would move to 3 and is not written: number 3 is left empty.
   EXPECT_EQ(services.store.value(u"RecentReports", u"1"), u"Three,C:\\R\\3.rpt");
   EXPECT_EQ(services.store.value(u"RecentReports", u"2"), u"T1,C:\\R\\1.rpt");
@@ -67,7 +67,7 @@ TEST_F(RecentReports, GetListsEntriesSkipsPlaceholdersAndMarksFavourites) {
   seed({u"A,C:\\R\\a.rpt", u" deleted ", u"B,D:\\Other\\b.rpt", u"nocomma", u"C,C:\\R\\A.RPT"});
   services.store.sections[u"Reports"] = {{u"C:\\Elsewhere\\b.rpt", u"B;Y;0"}};
   ReportCollection got;
-  listRecentReports(session, services, &got);
+  listRecentReports(session, services.store, &got);
   ASSERT_EQ(got.size(), 3u);  // the last entry repeats the first path without regard to case
   EXPECT_EQ(got.at(1)->reportTitle, u"A");
   EXPECT_EQ(got.at(1)->fileName, u"C:\\R\\a.rpt");
@@ -77,13 +77,13 @@ TEST_F(RecentReports, GetListsEntriesSkipsPlaceholdersAndMarksFavourites) {
   EXPECT_TRUE(got.at(2)->favourite);  // matched by bare file name
   EXPECT_EQ(got.at(3)->fileName, u"nocomma");
   EXPECT_EQ(got.at(3)->regKey, u"4");
-  listRecentReports(session, services, nullptr);
+  listRecentReports(session, services.store, nullptr);
 }
 
 TEST_F(RecentReports, GetRepairsAListLongerThanTen) {
   seed(entries(12));
   ReportCollection got;
-  listRecentReports(session, services, &got);
+  listRecentReports(session, services.store, &got);
   EXPECT_EQ(got.size(), 12u);
   EXPECT_EQ(got.at(12)->regKey, u"12");
   auto l = list();
@@ -94,15 +94,15 @@ TEST_F(RecentReports, GetRepairsAListLongerThanTen) {
 
 TEST_F(RecentReports, RemoveClosesTheGap) {
   seed(entries(3));
-  removeRecentReport(session, services, 1);
+  removeRecentReport(session, services.store, 1);
   EXPECT_EQ(list(), (std::vector<Text>{u"T2,C:\\R\\2.rpt", u"T3,C:\\R\\3.rpt"}));
   seed(entries(3));
-  removeRecentReport(session, services, 11);
-  removeRecentReport(session, services, 0);
-  removeRecentReport(session, services, -5);
+  removeRecentReport(session, services.store, 11);
+  removeRecentReport(session, services.store, 0);
+  removeRecentReport(session, services.store, -5);
   EXPECT_EQ(list().size(), 3u);
   seed(entries(10));
-  removeRecentReport(session, services, 10);
+  removeRecentReport(session, services.store, 10);
   EXPECT_EQ(list().size(), 9u);
 }
 

@@ -33,7 +33,7 @@ TEST(DeleteReport, MovesIntoDeletedReportsAndRemovesTheStoredValue) {
     SessionSettings session;
     services.moving.folders[u"C:\\Reports"];
     services.store.sections[u"Reports"] = {{u"C:\\Reports\\Sales.rpt", u"Sales;Y;0"}, {u"C:\\Other.rpt", u"O;N;0"}};
-    EXPECT_TRUE(deleteReport(session, services, folder, u"Sales.rpt"));
+    deleteReport(session, services.store, services.fileSystem(), folder, u"Sales.rpt");
     EXPECT_EQ(services.moving.created, std::vector<Text>{u"C:\\Reports\\Deleted Reports"});
     ASSERT_EQ(services.moving.moves.size(), 1u);
     EXPECT_EQ(services.moving.moves[0].first, u"C:\\Reports\\Sales.rpt");
@@ -41,7 +41,7 @@ TEST(DeleteReport, MovesIntoDeletedReportsAndRemovesTheStoredValue) {
     EXPECT_EQ(services.store.value(u"Reports", u"C:\\Reports\\Sales.rpt"), u"<none>");
     EXPECT_EQ(services.store.value(u"Reports", u"C:\\Other.rpt"), u"O;N;0");
     // The folder is made once and used again.
-    deleteReport(session, services, folder, u"Other.rpt");
+    deleteReport(session, services.store, services.fileSystem(), folder, u"Other.rpt");
     EXPECT_EQ(services.moving.created.size(), 1u);
   }
 }
@@ -52,7 +52,7 @@ TEST(DeleteReport, OnlyABackslashSeparatesAndAFailedMoveStillRemovesTheValue) {
   SessionSettings session;
   services.moving.refuseMove = true;
   services.store.sections[u"Reports"] = {{u"C:\\R/\\x.rpt", u"X;N;0"}};
-  EXPECT_TRUE(deleteReport(session, services, u"C:\\R/", u"x.rpt"));
+  deleteReport(session, services.store, services.fileSystem(), u"C:\\R/", u"x.rpt");
   EXPECT_EQ(services.store.value(u"Reports", u"C:\\R/\\x.rpt"), u"<none>");
 }
 

@@ -163,14 +163,14 @@ TEST_F(HeldFiles, DeleteCopyAndSaveLeaveAHeldReportWhereItIs) {
   services.store.sections[u"Reports"].clear();
   session.path = folder;
   ReportCollection listed;
-  scanCatalogue(session, services, &listed);
+  scanCatalogue(session, services.scan(), &listed);
   ASSERT_TRUE(listed.find(u"Monthly Sales.rpt"));
   EXPECT_EQ(listed.find(u"Monthly Sales.rpt")->reportTitle, u"");
   EXPECT_EQ(services.store.value(u"Reports", key), u";N;0");
   services.store.sections[u"Reports"] = {{key, u"Monthly Sales;Y;3"}};
 
   // Delete: the file stays where it is; its stored value goes all the same.
-  EXPECT_TRUE(deleteReport(session, services, folder, u"Monthly Sales.rpt"));
+  deleteReport(session, services.store, services.fileSystem(), folder, u"Monthly Sales.rpt");
   EXPECT_TRUE(fs::exists(rpt));
   EXPECT_FALSE(fs::exists(reports_ / L"Deleted Reports" / L"Monthly Sales.rpt"));
   EXPECT_EQ(services.store.value(u"Reports", key), u"<none>");
@@ -183,7 +183,7 @@ TEST_F(HeldFiles, DeleteCopyAndSaveLeaveAHeldReportWhereItIs) {
     s.ok = true;
   };
   Text newName;
-  EXPECT_TRUE(copyReport(session, services, {u"Monthly Sales", u"Monthly Sales.rpt", folder, 1}, newName));
+  EXPECT_TRUE(copyReport(session, services.copy(), {u"Monthly Sales", u"Monthly Sales.rpt", folder, 1}, newName));
   EXPECT_EQ(newName, u"Copy.rpt");
   EXPECT_FALSE(fs::exists(reports_ / L"Copy.rpt"));
   EXPECT_EQ(services.store.value(u"Reports", folder + u"Copy.rpt"), u"The copy;N;0");
@@ -195,7 +195,7 @@ TEST_F(HeldFiles, DeleteCopyAndSaveLeaveAHeldReportWhereItIs) {
       s.fileName = u"Copied.label";
       s.ok = true;
     };
-    EXPECT_TRUE(copyReport(session, services, {u"Held", u"Held.label", folder, 2}, newName));
+    EXPECT_TRUE(copyReport(session, services.copy(), {u"Held", u"Held.label", folder, 2}, newName));
     EXPECT_FALSE(fs::exists(reports_ / L"Copied.label"));
   }
 
@@ -234,7 +234,7 @@ TEST(FullDisk, ACopyOrSaveThatDoesNotFitLeavesNoHalfFile) {
     s.ok = true;
   };
   Text newName;
-  EXPECT_TRUE(copyReport(session, services, {u"Large", u"Large.srt", path, 2}, newName));
+  EXPECT_TRUE(copyReport(session, services.copy(), {u"Large", u"Large.srt", path, 2}, newName));
   EXPECT_EQ(names(folder), before);
 
   auto engine = createEngineApplication();

@@ -1,7 +1,8 @@
 // In-memory stand-ins for everything outside the core, for native tests of
 // the operations: a settings store that keeps its sections in insertion
 // order, a folder listing, an engine with scripted reports, the host's Vardo
-// readers, and a progress window that records what it was told.
+// readers, and a progress window that records what it was told. FakeServices
+// holds them all and hands each operation the ports it takes.
 #pragma once
 
 #include <map>
@@ -9,7 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "components/services.h"
+#include "authoring/details_dialog.h"
+#include "authoring/designer_window.h"
+#include "authoring/report_flows.h"
+#include "catalogue/catalogue_scan.h"
+#include "maintenance/copy/copy_report.h"
+#include "maintenance/export_import/export_import.h"
 
 namespace mervane::testing {
 
@@ -160,7 +166,9 @@ struct FakeFileSystem : FileSystem {
   void copyFile(const Text&, const Text&) override { throw std::runtime_error("copy"); }
 };
 
-struct FakeServices : Services {
+// Each maker may be scripted to fail; forms not scripted by a test fail to
+// load, and a message box fails to show.
+struct FakeServices : Desktop {
   FakeSettingsStore store;
   FakeFileSystem files;
   std::vector<Text> opened, legacyNames;
@@ -171,26 +179,49 @@ struct FakeServices : Services {
   bool noEngine = false, noLegacy = false, noReader = false;
   int messagePumps = 0;
 
-  SettingsStore& settingsStore() override { return store; }
-  FileSystem& fileSystem() override { return files; }
-  std::unique_ptr<EngineApplication> createEngine() override {
+  virtual FileSystem& fileSystem() { return files; }
+  virtual std::unique_ptr<EngineApplication> createEngine() {
     if (noEngine) throw std::runtime_error("engine");
     auto e = std::make_unique<FakeEngine>(&opened);
     e->files = engineTemplate.files;
     return e;
   }
-  std::unique_ptr<LegacyReportService> createLegacyReportService() override {
+  std::unique_ptr<LegacyReportService> createLegacyReportService() {
     if (noLegacy) throw std::runtime_error("legacy");
     auto l = std::make_unique<FakeLegacy>(&legacyNames);
     l->reports = legacyTemplate.reports;
     return l;
   }
-  std::unique_ptr<ReportPropertyReader> createReportPropertyReader() override {
+  std::unique_ptr<ReportPropertyReader> createReportPropertyReader() {
     if (noReader) throw std::runtime_error("reader");
     return std::make_unique<FakePropertyReader>(readerTemplate);
   }
-  std::unique_ptr<ScanWindow> loadScanWindow() override { return std::make_unique<FakeScanWindow>(window); }
+  virtual std::unique_ptr<DetailsDialog> loadDetailsDialog() { throw std::runtime_error("no details dialog"); }
+  virtual std::unique_ptr<ArchiveWindow> loadArchiveWindow() { throw std::runtime_error("no archive window"); }
+  virtual std::unique_ptr<DesignerWindow> loadDesignerWindow() { throw std::runtime_error("no designer window"); }
+
   void processMessages() override { ++messagePumps; }
+  void setBusyPointer(bool) override {}
+  void showMessage(const Text&, const Text&) override { throw std::runtime_error("no message box"); }
+
+  ScanPorts scan() {
+    return {store,
+            fileSystem(),
+            [this] { return createEngine(); },
+            [this] { return createLegacyReportService(); },
+            [this] { return createReportPropertyReader(); },
+            [this] { return std::unique_ptr<ScanWindow>(std::make_unique<FakeScanWindow>(window)); },
+            *this};
+  }
+  CopyPorts copy() {
+    return {store, fileSystem(), [this] { return createEngine(); }, [this] { return loadDetailsDialog(); }, *this};
+  }
+  ArchivePorts archive() {
+    return {[this] { return loadArchiveWindow(); }, *this};
+  }
+  DesignerPorts designer() {
+    return {store, [this] { return loadDesignerWindow(); }, *this};
+  }
 };
 
 }  // namespace mervane::testing

@@ -11,7 +11,7 @@
 #include <cstdint>
 
 #include "base/win/form.h"
-#include "components/services.h"
+#include "catalogue/scan_window.h"
 
 namespace mervane::win {
 

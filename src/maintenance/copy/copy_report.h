@@ -12,7 +12,11 @@
 
 #include "base/text.h"
 #include "catalogue/session_settings.h"
-#include "components/services.h"
+#include "components/desktop.h"
+#include "components/file_system.h"
+#include "components/maker.h"
+#include "components/report_engine.h"
+#include "components/settings_store.h"
 
 namespace mervane {
 
@@ -23,9 +27,21 @@ struct CopyRequest {
   std::int32_t reportType = 1;  // vdReportType; vdCrystal when the host leaves it out
 };
 
+class DetailsDialog;  // the report details dialog, src/authoring/details_dialog.h
+
+// What the copy reaches outside the core; the engine and the dialog are made
+// for one call.
+struct CopyPorts {
+  SettingsStore& store;
+  FileSystem& files;
+  Maker<EngineApplication> engine;
+  Maker<DetailsDialog> dialog;
+  Desktop& desktop;
+};
+
 // newFileName is the host's in/out argument. It is set to the dialog's file
 // name box only when the user confirmed the dialog, and the answer says
 // whether that happened; after a cancel it is left as it was.
-bool copyReport(const SessionSettings& session, Services& services, const CopyRequest& request, Text& newFileName);
+bool copyReport(const SessionSettings& session, const CopyPorts& ports, const CopyRequest& request, Text& newFileName);
 
 }  // namespace mervane

@@ -24,37 +24,49 @@ Text diskRequestPrompt(std::int16_t disk) {
   return u"Please enter disk number " + decimal(disk) + u" from the backup set.";
 }
 
-void ArchiveProgress::progress(const Text& fileName, std::int32_t originalSize, std::int32_t bytesRead,
-                               std::int16_t percent, std::int32_t totalFiles, std::int32_t processedFiles,
-                               std::int32_t totalBytes, std::int32_t processedBytes) {
+void ForgivingProgressView::setValue(ValueLabel label, const Text& text) noexcept {
+  attempt([&] { view_.setValue(label, text); });
+}
+void ForgivingProgressView::setCurrentFile(const Text& fileName) noexcept {
   attempt([&] {
     const int width = view_.currentFileWidth();
     view_.setValue(ValueLabel::currentFile,
                    fitToWidth(fileName, width, [&](const Text& t) { return view_.textWidth(t); }));
   });
+}
+void ForgivingProgressView::setBar(std::int32_t percent) noexcept { attempt([&] { view_.setBar(percent); }); }
+void ForgivingProgressView::showMessage(const Text& text, const Text& title) noexcept {
+  attempt([&] { view_.showMessage(text, title); });
+}
+void ForgivingProgressView::processMessages() noexcept { attempt([&] { view_.processMessages(); }); }
+
+void ArchiveProgress::progress(const Text& fileName, std::int32_t originalSize, std::int32_t bytesRead,
+                               std::int16_t percent, std::int32_t totalFiles, std::int32_t processedFiles,
+                               std::int32_t totalBytes, std::int32_t processedBytes) {
+  view_.setCurrentFile(fileName);
   const std::pair<ValueLabel, std::int64_t> values[] = {
       {ValueLabel::totalFiles, totalFiles},         {ValueLabel::totalBytes, totalBytes},
       {ValueLabel::processedFiles, processedFiles}, {ValueLabel::processedBytes, processedBytes},
       {ValueLabel::originalSize, originalSize},     {ValueLabel::bytesRead, bytesRead},
       {ValueLabel::percentDone, percent},
   };
-  for (const auto& entry : values) attempt([&] { view_.setValue(entry.first, decimal(entry.second)); });
-  attempt([&] { view_.setBar(percent); });
-  attempt([&] { view_.processMessages(); });
+  for (const auto& entry : values) view_.setValue(entry.first, decimal(entry.second));
+  view_.setBar(percent);
+  view_.processMessages();
 }
 
 void ArchiveProgress::fileCount(const Text&, std::int32_t processedFiles) { files_ = processedFiles; }
 
 void ArchiveProgress::diskFull(std::int16_t nextDisk) {
-  attempt([&] { view_.showMessage(diskFullPrompt(), u"Backup"); });
-  attempt([&] { view_.setValue(ValueLabel::disk, decimal(nextDisk)); });
-  attempt([&] { view_.processMessages(); });
+  view_.showMessage(diskFullPrompt(), u"Backup");
+  view_.setValue(ValueLabel::disk, decimal(nextDisk));
+  view_.processMessages();
 }
 
 void ArchiveProgress::diskRequest(std::int16_t disk) {
-  attempt([&] { view_.showMessage(diskRequestPrompt(disk), u"Restore"); });
-  attempt([&] { view_.setValue(ValueLabel::disk, decimal(disk)); });
-  attempt([&] { view_.processMessages(); });
+  view_.showMessage(diskRequestPrompt(disk), u"Restore");
+  view_.setValue(ValueLabel::disk, decimal(disk));
+  view_.processMessages();
 }
 
 }  // namespace mervane

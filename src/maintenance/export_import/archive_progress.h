@@ -39,6 +39,23 @@ class ProgressView {
   virtual void processMessages() = 0;
 };
 
+// The view under the library's failure policy: a call that fails is
+// skipped.
+class ForgivingProgressView {
+ public:
+  explicit ForgivingProgressView(ProgressView& view) : view_(view) {}
+  void setValue(ValueLabel label, const Text& text) noexcept;
+  // The current file's name, shortened to fit its label (fitToWidth); left
+  // as it was when a width cannot be measured.
+  void setCurrentFile(const Text& fileName) noexcept;
+  void setBar(std::int32_t percent) noexcept;
+  void showMessage(const Text& text, const Text& title) noexcept;
+  void processMessages() noexcept;
+
+ private:
+  ProgressView& view_;
+};
+
 // Shortens a text from the middle until it fits `width`: its first n and
 // last n characters around "...", for the largest n from (length / 2 - 2)
 // down to 4 at which it fits, or n = 4 when none does. Texts shorter than 12
@@ -62,7 +79,7 @@ class ArchiveProgress final : public ArchiveEvents {
   void diskRequest(std::int16_t disk) override;
 
  private:
-  ProgressView& view_;
+  ForgivingProgressView view_;
   std::int32_t files_ = 0;
 };
 

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "base/text.h"
+#include "components/forgiving.h"
 
 namespace mervane {
 
@@ -63,6 +64,40 @@ class ArchiveWindow {
 
   // Runs the configured archiver and returns when the window has hidden.
   virtual void showModal() = 0;
+};
+
+// The window under the library's failure policy: each call is skipped when
+// the window is missing or the call fails; a failed read gives nothing.
+class ForgivingArchiveWindow : public ForgivingPart<ArchiveWindow> {
+ public:
+  explicit ForgivingArchiveWindow(const Maker<ArchiveWindow>& make) : ForgivingPart(make) {}
+
+  bool setExpImp(bool import) noexcept { return step([&](ArchiveWindow& w) { w.setExpImp(import); }); }
+  std::int32_t files() { return value(std::int32_t{0}, [](ArchiveWindow& w) { return w.files(); }); }
+  std::optional<Text> personalFolder() {
+    return value(std::optional<Text>(), [](ArchiveWindow& w) { return std::optional<Text>(w.personalFolder()); });
+  }
+  // The chosen file; nothing when the user cancelled or the dialog failed.
+  std::optional<Text> showFileDialog(bool open, const FileDialogSettings& settings) {
+    return value(std::optional<Text>(), [&](ArchiveWindow& w) {
+      return open ? w.showOpenDialog(settings) : w.showSaveDialog(settings);
+    });
+  }
+  void setProgressBar(std::int32_t percent) noexcept { step([&](ArchiveWindow& w) { w.setProgressBar(percent); }); }
+  void configureZip(const ZipRun& run) noexcept { step([&](ArchiveWindow& w) { w.configureZip(run); }); }
+  void configureUnzip(const UnzipRun& run) noexcept { step([&](ArchiveWindow& w) { w.configureUnzip(run); }); }
+  // Lets the archiver ask for new disks when the configured archive lies on
+  // a removable drive.
+  void allowDiskPromptsOnRemovableDrive() noexcept {
+    step([](ArchiveWindow& w) {
+      ZipRun zip = w.zip();
+      if (w.onRemovableDrive(zip.archivePath)) {
+        zip.diskPrompts = true;
+        w.configureZip(zip);
+      }
+    });
+  }
+  void showModal() noexcept { step([](ArchiveWindow& w) { w.showModal(); }); }
 };
 
 }  // namespace mervane

