@@ -11,11 +11,15 @@
 #include <algorithm>
 #include <cwchar>
 
+#include "base/win/wide.h"
 #include "engine/formula/formula.h"
 
 namespace mervane::authoring::win {
 
 namespace {
+
+using mervane::win::fromWide;
+using mervane::win::toWide;
 
 HINSTANCE thisModule() {
   HMODULE module = nullptr;
@@ -51,8 +55,6 @@ std::vector<WORD> dialogTemplate(const std::wstring& caption) {
   words.push_back(0);
   return words;
 }
-
-std::wstring wide(TextView text) { return std::wstring(text.begin(), text.end()); }
 
 }  // namespace
 
@@ -151,14 +153,14 @@ void ModalDialog::initialise() {
   }
 }
 
-void ModalDialog::setText(int id, TextView text) { SetWindowTextW(item(id), wide(text).c_str()); }
+void ModalDialog::setText(int id, TextView text) { SetWindowTextW(item(id), toWide(text).c_str()); }
 
 Text ModalDialog::text(int id) const {
   HWND control = item(id);
   const int length = GetWindowTextLengthW(control);
   std::wstring out(static_cast<size_t>(length) + 1, L'\0');
   out.resize(static_cast<size_t>(GetWindowTextW(control, out.data(), length + 1)));
-  return Text(out.begin(), out.end());
+  return fromWide(out);
 }
 
 void ModalDialog::enable(int id, bool enabled) {
@@ -182,7 +184,7 @@ bool ModalDialog::isCombo(int id) const {
 void ModalDialog::clearItems(int id) { SendMessageW(item(id), isCombo(id) ? CB_RESETCONTENT : LB_RESETCONTENT, 0, 0); }
 
 int ModalDialog::addItem(int id, TextView text) {
-  const std::wstring w = wide(text);
+  const std::wstring w = toWide(text);
   return static_cast<int>(
       SendMessageW(item(id), isCombo(id) ? CB_ADDSTRING : LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(w.c_str())));
 }
@@ -216,7 +218,7 @@ void ModalDialog::focus(int id) {
 }
 
 void ModalDialog::refuse(int focusId, TextView message) {
-  MessageBoxW(hwnd_, wide(message).c_str(), caption_.c_str(), MB_OK | MB_ICONEXCLAMATION);
+  MessageBoxW(hwnd_, toWide(message).c_str(), caption_.c_str(), MB_OK | MB_ICONEXCLAMATION);
   focus(focusId);
 }
 
