@@ -2,7 +2,8 @@
 //
 // Each dialog starts from an in-memory template that holds only the window
 // (caption and font); its controls are made from the dialog's layout table
-// when the dialog initialises, in twips like every form of the library, and
+// when the dialog initialises, in twips like every form of the library
+// (base/win/form.h places them), and
 // the system's dialog manager gives the keyboard handling of any dialog.
 #include "authoring/designer/win/designer_dialogs_kit.h"
 
@@ -21,21 +22,7 @@ namespace {
 using mervane::win::fromWide;
 using mervane::win::toWide;
 
-HINSTANCE thisModule() {
-  HMODULE module = nullptr;
-  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                     reinterpret_cast<LPCWSTR>(&thisModule), &module);
-  return module;
-}
-
-int screenDpi() {
-  HDC dc = GetDC(nullptr);
-  int dpi = dc ? GetDeviceCaps(dc, LOGPIXELSX) : 96;
-  if (dc) ReleaseDC(nullptr, dc);
-  return dpi > 0 ? dpi : 96;
-}
-
-int pixels(int twips) { return MulDiv(twips, screenDpi(), 1440); }
+using mervane::win::thisModule;
 
 // A DLGTEMPLATE with no controls: style, caption, and the dialog font
 // (MS Shell Dlg 8 pt, Tahoma on every system we run on). Kept in WORDs so
@@ -118,19 +105,17 @@ INT_PTR ModalDialog::handle(UINT message, WPARAM wParam, LPARAM) {
 }
 
 void ModalDialog::initialise() {
-  const auto font = static_cast<WPARAM>(SendMessageW(hwnd_, WM_GETFONT, 0, 0));
+  const auto font = reinterpret_cast<HFONT>(SendMessageW(hwnd_, WM_GETFONT, 0, 0));
   for (const ControlLayout& c : layout()) {
     DWORD exStyle = 0;
     if (c.windowClass == std::wstring_view(WC_EDITW) || c.windowClass == std::wstring_view(WC_LISTBOXW)) {
       exStyle = WS_EX_CLIENTEDGE;
     }
-    HWND control = CreateWindowExW(exStyle, c.windowClass, c.text, WS_CHILD | WS_VISIBLE | c.style, pixels(c.left),
-                                   pixels(c.top), pixels(c.width), pixels(c.height), hwnd_,
-                                   reinterpret_cast<HMENU>(static_cast<INT_PTR>(c.id)), thisModule(), nullptr);
-    if (control) SendMessageW(control, WM_SETFONT, font, FALSE);
+    mervane::win::createControl(hwnd_, c, font, exStyle);
   }
   // The client area in twips, centred over the owner (or the screen).
-  RECT frame = {0, 0, pixels(width_), pixels(height_)};
+  const int dpi = mervane::win::dpiOf(hwnd_);
+  RECT frame = {0, 0, mervane::win::twipsToPixels(width_, dpi), mervane::win::twipsToPixels(height_, dpi)};
   AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongPtrW(hwnd_, GWL_STYLE)), FALSE,
                      static_cast<DWORD>(GetWindowLongPtrW(hwnd_, GWL_EXSTYLE)));
   const int width = frame.right - frame.left, height = frame.bottom - frame.top;
