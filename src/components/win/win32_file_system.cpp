@@ -61,7 +61,7 @@ std::vector<FileEntry> Win32FileSystem::listFiles(const Text& folder) {
   do {
     if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
     Text name = fromWide(data.cFileName);
-    files.push_back({name, Text(prefix.begin(), prefix.end()) + name});
+    files.push_back({name, fromWide(prefix) + name});
   } while (FindNextFileW(find.get(), &data));
   return files;
 }

@@ -191,7 +191,7 @@ Text ModalDialog::itemText(int id, int index) const {
   const LRESULT got = SendMessageW(item(id), combo ? CB_GETLBTEXT : LB_GETTEXT, static_cast<WPARAM>(index),
                                    reinterpret_cast<LPARAM>(text.data()));
   text.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
-  return Text(text.begin(), text.end());
+  return fromWide(text);
 }
 
 void ModalDialog::select(int id, int index) {
