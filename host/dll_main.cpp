@@ -15,14 +15,7 @@ namespace mervane::host {
 namespace {
 
 using server::createAndQuery;
-using server::Creator;
-
-struct CreatableClass {
-  const CLSID* clsid;
-  Creator creator;
-  const wchar_t* progId;
-  const wchar_t* description;
-};
+using server::CreatableClass;
 
 const CreatableClass kClasses[] = {
     {&CLSID_Settings, &createAndQuery<SettingsObject>, L"MervaneHost.Settings", L"Mervane host settings store"},
@@ -99,13 +92,7 @@ extern "C" HRESULT WINAPI DllCanUnloadNow() { return server::canUnload() ? S_OK 
 extern "C" HRESULT WINAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** out) {
   if (!out) return E_POINTER;
   *out = nullptr;
-  return host::hostCall([&]() -> HRESULT {
-    for (const host::CreatableClass& c : host::kClasses) {
-      if (!server::sameIid(clsid, *c.clsid)) continue;
-      return server::ClassFactory::make(c.creator, iid, out);
-    }
-    return CLASS_E_CLASSNOTAVAILABLE;
-  });
+  return host::hostCall([&] { return server::classObject(host::kClasses, clsid, iid, out); });
 }
 
 extern "C" HRESULT WINAPI DllRegisterServer() {

@@ -10,8 +10,6 @@ namespace mervane::host {
 
 namespace {
 
-std::wstring wideText(const Text& text) { return std::wstring(text.begin(), text.end()); }
-
 // Checks a file name argument; an empty one names no file.
 std::wstring fileArgument(std::wstring path) {
   if (path.empty()) throw win::ComError(E_INVALIDARG);
@@ -40,7 +38,7 @@ HRESULT LegacyReportDefinitionObject::Load() {
     applicationData_ = 0;
     fullPath_ = resolveDefinitionPath(base_->folders, fileArgument(name_));
     VardoProperties properties = readDefinition(readFileHead(fullPath_, kHeaderLimit));
-    title_ = wideText(properties.find(u"TITLE").value_or(Text()));
+    title_ = win::toWide(properties.find(u"TITLE").value_or(Text()));
     applicationData_ = definitionApplicationData(properties);
     return S_OK;
   });
@@ -100,7 +98,7 @@ const VardoProperties& ReportPropertyReaderObject::document(BSTR path) {
 HRESULT ReportPropertyReaderObject::GetTitle(BSTR path, BSTR* title) {
   if (!title) return E_POINTER;
   *title = nullptr;
-  return hostCall([&] { return putBstr(title, wideText(document(path).find(u"Title").value_or(Text()))); });
+  return hostCall([&] { return putBstr(title, win::toWide(document(path).find(u"Title").value_or(Text()))); });
 }
 
 HRESULT ReportPropertyReaderObject::GetProperty(BSTR path, BSTR name, BSTR* value) {
@@ -109,7 +107,7 @@ HRESULT ReportPropertyReaderObject::GetProperty(BSTR path, BSTR name, BSTR* valu
   return hostCall([&] {
     std::wstring wanted = wideOf(name);
     Text key(wanted.begin(), wanted.end());
-    return putBstr(value, wideText(document(path).find(key).value_or(Text())));
+    return putBstr(value, win::toWide(document(path).find(key).value_or(Text())));
   });
 }
 

@@ -1,5 +1,6 @@
 // ClassFactory: the one class factory of every creatable class of the
-// library's DLLs. It makes an object through the class's create().
+// library's DLLs, and the class table each DLL keeps of its creatable
+// classes, which serves both DllGetClassObject and registration.
 //
 // A factory is not counted among the live objects: a host that keeps one to
 // make objects faster holds the DLL with LockServer, as COM asks, and a
@@ -10,9 +11,9 @@
 #include <windows.h>
 #include <unknwn.h>
 
-#include <atomic>
+#include <span>
 
-#include "server/dispatch.h"
+#include "server/com_object.h"
 #include "server/module.h"
 
 namespace mervane::server {
@@ -24,38 +25,29 @@ HRESULT createAndQuery(REFIID iid, void** out) {
   return T::create()->QueryInterface(iid, out);
 }
 
-class ClassFactory final : public IClassFactory {
+// One class a host can create: its class id, how an object of it is made,
+// and what registration writes for it.
+struct CreatableClass {
+  const CLSID* clsid;
+  Creator creator;
+  const wchar_t* progId;
+  const wchar_t* description;
+};
+
+class ClassFactory final : public ComObject<ClassFactory, IClassFactory> {
  public:
   explicit ClassFactory(Creator creator) : creator_(creator) {}
-  ClassFactory(const ClassFactory&) = delete;
-  ClassFactory& operator=(const ClassFactory&) = delete;
 
   // A new factory for creator, queried for iid.
   static HRESULT make(Creator creator, REFIID iid, void** out) {
     try {
-      ClassFactory* factory = new ClassFactory(creator);
-      HRESULT hr = factory->QueryInterface(iid, out);
-      factory->Release();
-      return hr;
+      return create(creator)->QueryInterface(iid, out);
     } catch (...) {
       return E_OUTOFMEMORY;
     }
   }
+  static bool answersTo(REFIID iid) { return sameIid(iid, IID_IClassFactory); }
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (!sameIid(iid, IID_IUnknown) && !sameIid(iid, IID_IClassFactory)) return E_NOINTERFACE;
-    *out = static_cast<IClassFactory*>(this);
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++refs_); }
-  ULONG STDMETHODCALLTYPE Release() override {
-    long n = --refs_;
-    if (n == 0) delete this;
-    return static_cast<ULONG>(n);
-  }
   HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
     if (!out) return E_POINTER;
     *out = nullptr;
@@ -72,9 +64,16 @@ class ClassFactory final : public IClassFactory {
   }
 
  private:
-  ~ClassFactory() = default;
-  std::atomic<long> refs_{1};
   Creator creator_;
 };
+
+// DllGetClassObject over a DLL's class table.
+inline HRESULT classObject(std::span<const CreatableClass> classes, REFCLSID clsid, REFIID iid, void** out) {
+  if (!out) return E_POINTER;
+  *out = nullptr;
+  for (const CreatableClass& c : classes)
+    if (sameIid(clsid, *c.clsid)) return ClassFactory::make(c.creator, iid, out);
+  return CLASS_E_CLASSNOTAVAILABLE;
+}
 
 }  // namespace mervane::server

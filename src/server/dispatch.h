@@ -1,12 +1,12 @@
 // DispatchObject: the one base of every public COM class of the library.
 //
-// It gives a dual interface its IUnknown (reference count, the current IID,
-// the IIDs of earlier releases, IDispatch) and its IDispatch. Late-bound calls
-// are served by invokeMember(), which reads the member's signature from the
-// embedded type library, coerces every argument itself (by-reference
-// variables, variants holding other types, omitted optional arguments with
-// their defaults) and then calls the same vtable slot an early-bound client
-// would call. A class only writes its interface's methods.
+// It gives a dual interface its IUnknown (ComObject, answering the current
+// IID, the IIDs of earlier releases and IDispatch) and its IDispatch.
+// Late-bound calls are served by invokeMember(), which reads the member's
+// signature from the embedded type library, coerces every argument itself
+// (by-reference variables, variants holding other types, omitted optional
+// arguments with their defaults) and then calls the same vtable slot an
+// early-bound client would call. A class only writes its interface's methods.
 #pragma once
 
 #include <windows.h>
@@ -17,6 +17,7 @@
 #include <span>
 
 #include "base/win/com.h"
+#include "server/com_object.h"
 #include "server/module.h"
 
 namespace mervane::server {
@@ -26,38 +27,18 @@ namespace mervane::server {
 HRESULT invokeMember(IDispatch* self, ITypeInfo* info, DISPID id, WORD flags, DISPPARAMS* params,
                      VARIANT* result, EXCEPINFO* exception, UINT* argError);
 
-bool sameIid(REFIID a, REFIID b);
-
 template <class Derived, class Interface>
-class DispatchObject : public Interface {
+class DispatchObject : public ComObject<Derived, Interface> {
  public:
   DispatchObject() { objectCreated(); }
-  DispatchObject(const DispatchObject&) = delete;
-  DispatchObject& operator=(const DispatchObject&) = delete;
 
-  // Makes a new object with a reference count of one, owned by the result.
-  template <class... Args>
-  static win::ComPtr<Derived> create(Args&&... args) {
-    return win::ComPtr<Derived>::attach(new Derived(std::forward<Args>(args)...));
-  }
-
-  // IUnknown
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    bool known = sameIid(iid, IID_IUnknown) || sameIid(iid, IID_IDispatch) ||
-                 sameIid(iid, Derived::interfaceId());
-    for (const IID* alias : Derived::earlierInterfaceIds()) known = known || sameIid(iid, *alias);
-    if (!known) return E_NOINTERFACE;
-    *out = static_cast<Interface*>(this);
-    this->AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++refs_); }
-  ULONG STDMETHODCALLTYPE Release() override {
-    long n = --refs_;
-    if (n == 0) delete static_cast<Derived*>(this);
-    return static_cast<ULONG>(n);
+  // The QueryInterface table: IDispatch, the current IID and those of
+  // earlier releases.
+  static bool answersTo(REFIID iid) {
+    if (sameIid(iid, IID_IDispatch) || sameIid(iid, Derived::interfaceId())) return true;
+    for (const IID* alias : Derived::earlierInterfaceIds())
+      if (sameIid(iid, *alias)) return true;
+    return false;
   }
 
   // IDispatch
@@ -92,9 +73,6 @@ class DispatchObject : public Interface {
 
  protected:
   virtual ~DispatchObject() { objectDestroyed(); }
-
- private:
-  std::atomic<long> refs_{1};
 };
 
 // Helpers for the out parameters of property gets.

@@ -14,6 +14,18 @@
 
 using namespace mervane::server;
 
+namespace {
+
+// The classes a host can create: their factories and their registration.
+const CreatableClass kClasses[] = {
+    {&CLSID_ReportFunctions, &createAndQuery<ReportFunctionsObject>, L"Mervane100.ReportFunctions",
+     L"Mervane100.ReportFunctions"},
+    {&CLSID_Reports, &createAndQuery<ReportsObject>, L"Mervane100.Reports", L"Mervane100.Reports"},
+    {&CLSID_cPrinter, &createAndQuery<PrinterObject>, L"Mervane100.cPrinter", L"Mervane100.cPrinter"},
+};
+
+}  // namespace
+
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
   if (reason == DLL_PROCESS_ATTACH) {
     setModuleHandle(instance);
@@ -40,20 +52,13 @@ extern "C" HRESULT WINAPI DllCanUnloadNow() {
 extern "C" HRESULT WINAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** out) {
   if (!out) return E_POINTER;
   *out = nullptr;
-  return guarded([&]() -> HRESULT {
-    Creator creator = nullptr;
-    if (sameIid(clsid, CLSID_ReportFunctions)) creator = &createAndQuery<ReportFunctionsObject>;
-    else if (sameIid(clsid, CLSID_Reports)) creator = &createAndQuery<ReportsObject>;
-    else if (sameIid(clsid, CLSID_cPrinter)) creator = &createAndQuery<PrinterObject>;
-    if (!creator) return CLASS_E_CLASSNOTAVAILABLE;
-    return ClassFactory::make(creator, iid, out);
-  });
+  return guarded([&] { return classObject(kClasses, clsid, iid, out); });
 }
 
 extern "C" HRESULT WINAPI DllRegisterServer() {
-  return guarded([] { return registerServer(modulePath()); });
+  return guarded([] { return registerServer(modulePath(), kClasses); });
 }
 
 extern "C" HRESULT WINAPI DllUnregisterServer() {
-  return guarded([] { return unregisterServer(modulePath()); });
+  return guarded([] { return unregisterServer(kClasses); });
 }

@@ -8,12 +8,6 @@
 
 namespace mervane::server {
 
-const CreatableClass kCreatableClasses[3] = {
-    {&CLSID_ReportFunctions, L"Mervane100.ReportFunctions", L"Mervane100.ReportFunctions"},
-    {&CLSID_Reports, L"Mervane100.Reports", L"Mervane100.Reports"},
-    {&CLSID_cPrinter, L"Mervane100.cPrinter", L"Mervane100.cPrinter"},
-};
-
 namespace {
 
 // Interface ids of earlier releases: marshalled like the current interface.
@@ -55,7 +49,7 @@ void deleteTree(const std::wstring& path) { RegDeleteTreeW(HKEY_CLASSES_ROOT, pa
 
 }  // namespace
 
-HRESULT registerServer(const std::wstring& modulePath) {
+HRESULT registerServer(const std::wstring& modulePath, std::span<const CreatableClass> classes) {
   win::ComPtr<ITypeLib> lib;
   HRESULT hr = LoadTypeLibEx(modulePath.c_str(), REGKIND_NONE, lib.put());
   if (FAILED(hr)) return hr;
@@ -64,7 +58,7 @@ HRESULT registerServer(const std::wstring& modulePath) {
   if (FAILED(hr)) return hr;
 
   bool ok = true;
-  for (const CreatableClass& c : kCreatableClasses) {
+  for (const CreatableClass& c : classes) {
     std::wstring clsid = guidText(*c.clsid);
     std::wstring key = L"CLSID\\" + clsid;
     ok &= setValue(key, nullptr, c.description);
@@ -88,8 +82,8 @@ HRESULT registerServer(const std::wstring& modulePath) {
   return ok ? S_OK : SELFREG_E_CLASS;
 }
 
-HRESULT unregisterServer(const std::wstring&) {
-  for (const CreatableClass& c : kCreatableClasses) {
+HRESULT unregisterServer(std::span<const CreatableClass> classes) {
+  for (const CreatableClass& c : classes) {
     deleteTree(L"CLSID\\" + guidText(*c.clsid));
     deleteTree(c.progId);
   }

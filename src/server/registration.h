@@ -4,19 +4,15 @@
 
 #include <windows.h>
 
+#include <span>
 #include <string>
+
+#include "server/class_factory.h"
 
 namespace mervane::server {
 
-HRESULT registerServer(const std::wstring& modulePath);
-HRESULT unregisterServer(const std::wstring& modulePath);
-
-// The classes a host can create, for the class factory and registration.
-struct CreatableClass {
-  const CLSID* clsid;
-  const wchar_t* progId;
-  const wchar_t* description;
-};
-extern const CreatableClass kCreatableClasses[3];
+// Registers and unregisters the classes of the DLL's class table.
+HRESULT registerServer(const std::wstring& modulePath, std::span<const CreatableClass> classes);
+HRESULT unregisterServer(std::span<const CreatableClass> classes);
 
 }  // namespace mervane::server

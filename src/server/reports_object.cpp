@@ -83,29 +83,15 @@ HRESULT ReportsObject::get_NewEnum(IUnknown** enumerator) {
 
 namespace {
 
-class ItemEnumerator final : public IEnumVARIANT {
+class ItemEnumerator final : public ComObject<ItemEnumerator, IEnumVARIANT> {
  public:
   ItemEnumerator(std::shared_ptr<const std::vector<win::ComPtr<IDispatch>>> items, size_t next)
       : items_(std::move(items)), next_(next) {
     objectCreated();
   }
-  ItemEnumerator(const ItemEnumerator&) = delete;
-  ItemEnumerator& operator=(const ItemEnumerator&) = delete;
+  ~ItemEnumerator() { objectDestroyed(); }
+  static bool answersTo(REFIID iid) { return sameIid(iid, IID_IEnumVARIANT); }
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (!sameIid(iid, IID_IUnknown) && !sameIid(iid, IID_IEnumVARIANT)) return E_NOINTERFACE;
-    *out = static_cast<IEnumVARIANT*>(this);
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++refs_); }
-  ULONG STDMETHODCALLTYPE Release() override {
-    long n = --refs_;
-    if (n == 0) delete this;
-    return static_cast<ULONG>(n);
-  }
   HRESULT STDMETHODCALLTYPE Next(ULONG count, VARIANT* out, ULONG* fetched) override {
     if (!out) return E_POINTER;
     ULONG n = 0;
@@ -132,14 +118,12 @@ class ItemEnumerator final : public IEnumVARIANT {
     if (!out) return E_POINTER;
     *out = nullptr;
     return guarded([&] {
-      *out = new ItemEnumerator(items_, next_);
+      *out = create(items_, next_).detach();
       return S_OK;
     });
   }
 
  private:
-  ~ItemEnumerator() { objectDestroyed(); }
-  std::atomic<long> refs_{1};
   std::shared_ptr<const std::vector<win::ComPtr<IDispatch>>> items_;
   size_t next_;
 };
@@ -148,7 +132,7 @@ class ItemEnumerator final : public IEnumVARIANT {
 
 win::ComPtr<IEnumVARIANT> makeItemEnumerator(std::vector<win::ComPtr<IDispatch>> items) {
   auto shared = std::make_shared<const std::vector<win::ComPtr<IDispatch>>>(std::move(items));
-  return win::ComPtr<IEnumVARIANT>::attach(new ItemEnumerator(shared, 0));
+  return win::ComPtr<IEnumVARIANT>::attach(ItemEnumerator::create(shared, 0).detach());
 }
 
 }  // namespace mervane::server

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -263,21 +262,6 @@ TEST_F(EngineFiles, OpenReportsDoNotHoldTheirFile) {
   ASSERT_TRUE(copied);
   EXPECT_EQ(copied->title(), u"From memory");
   EXPECT_EQ(copied->applicationDataText(), u"Dept=4;AppData=17;Owner=x");
-}
-
-// Run by hand: engine_files_test --gtest_also_run_disabled_tests
-// --gtest_filter=*Timing*
-TEST_F(EngineFiles, DISABLED_OpenTiming) {
-  const int rounds = 1000;
-  auto start = std::chrono::steady_clock::now();
-  std::size_t characters = 0;
-  for (int i = 0; i < rounds; ++i) {
-    auto report = open(L"Monthly Sales.rpt");
-    ASSERT_TRUE(report);
-    characters += report->title().size() + report->applicationDataText().size();
-  }
-  std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
-  std::printf("open + title + text: %.3f ms per report (%zu characters)\n", spent.count() / rounds, characters);
 }
 
 }  // namespace

@@ -21,6 +21,7 @@
 
 #include <vector>
 
+#include "authoring/designer/design_options.h"
 #include "authoring/designer/win/designer_control.h"
 #include "authoring/viewer/win/viewer_control.h"
 #include "base/attempt.h"
@@ -192,9 +193,9 @@ void DesignerForm::giveToDesigner() {
   if (!designer_) return;
   engine::Report* report = currentReport();
   attempt([&] { designer_->setReport(report); });
-  attempt([&] { designer_->setDisplayOption(13, true); });
-  attempt([&] { designer_->setDisplayOption(9, true); });
-  attempt([&] { designer_->setDisplayOption(18, false); });
+  attempt([&] { designer_->setDisplayOption(designer::kDisplayFieldList, true); });
+  attempt([&] { designer_->setDisplayOption(designer::kDisplayGrid, true); });
+  attempt([&] { designer_->setDisplayOption(designer::kDisplayReadOnly, false); });
 }
 
 // OpenReport asks for the page view (360) before showing the report (265);

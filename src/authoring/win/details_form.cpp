@@ -48,15 +48,9 @@ void DetailsForm::disableTitle() {
   SetWindowLongPtrW(box, GWL_STYLE, GetWindowLongPtrW(box, GWL_STYLE) & ~static_cast<LONG_PTR>(WS_TABSTOP));
 }
 
-Text DetailsForm::fileName() {
-  std::wstring box = text(kFileNameBox);
-  return Text(box.begin(), box.end());
-}
+Text DetailsForm::fileName() { return fromWide(text(kFileNameBox)); }
 
-Text DetailsForm::title() {
-  std::wstring box = text(kTitleBox);
-  return Text(box.begin(), box.end());
-}
+Text DetailsForm::title() { return fromWide(text(kTitleBox)); }
 
 void DetailsForm::onCommand(int id, int code) {
   if ((id == kFileNameBox || id == kTitleBox) && code == EN_SETFOCUS) {

@@ -4,8 +4,6 @@
 
 namespace mervane::win {
 
-static_assert(sizeof(wchar_t) == sizeof(char16_t), "Windows texts are UTF-16");
-
 Bstr::Bstr(TextView text) : b_(allocBstr(text)) {}
 
 Text Bstr::text() const { return toText(b_); }
@@ -20,13 +18,6 @@ BSTR allocBstr(TextView text) {
   BSTR b = SysAllocStringLen(reinterpret_cast<const OLECHAR*>(text.data()), static_cast<UINT>(text.size()));
   if (!b) throw std::bad_alloc();
   return b;
-}
-
-std::wstring toWide(TextView text) { return std::wstring(text.begin(), text.end()); }
-
-Text fromWide(const wchar_t* s) {
-  if (!s) return Text();
-  return Text(reinterpret_cast<const char16_t*>(s));
 }
 
 }  // namespace mervane::win

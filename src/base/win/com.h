@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "base/win/wide.h"
 
 namespace mervane::win {
 
@@ -113,11 +114,10 @@ class Variant {
   VARIANT v_;
 };
 
-// BSTR <-> Text, embedded NULs kept; a null BSTR is the empty text.
+// BSTR <-> Text, embedded NULs kept; a null BSTR is the empty text. (Wide
+// strings: base/win/wide.h.)
 Text toText(BSTR b);
 BSTR allocBstr(TextView text);  // throws std::bad_alloc on failure
-std::wstring toWide(TextView text);
-Text fromWide(const wchar_t* s);
 
 // Thrown for a failed HRESULT inside adapters; the COM boundary swallows it.
 class ComError : public std::runtime_error {

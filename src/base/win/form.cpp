@@ -83,14 +83,24 @@ BOOL CALLBACK collectEnabledWindow(HWND h, LPARAM p) {
   return TRUE;
 }
 
-int screenDpi() {
-  HDC dc = GetDC(nullptr);
+}  // namespace
+
+int dpiOf(HWND window) {
+  HDC dc = GetDC(window);
   int dpi = dc ? GetDeviceCaps(dc, LOGPIXELSX) : 96;
-  if (dc) ReleaseDC(nullptr, dc);
+  if (dc) ReleaseDC(window, dc);
   return dpi > 0 ? dpi : 96;
 }
 
-}  // namespace
+HWND createControl(HWND parent, const ControlLayout& c, HFONT font, DWORD exStyle) {
+  const int dpi = dpiOf(parent);
+  HWND h = CreateWindowExW(exStyle, c.windowClass, c.text, WS_CHILD | WS_VISIBLE | c.style,
+                           twipsToPixels(c.left, dpi), twipsToPixels(c.top, dpi), twipsToPixels(c.width, dpi),
+                           twipsToPixels(c.height, dpi), parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(c.id)),
+                           thisModule(), nullptr);
+  if (h) SendMessageW(h, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
+  return h;
+}
 
 Form::Form(std::wstring caption, int clientWidthTwips, int clientHeightTwips)
     : caption_(std::move(caption)), clientWidth_(clientWidthTwips), clientHeight_(clientHeightTwips) {}
@@ -103,14 +113,14 @@ Form::~Form() {
   if (font_) DeleteObject(font_);
 }
 
-int Form::pixelsX(int twips) const { return MulDiv(twips, screenDpi(), 1440); }
-int Form::pixelsY(int twips) const { return MulDiv(twips, screenDpi(), 1440); }
+int Form::pixelsX(int twips) const { return twipsToPixels(twips, dpiOf(hwnd_)); }
+int Form::pixelsY(int twips) const { return twipsToPixels(twips, dpiOf(hwnd_)); }
 
 void Form::load() {
   if (hwnd_) return;
   registerClassOnce();
   // Tahoma 8.25 pt, as every form of the library is laid out.
-  font_ = CreateFontW(-MulDiv(825, screenDpi(), 7200), 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
+  font_ = CreateFontW(-MulDiv(825, dpiOf(nullptr), 7200), 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
                       OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY, DEFAULT_PITCH, L"Tahoma");
   RECT r = {0, 0, pixelsX(clientWidth_), pixelsY(clientHeight_)};
   AdjustWindowRectEx(&r, windowStyle_, FALSE, windowExStyle_);
@@ -128,11 +138,7 @@ void Form::load() {
 void Form::addControls(std::span<const ControlLayout> controls) {
   for (const ControlLayout& c : controls) {
     HWND parent = c.parentId ? control(c.parentId) : hwnd_;
-    if (!parent) parent = hwnd_;
-    HWND h = CreateWindowExW(0, c.windowClass, c.text, WS_CHILD | WS_VISIBLE | c.style, pixelsX(c.left),
-                             pixelsY(c.top), pixelsX(c.width), pixelsY(c.height), parent,
-                             reinterpret_cast<HMENU>(static_cast<INT_PTR>(c.id)), thisModule(), nullptr);
-    if (h) SendMessageW(h, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
+    createControl(parent ? parent : hwnd_, c, font_);
   }
 }
 

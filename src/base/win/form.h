@@ -28,6 +28,13 @@ bool registerWindowClass(WNDCLASSEXW windowClass);
 // Unregisters every class registerWindowClass registered.
 void unregisterWindowClasses();
 
+// The resolution `window` is shown at, in pixels per inch (the screen's for
+// a null window). Every window of the library sizes itself by this.
+int dpiOf(HWND window);
+// Twips (1/1440 inch) to pixels at `dpi`: the one conversion of the
+// library's layout tables, the designer's and the viewer's pages.
+inline int twipsToPixels(int twips, int dpi) { return MulDiv(twips, dpi, 1440); }
+
 struct ControlLayout {
   const wchar_t* windowClass;  // WC_STATIC, WC_BUTTON, PROGRESS_CLASS, ...
   const wchar_t* text;
@@ -36,6 +43,10 @@ struct ControlLayout {
   DWORD style;                   // added to WS_CHILD | WS_VISIBLE
   int parentId = 0;              // 0: the form; else a control (a frame) holding it
 };
+
+// Makes one control of a layout table in `parent`, placed at the parent's
+// resolution, in `font`; null when it cannot be made.
+HWND createControl(HWND parent, const ControlLayout& control, HFONT font, DWORD exStyle = 0);
 
 class Form {
  public:

@@ -2,6 +2,8 @@
 
 #include <commctrl.h>
 
+#include "base/win/wide.h"
+
 namespace mervane::win {
 
 namespace {
@@ -61,7 +63,7 @@ void CalculatingForm::refresh(bool now) {
   if (value_ != shownValue_) SendMessageW(bar, PBM_SETPOS, shownValue_ = value_, 0);
   if (label_ != shownLabel_) {
     shownLabel_ = label_;
-    setText(kLabel1, std::wstring(label_.begin(), label_.end()));
+    setText(kLabel1, toWide(label_));
   }
 }
 

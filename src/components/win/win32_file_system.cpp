@@ -21,13 +21,13 @@ struct FindCloser {
 // another, shorter path: it names no file at all.
 bool namesAPath(const Text& t) { return t.find(u'\0') == Text::npos; }
 
-std::wstring wide(const Text& t) {
+std::wstring widePath(const Text& t) {
   if (!namesAPath(t)) fail("a path holding a NUL");
-  return std::wstring(t.begin(), t.end());
+  return toWide(t);
 }
 
 std::wstring absolutePath(const Text& path) {
-  std::wstring in = wide(path);
+  std::wstring in = widePath(path);
   DWORD n = GetFullPathNameW(in.c_str(), 0, nullptr, nullptr);
   if (n == 0) fail("bad path");
   std::wstring out(n, L'\0');
@@ -37,7 +37,7 @@ std::wstring absolutePath(const Text& path) {
 }
 
 DWORD attributesOf(const Text& path) {
-  return namesAPath(path) ? GetFileAttributesW(wide(path).c_str()) : INVALID_FILE_ATTRIBUTES;
+  return namesAPath(path) ? GetFileAttributesW(widePath(path).c_str()) : INVALID_FILE_ATTRIBUTES;
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ std::vector<FileEntry> Win32FileSystem::listFiles(const Text& folder) {
   do {
     if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
     Text name = fromWide(data.cFileName);
-    files.push_back({name, Text(prefix.begin(), prefix.end()) + name});
+    files.push_back({name, fromWide(prefix) + name});
   } while (FindNextFileW(find.get(), &data));
   return files;
 }
@@ -77,19 +77,19 @@ bool Win32FileSystem::folderExists(const Text& path) {
 }
 
 void Win32FileSystem::createFolder(const Text& path) {
-  if (!CreateDirectoryW(wide(path).c_str(), nullptr)) fail("cannot create folder");
+  if (!CreateDirectoryW(widePath(path).c_str(), nullptr)) fail("cannot create folder");
 }
 
 void Win32FileSystem::moveFile(const Text& from, const Text& to) {
   // Without MOVEFILE_REPLACE_EXISTING an existing destination is never replaced.
-  if (!MoveFileExW(wide(from).c_str(), wide(to).c_str(), MOVEFILE_COPY_ALLOWED)) fail("cannot move file");
+  if (!MoveFileExW(widePath(from).c_str(), widePath(to).c_str(), MOVEFILE_COPY_ALLOWED)) fail("cannot move file");
 }
 
 // The copy is made under a temporary name beside the destination and renamed
 // onto it only when complete, so a copy that fails part way (a full disk)
 // leaves nothing under the report's name.
 void Win32FileSystem::copyFile(const Text& from, const Text& to) {
-  const std::wstring target = wide(to);
+  const std::wstring target = widePath(to);
   if (GetFileAttributesW(target.c_str()) != INVALID_FILE_ATTRIBUTES) fail("destination exists");
   std::wstring folder = target.substr(0, target.find_last_of(L"\\/") + 1);
   if (folder.empty()) folder = L".";
@@ -97,7 +97,7 @@ void Win32FileSystem::copyFile(const Text& from, const Text& to) {
   if (!GetTempFileNameW(folder.c_str(), L"cpy", 0, temp)) fail("cannot copy file");
   // Without MOVEFILE_REPLACE_EXISTING the rename never replaces a file
   // that appeared meanwhile.
-  if (CopyFileW(wide(from).c_str(), temp, FALSE) && MoveFileExW(temp, target.c_str(), 0)) return;
+  if (CopyFileW(widePath(from).c_str(), temp, FALSE) && MoveFileExW(temp, target.c_str(), 0)) return;
   SetFileAttributesW(temp, FILE_ATTRIBUTE_NORMAL);  // the copy may carry the source's read-only mark
   DeleteFileW(temp);
   fail("cannot copy file");

@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "base/win/wide.h"
+
 namespace mervane::printing::win {
 
 // The layouts written by the core must be the system's.
@@ -78,7 +80,7 @@ Text fromAnsi(const std::string& bytes) {
   if (chars <= 0) return {};
   std::wstring wide(static_cast<std::size_t>(chars), L'\0');
   MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, wide.data(), chars);
-  return Text(wide.begin(), wide.end());
+  return mervane::win::fromWide(wide);
 }
 
 struct PrinterCloser {

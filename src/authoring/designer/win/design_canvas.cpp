@@ -69,10 +69,7 @@ void DesignCanvas::create(HWND parent, int id, designer::Editor& editor, std::fu
   SetWindowLongPtrW(hwnd_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   SetWindowLongPtrW(hwnd_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(windowProc));
   uiFont_ = static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));
-  HDC screen = GetDC(hwnd_);
-  dpi_ = GetDeviceCaps(screen, LOGPIXELSX);
-  ReleaseDC(hwnd_, screen);
-  if (dpi_ <= 0) dpi_ = 96;
+  dpi_ = mervane::win::dpiOf(hwnd_);
 }
 
 LRESULT CALLBACK DesignCanvas::windowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "authoring/designer/win/designer_dialogs_kit.h"
+#include "base/win/wide.h"
 #include "engine/formula/formula.h"
 
 namespace mervane::authoring::win {
@@ -26,7 +27,7 @@ const wchar_t* directionName(model::SortDirection direction) {
   return direction == model::SortDirection::Descending ? L"descending" : L"ascending";
 }
 
-Text fromWide(const wchar_t* text) { return Text(text, text + std::char_traits<wchar_t>::length(text)); }
+using mervane::win::fromWide;
 
 // ---------------------------------------------------------------------------
 // Insert Field: one list of the tables' columns and the formulas.

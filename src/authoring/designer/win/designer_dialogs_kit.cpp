@@ -2,7 +2,8 @@
 //
 // Each dialog starts from an in-memory template that holds only the window
 // (caption and font); its controls are made from the dialog's layout table
-// when the dialog initialises, in twips like every form of the library, and
+// when the dialog initialises, in twips like every form of the library
+// (base/win/form.h places them), and
 // the system's dialog manager gives the keyboard handling of any dialog.
 #include "authoring/designer/win/designer_dialogs_kit.h"
 
@@ -11,27 +12,17 @@
 #include <algorithm>
 #include <cwchar>
 
+#include "base/win/wide.h"
 #include "engine/formula/formula.h"
 
 namespace mervane::authoring::win {
 
 namespace {
 
-HINSTANCE thisModule() {
-  HMODULE module = nullptr;
-  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                     reinterpret_cast<LPCWSTR>(&thisModule), &module);
-  return module;
-}
+using mervane::win::fromWide;
+using mervane::win::toWide;
 
-int screenDpi() {
-  HDC dc = GetDC(nullptr);
-  int dpi = dc ? GetDeviceCaps(dc, LOGPIXELSX) : 96;
-  if (dc) ReleaseDC(nullptr, dc);
-  return dpi > 0 ? dpi : 96;
-}
-
-int pixels(int twips) { return MulDiv(twips, screenDpi(), 1440); }
+using mervane::win::thisModule;
 
 // A DLGTEMPLATE with no controls: style, caption, and the dialog font
 // (MS Shell Dlg 8 pt, Tahoma on every system we run on). Kept in WORDs so
@@ -51,8 +42,6 @@ std::vector<WORD> dialogTemplate(const std::wstring& caption) {
   words.push_back(0);
   return words;
 }
-
-std::wstring wide(TextView text) { return std::wstring(text.begin(), text.end()); }
 
 }  // namespace
 
@@ -116,19 +105,17 @@ INT_PTR ModalDialog::handle(UINT message, WPARAM wParam, LPARAM) {
 }
 
 void ModalDialog::initialise() {
-  const auto font = static_cast<WPARAM>(SendMessageW(hwnd_, WM_GETFONT, 0, 0));
+  const auto font = reinterpret_cast<HFONT>(SendMessageW(hwnd_, WM_GETFONT, 0, 0));
   for (const ControlLayout& c : layout()) {
     DWORD exStyle = 0;
     if (c.windowClass == std::wstring_view(WC_EDITW) || c.windowClass == std::wstring_view(WC_LISTBOXW)) {
       exStyle = WS_EX_CLIENTEDGE;
     }
-    HWND control = CreateWindowExW(exStyle, c.windowClass, c.text, WS_CHILD | WS_VISIBLE | c.style, pixels(c.left),
-                                   pixels(c.top), pixels(c.width), pixels(c.height), hwnd_,
-                                   reinterpret_cast<HMENU>(static_cast<INT_PTR>(c.id)), thisModule(), nullptr);
-    if (control) SendMessageW(control, WM_SETFONT, font, FALSE);
+    mervane::win::createControl(hwnd_, c, font, exStyle);
   }
   // The client area in twips, centred over the owner (or the screen).
-  RECT frame = {0, 0, pixels(width_), pixels(height_)};
+  const int dpi = mervane::win::dpiOf(hwnd_);
+  RECT frame = {0, 0, mervane::win::twipsToPixels(width_, dpi), mervane::win::twipsToPixels(height_, dpi)};
   AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongPtrW(hwnd_, GWL_STYLE)), FALSE,
                      static_cast<DWORD>(GetWindowLongPtrW(hwnd_, GWL_EXSTYLE)));
   const int width = frame.right - frame.left, height = frame.bottom - frame.top;
@@ -151,14 +138,14 @@ void ModalDialog::initialise() {
   }
 }
 
-void ModalDialog::setText(int id, TextView text) { SetWindowTextW(item(id), wide(text).c_str()); }
+void ModalDialog::setText(int id, TextView text) { SetWindowTextW(item(id), toWide(text).c_str()); }
 
 Text ModalDialog::text(int id) const {
   HWND control = item(id);
   const int length = GetWindowTextLengthW(control);
   std::wstring out(static_cast<size_t>(length) + 1, L'\0');
   out.resize(static_cast<size_t>(GetWindowTextW(control, out.data(), length + 1)));
-  return Text(out.begin(), out.end());
+  return fromWide(out);
 }
 
 void ModalDialog::enable(int id, bool enabled) {
@@ -182,7 +169,7 @@ bool ModalDialog::isCombo(int id) const {
 void ModalDialog::clearItems(int id) { SendMessageW(item(id), isCombo(id) ? CB_RESETCONTENT : LB_RESETCONTENT, 0, 0); }
 
 int ModalDialog::addItem(int id, TextView text) {
-  const std::wstring w = wide(text);
+  const std::wstring w = toWide(text);
   return static_cast<int>(
       SendMessageW(item(id), isCombo(id) ? CB_ADDSTRING : LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(w.c_str())));
 }
@@ -204,7 +191,7 @@ Text ModalDialog::itemText(int id, int index) const {
   const LRESULT got = SendMessageW(item(id), combo ? CB_GETLBTEXT : LB_GETTEXT, static_cast<WPARAM>(index),
                                    reinterpret_cast<LPARAM>(text.data()));
   text.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
-  return Text(text.begin(), text.end());
+  return fromWide(text);
 }
 
 void ModalDialog::select(int id, int index) {
@@ -216,7 +203,7 @@ void ModalDialog::focus(int id) {
 }
 
 void ModalDialog::refuse(int focusId, TextView message) {
-  MessageBoxW(hwnd_, wide(message).c_str(), caption_.c_str(), MB_OK | MB_ICONEXCLAMATION);
+  MessageBoxW(hwnd_, toWide(message).c_str(), caption_.c_str(), MB_OK | MB_ICONEXCLAMATION);
   focus(focusId);
 }
 

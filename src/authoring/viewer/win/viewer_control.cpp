@@ -1,26 +1,22 @@
 // The viewer control's window: tools, page area, and the threads behind
 // them. Everything here runs on the window's thread except the tasks handed
-// to the two workers (pages, find) and the print and export jobs; those
-// talk back only through the mailbox and posted messages.
+// to the two workers (pages, find) and the print and export jobs
+// (viewer_jobs.cpp); those talk back only through the mailbox
+// (page_cache.h) and posted messages.
 #include "authoring/viewer/win/viewer_control.h"
 
 #include <commctrl.h>
-#include <commdlg.h>
 #include <windowsx.h>
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <vector>
 
 #include "authoring/viewer/message_pages.h"
-#include "base/win/com.h"
+#include "authoring/viewer/win/viewer_jobs.h"
 #include "base/win/form.h"
+#include "base/win/wide.h"
 #include "engine/data/report_data.h"
-#include "engine/export/csv_writer.h"
-#include "engine/export/pdf_writer.h"
-#include "engine/win/gdi_font_source.h"
 #include "engine/win/gdi_measure.h"
 #include "printing/win/report_printing.h"
 
@@ -29,6 +25,7 @@ namespace mervane::viewer::win {
 namespace {
 
 namespace layout = engine::layout;
+using mervane::win::dpiOf;
 using mervane::win::fromWide;
 using mervane::win::toWide;
 
@@ -36,9 +33,7 @@ constexpr wchar_t kControlClass[] = L"MervaneReportViewer";
 constexpr wchar_t kPagesClass[] = L"MervaneReportPages";
 constexpr UINT kPageReady = WM_APP + 1;
 constexpr UINT kFindDone = WM_APP + 2;
-constexpr UINT kExportProgress = WM_APP + 3;
 constexpr UINT_PTR kCountTimer = 1;
-constexpr std::size_t kCachedPages = 12;
 constexpr int kToolHeight = 30;  // pixels at 96 dpi
 constexpr int kLineStep = 40;
 
@@ -67,110 +62,18 @@ std::wstring windowText(HWND window) {
   return text;
 }
 
-bool endsWithNoCase(const std::wstring& text, const std::wstring& tail) {
-  return text.size() >= tail.size() && equalsNoCase(fromWide(text.substr(text.size() - tail.size()).c_str()),
-                                                    fromWide(tail.c_str()));
-}
-
-int screenDpi() {
-  int dpi = 96;
-  if (HDC screen = GetDC(nullptr)) {
-    dpi = GetDeviceCaps(screen, LOGPIXELSY);
-    ReleaseDC(nullptr, screen);
-  }
-  return dpi;
-}
-
 bool ctrlDown() { return (GetKeyState(VK_CONTROL) & 0x8000) != 0; }
 
 }  // namespace
 
-// What the worker threads hand back to the window.
-struct ViewerControl::Mailbox {
-  std::mutex lock;
-  std::atomic<std::uint64_t> live{0};  // the generation the window shows; 0: none
-  struct Delivery {
-    std::uint64_t generation;
-    std::int32_t number;
-    std::shared_ptr<const layout::Page> page;
-  };
-  std::vector<Delivery> pages;
-  struct Found {
-    std::uint64_t generation;
-    std::optional<FindHit> hit;
-  };
-  std::optional<Found> found;
-};
-
-// One thread running tasks in order. Tasks left when it stops still run
-// (they are quick: the runs they use have been cancelled).
-class ViewerControl::Worker {
- public:
-  Worker() : thread_([this] { loop(); }) {}
-  ~Worker() {
-    {
-      std::lock_guard guard(lock_);
-      stopping_ = true;
-    }
-    wake_.notify_one();
-    thread_.join();
-  }
-  void post(std::function<void()> task) {
-    {
-      std::lock_guard guard(lock_);
-      tasks_.push_back(std::move(task));
-    }
-    wake_.notify_one();
-  }
-
- private:
-  void loop() {
-    for (;;) {
-      std::function<void()> task;
-      {
-        std::unique_lock guard(lock_);
-        wake_.wait(guard, [this] { return stopping_ || !tasks_.empty(); });
-        if (tasks_.empty()) return;
-        task = std::move(tasks_.front());
-        tasks_.pop_front();
-      }
-      try {
-        task();
-      } catch (...) {
-        // A page that could not be made stays "Loading…"; the run's own
-        // pages say what went wrong.
-      }
-    }
-  }
-  std::mutex lock_;
-  std::condition_variable wake_;
-  std::deque<std::function<void()>> tasks_;
-  bool stopping_ = false;
-  std::thread thread_;
-};
-
-struct ViewerControl::ExportJob {
-  std::thread thread;
-  std::atomic<bool> cancel{false};
-  std::atomic<bool> done{false};
-  std::atomic<bool> ok{false};
-  std::atomic<std::int32_t> pages{0};
-  std::atomic<std::int32_t> counted{0};  // while waiting for the page count: pages counted so far
-  std::wstring path;
-  ~ExportJob() {
-    cancel = true;
-    if (thread.joinable()) thread.join();
-  }
-};
-
 ViewerControl::ViewerControl()
-    : measure_(std::make_shared<engine::win::GdiMeasure>()), mailbox_(std::make_shared<Mailbox>()),
-      worker_(std::make_unique<Worker>()), finder_(std::make_unique<Worker>()) {}
+    : measure_(std::make_shared<engine::win::GdiMeasure>()), pages_(std::make_unique<PageCache>()),
+      finder_(std::make_unique<Worker>()) {}
 
 ViewerControl::~ViewerControl() {
   if (hwnd_) DestroyWindow(hwnd_);  // WM_DESTROY stops the work
   stopAll();
-  worker_.reset();
+  pages_.reset();
   finder_.reset();
 }
 
@@ -362,7 +265,7 @@ LRESULT ViewerControl::onPageAreaMessage(HWND area, UINT message, WPARAM wParam,
     case WM_MOUSEWHEEL: {
       int delta = GET_WHEEL_DELTA_WPARAM(wParam);
       if (ctrlDown()) {
-        Zoom zoom{ZoomMode::Percent, static_cast<std::int32_t>(std::lround(scale() * 1440.0 * 100 / screenDpi()))};
+        Zoom zoom{ZoomMode::Percent, static_cast<std::int32_t>(std::lround(scale() * 1440.0 * 100 / dpiOf(hwnd_)))};
         zoom.percent = std::clamp(zoom.percent + (delta > 0 ? 25 : -25), kMinZoom, kMaxZoom);
         setZoom(zoom);
         return 0;
@@ -479,9 +382,7 @@ void ViewerControl::makeTools() {
 void ViewerControl::layoutTools() {
   RECT client;
   GetClientRect(hwnd_, &client);
-  HDC screen = GetDC(hwnd_);
-  double unit = screen ? GetDeviceCaps(screen, LOGPIXELSY) / 96.0 : 1.0;
-  if (screen) ReleaseDC(hwnd_, screen);
+  const double unit = dpiOf(hwnd_) / 96.0;
   auto px = [unit](int value) { return static_cast<int>(std::lround(value * unit)); };
   struct Place {
     int id, width;
@@ -619,7 +520,7 @@ void ViewerControl::startRun(std::unique_ptr<layout::PageSource> source) {
   dropRun();
   source_ = std::move(source);
   generation_ += 1;
-  mailbox_->live = generation_;
+  pages_->setLive(generation_);
   nav_.reset();
   scroll_ = {};
   setStatus(L"");
@@ -634,10 +535,9 @@ void ViewerControl::dropRun() {
   if (findStop_) *findStop_ = true;
   findStop_.reset();
   hit_.reset();
-  mailbox_->live = 0;
+  pages_->setLive(0);
   if (hwnd_) KillTimer(hwnd_, kCountTimer);
-  cache_.clear();
-  requested_.clear();
+  pages_->clear();
   nav_.reset();
   if (!source_) return;
   // A print job or export of this run keeps it going until it ends; else
@@ -645,7 +545,7 @@ void ViewerControl::dropRun() {
   // since closing a run may wait for its threads.
   bool inUse = (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->done);
   if (!inUse) source_->cancel();
-  worker_->post([old = std::move(source_)] {});
+  pages_->letGo(std::move(source_));
   source_.reset();
 }
 
@@ -665,64 +565,29 @@ void ViewerControl::followCount() {
   if (nav_.final() && !wasFinal) {
     if (hwnd_) KillTimer(hwnd_, kCountTimer);
     // Pages that showed the count before it was known are made again.
-    for (auto it = cache_.begin(); it != cache_.end();)
-      it = it->second->provisional ? cache_.erase(it) : std::next(it);
+    pages_->dropProvisional();
   }
-  if (!cachedPage(nav_.current())) request(nav_.current());
+  if (!pages_->has(nav_.current())) request(nav_.current());
   updateTools();
 }
 
-std::shared_ptr<const layout::Page> ViewerControl::cachedPage(std::int32_t number) {
-  auto found = cache_.find(number);
-  return found == cache_.end() ? nullptr : found->second;
-}
-
-bool ViewerControl::pageShown() const { return cache_.count(nav_.current()) != 0; }
+bool ViewerControl::pageShown() const { return pages_->has(nav_.current()); }
 
 bool ViewerControl::busy() const {
   return (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->done);
 }
 
 void ViewerControl::request(std::int32_t number) {
-  if (!source_ || number < 1 || cache_.count(number) || requested_[number]) return;
-  requested_[number] = true;
-  auto mailbox = mailbox_;
-  HWND window = hwnd_;
-  worker_->post([mailbox, window, source = source_, generation = generation_, number] {
-    if (mailbox->live != generation) return;
-    auto page = source->page(number);
-    {
-      std::lock_guard guard(mailbox->lock);
-      mailbox->pages.push_back({generation, number, std::move(page)});
-    }
-    PostMessageW(window, kPageReady, 0, 0);
-  });
+  pages_->request(source_, generation_, number, [window = hwnd_] { PostMessageW(window, kPageReady, 0, 0); });
 }
 
 void ViewerControl::onPageReady() {
-  std::vector<Mailbox::Delivery> delivered;
-  {
-    auto mailbox = mailbox_;
-    std::lock_guard guard(mailbox->lock);
-    delivered.swap(mailbox->pages);
+  auto arrivals = pages_->takeDelivered(source_ ? generation_ : 0, nav_.current());
+  if (arrivals.newest) {
+    pageWidth_ = arrivals.newest->width;
+    pageHeight_ = arrivals.newest->height;
   }
-  bool current = false;
-  for (auto& delivery : delivered) {
-    if (delivery.generation != generation_ || !source_) continue;
-    requested_.erase(delivery.number);
-    if (!delivery.page) continue;  // past the end: the count will say so
-    pageWidth_ = delivery.page->width;
-    pageHeight_ = delivery.page->height;
-    cache_[delivery.number] = std::move(delivery.page);
-    current = current || delivery.number == nav_.current();
-  }
-  while (cache_.size() > kCachedPages) {
-    // Let go of the page farthest from the one shown.
-    auto farthest = std::max_element(cache_.begin(), cache_.end(), [this](const auto& a, const auto& b) {
-      return std::abs(a.first - nav_.current()) < std::abs(b.first - nav_.current());
-    });
-    cache_.erase(farthest);
-  }
+  const bool current = arrivals.current;
   followCount();
   if (current) {
     updateScrollBars();
@@ -735,7 +600,7 @@ void ViewerControl::onPageReady() {
 
 void ViewerControl::showPage(std::int32_t page, std::int32_t scrollY) {
   nav_.goTo(page);
-  if (cachedPage(nav_.current())) {
+  if (pages_->has(nav_.current())) {
     updateScrollBars();
     scrollTo({scroll_.x, scrollY < 0 ? contentSize().cy : scrollY});
   } else {
@@ -767,7 +632,7 @@ void ViewerControl::setZoom(const Zoom& zoom) {
 double ViewerControl::scale() const {
   RECT client{};
   if (area_) GetClientRect(area_, &client);
-  return pixelsPerTwip(zoom_, client.right, client.bottom, pageWidth_, pageHeight_, screenDpi());
+  return pixelsPerTwip(zoom_, client.right, client.bottom, pageWidth_, pageHeight_, dpiOf(hwnd_));
 }
 
 SIZE ViewerControl::contentSize() const {
@@ -813,7 +678,7 @@ void ViewerControl::paintPages(HDC dc, const RECT& client) {
   int top = kPageMargin - std::max(0, scroll_.y);
   RECT shadow{left + 4, top + 4, left + width + 4, top + height + 4};
   FillRect(dc, &shadow, GetSysColorBrush(COLOR_3DDKSHADOW));
-  auto page = cachedPage(nav_.current());
+  auto page = pages_->page(nav_.current());
   if (!page) {
     RECT paper{left, top, left + width, top + height};
     FillRect(dc, &paper, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
@@ -849,7 +714,7 @@ void ViewerControl::find() {
   findStop_ = std::make_shared<std::atomic<bool>>(false);
   FindHit from = hit_ && hit_->page == nav_.current() ? *hit_ : FindHit{nav_.current(), -1, {}};
   setStatus(L"Searching\x2026");
-  auto mailbox = mailbox_;
+  auto mailbox = pages_->mailbox();
   HWND window = hwnd_;
   finder_->post([mailbox, window, source = source_, generation = generation_, needle, from, stop = findStop_] {
     if (mailbox->live != generation || *stop) return;
@@ -867,7 +732,7 @@ void ViewerControl::find() {
 void ViewerControl::onFindDone() {
   std::optional<Mailbox::Found> found;
   {
-    auto mailbox = mailbox_;
+    const auto& mailbox = pages_->mailbox();
     std::lock_guard guard(mailbox->lock);
     found.swap(mailbox->found);
   }
@@ -886,133 +751,6 @@ void ViewerControl::onFindDone() {
   GetClientRect(area_, &client);
   std::int32_t y = kPageMargin + static_cast<std::int32_t>(std::lround(hit_->box.y * scale())) - client.bottom / 3;
   showPage(nav_.current(), std::max(0, y));
-}
-
-// ---------------------------------------------------------------------------
-// Print and export.
-// ---------------------------------------------------------------------------
-
-void ViewerControl::print() {
-  if (!source_ || !hwnd_) return;
-  if (printJob_ && !printJob_->finished()) {
-    if (printJob_->progressWindow()) SetForegroundWindow(printJob_->progressWindow());
-    return;
-  }
-  auto choice = printing::win::askPrintChoice(GetAncestor(hwnd_, GA_ROOT), nav_.last(),
-                                              nav_.final() ? std::optional<std::int32_t>(nav_.last()) : std::nullopt);
-  if (choice) print(*choice);
-}
-
-void ViewerControl::print(const printing::win::PrintChoice& choice) {
-  if (!source_ || (printJob_ && !printJob_->finished())) return;
-  printJob_.reset();
-  std::wstring title = report_ ? toWide(report_->title()) : std::wstring();
-  if (title.empty()) title = L"Report";
-  printJob_ = std::make_unique<printing::win::PrintJob>(GetAncestor(hwnd_, GA_ROOT), source_, choice, title);
-}
-
-void ViewerControl::exportTo() {
-  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->done)) return;
-  wchar_t file[MAX_PATH] = {};
-  std::wstring title = report_ ? toWide(report_->title()) : std::wstring();
-  for (wchar_t& c : title)
-    if (wcschr(L"\\/:*?\"<>|", c)) c = L'_';
-  wcsncpy(file, title.c_str(), MAX_PATH - 1);
-  OPENFILENAMEW ofn{};
-  ofn.lStructSize = sizeof(ofn);
-  ofn.hwndOwner = GetAncestor(hwnd_, GA_ROOT);
-  ofn.lpstrFilter = L"PDF document (*.pdf)\0*.pdf\0CSV, comma-separated values (*.csv)\0*.csv\0";
-  ofn.lpstrFile = file;
-  ofn.nMaxFile = MAX_PATH;
-  ofn.lpstrTitle = L"Export Report";
-  ofn.lpstrDefExt = L"pdf";
-  ofn.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_NOCHANGEDIR | OFN_HIDEREADONLY;
-  if (!GetSaveFileNameW(&ofn)) return;
-  std::wstring path = file;
-  if (ofn.nFilterIndex == 2 && !endsWithNoCase(path, L".csv")) path += L".csv";
-  exportTo(path);
-}
-
-void ViewerControl::exportTo(const std::wstring& path) {
-  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->done)) return;
-  exportJob_.reset();
-  exportResult_.reset();
-  auto job = std::make_unique<ExportJob>();
-  job->path = path;
-  bool csv = endsWithNoCase(path, L".csv");
-  engine::exporting::PdfOptions pdf;
-  pdf.fonts = std::make_shared<engine::win::GdiFontSource>();
-  if (report_) {  // the subject: the report file it was made from
-    pdf.title = report_->title();
-    pdf.subject = fromWide(std::filesystem::path(toWide(report_->path())).filename().wstring().c_str());
-  }
-  HWND window = hwnd_;
-  ExportJob* running = job.get();
-  job->thread = std::thread([running, window, csv, pdf = std::move(pdf), source = source_] {
-    std::filesystem::path target(running->path);
-    wchar_t temp[MAX_PATH] = {};
-    std::wstring folder = target.parent_path().wstring();
-    if (folder.empty()) folder = L".";
-    bool ok = false;
-    // Written beside the target under a name of its own, then renamed into
-    // place: the target is never half-written, and an old one stays until
-    // the new one is complete.
-    if (GetTempFileNameW(folder.c_str(), L"mvx", 0, temp)) {
-      try {
-        bool complete = false;
-        {
-          std::ofstream out(std::filesystem::path(temp), std::ios::binary | std::ios::trunc);
-          // Pages showing the page total wait for the count, so the file
-          // never holds a total that was still growing.
-          auto feed = engine::exporting::finalPagesOf(source, [running] { return running->cancel.load(); },
-                                                      [running, window](std::int32_t known) {
-                                                        running->counted = known;
-                                                        PostMessageW(window, kExportProgress, 0, 0);
-                                                      });
-          auto progress = [running, window](std::int32_t n) {
-            running->counted = 0;
-            running->pages = n;
-            PostMessageW(window, kExportProgress, 0, 0);
-            return !running->cancel.load();
-          };
-          if (out) {
-            complete = csv ? engine::exporting::writeCsv(feed, out, progress)
-                           : engine::exporting::writePdf(feed, out, progress, pdf);
-            out.close();
-            complete = complete && !out.fail();
-          }
-        }
-        ok = complete && !running->cancel &&
-             MoveFileExW(temp, target.wstring().c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-      } catch (...) {
-        ok = false;
-      }
-      if (!ok) DeleteFileW(temp);
-    }
-    running->ok = ok;
-    running->done = true;
-    PostMessageW(window, kExportProgress, 0, 0);
-  });
-  exportJob_ = std::move(job);
-  setStatus(L"Exporting\x2026");
-  updateTools();
-}
-
-void ViewerControl::onExportProgress() {
-  if (!exportJob_) return;
-  if (!exportJob_->done) {
-    if (std::int32_t counted = exportJob_->counted)
-      setStatus(L"Counting pages (" + std::to_wstring(counted) + L" so far)\x2026");
-    else
-      setStatus(L"Exporting page " + std::to_wstring(exportJob_->pages.load()) + L"\x2026");
-    return;
-  }
-  if (exportJob_->thread.joinable()) exportJob_->thread.join();
-  exportResult_ = exportJob_->ok.load();
-  std::wstring name = std::filesystem::path(exportJob_->path).filename().wstring();
-  setStatus(exportJob_->ok ? L"Exported to " + name
-                           : exportJob_->cancel ? std::wstring(L"Export stopped") : L"Could not write " + name);
-  updateTools();
 }
 
 }  // namespace mervane::viewer::win

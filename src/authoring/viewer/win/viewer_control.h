@@ -4,8 +4,8 @@
 //
 // Pages come from a run of the report (engine::Report::run), which lays
 // them out on its own threads. The window never waits for one: a page not
-// laid out yet is asked for on the control's worker thread and shows
-// "Loading…" until it comes; the page count is followed with a timer while
+// laid out yet is asked for on the page cache's worker thread
+// (page_cache.h) and shows "Loading…" until it comes; the page count is followed with a timer while
 // the run still counts; printing and export run on threads of their own and
 // can be cancelled, and a page that shows the page total waits there until
 // the run has counted its pages. Closing the window cancels them all.
@@ -18,17 +18,13 @@
 #include <windows.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <functional>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 
+#include "authoring/viewer/page_cache.h"
 #include "authoring/viewer/viewer_state.h"
 #include "engine/engine.h"
 #include "engine/layout/page_source.h"
@@ -112,8 +108,7 @@ class ViewerControl {
   std::optional<bool> lastExport() const { return exportResult_; }
 
  private:
-  class Worker;
-  struct Mailbox;
+  struct ExportJob;
   static LRESULT CALLBACK controlProc(HWND, UINT, WPARAM, LPARAM);
   static LRESULT CALLBACK pageAreaProc(HWND, UINT, WPARAM, LPARAM);
   static LRESULT CALLBACK toolProc(HWND, UINT, WPARAM, LPARAM, UINT_PTR, DWORD_PTR);
@@ -129,7 +124,6 @@ class ViewerControl {
   void stopAll();
   void followCount();
   void showPage(std::int32_t page, std::int32_t scrollY = 0);
-  std::shared_ptr<const engine::layout::Page> cachedPage(std::int32_t number);
   void request(std::int32_t number);
   void onPageReady();
   void find();
@@ -159,19 +153,14 @@ class ViewerControl {
   PageNavigation nav_;
   Zoom zoom_;
   ScrollPosition scroll_;
-  std::map<std::int32_t, std::shared_ptr<const engine::layout::Page>> cache_;
-  std::map<std::int32_t, bool> requested_;
   std::int32_t pageWidth_ = 11906, pageHeight_ = 16838;  // of the last page seen
   std::optional<FindHit> hit_;
   std::shared_ptr<std::atomic<bool>> findStop_;
   engine::win::PagePainter painter_;
 
-  std::shared_ptr<Mailbox> mailbox_;
-  std::unique_ptr<Worker> worker_;  // pages, and letting go of old runs
+  std::unique_ptr<PageCache> pages_;  // and letting go of old runs
   std::unique_ptr<Worker> finder_;
   std::unique_ptr<printing::win::PrintJob> printJob_;
-
-  struct ExportJob;
   std::unique_ptr<ExportJob> exportJob_;
   std::optional<bool> exportResult_;
 };

@@ -6,12 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "base/win/wide.h"
+
 namespace mervane::win {
 
 namespace {
-
-std::wstring wide(const Text& text) { return std::wstring(text.begin(), text.end()); }
-Text fromWide(const wchar_t* text) { return Text(text, text + std::wcslen(text)); }
 
 // A library loaded for one call, freed when done.
 class LoadedLibrary {
@@ -40,13 +39,13 @@ struct DialogRecord {
 
   DialogRecord(HWND owner, const FileDialogSettings& s) {
     // "a|b|c|d" becomes "a\0b\0c\0d\0\0".
-    filter = wide(s.filter);
+    filter = toWide(s.filter);
     std::replace(filter.begin(), filter.end(), L'|', L'\0');
     filter.append(2, L'\0');
-    initialFolder = wide(s.initialFolder);
-    title = wide(s.title);
-    extension = wide(s.defaultExtension);
-    std::wstring name = wide(s.fileName);
+    initialFolder = toWide(s.initialFolder);
+    title = toWide(s.title);
+    extension = toWide(s.defaultExtension);
+    std::wstring name = toWide(s.fileName);
     file.assign(std::max<std::size_t>(name.size() + 1, 32768), L'\0');
     std::copy(name.begin(), name.end(), file.begin());
 
@@ -79,7 +78,7 @@ Text personalFolder(HWND owner) {
   std::wstring out(static_cast<std::size_t>(length) * 2, L'\0');
   const int converted = MultiByteToWideChar(CP_ACP, 0, buffer, length, out.data(), static_cast<int>(out.size()));
   out.resize(static_cast<std::size_t>(std::max(converted, 0)));
-  return Text(out.begin(), out.end());
+  return fromWide(out);
 }
 
 std::optional<Text> saveFileDialog(HWND owner, const FileDialogSettings& settings) {
@@ -95,7 +94,7 @@ std::optional<Text> openFileDialog(HWND owner, const FileDialogSettings& setting
 }
 
 bool onRemovableDrive(const Text& path) {
-  const std::wstring given = wide(path);
+  const std::wstring given = toWide(path);
   DWORD needed = GetFullPathNameW(given.c_str(), 0, nullptr, nullptr);
   if (needed == 0) return false;
   std::wstring full(needed, L'\0');
@@ -115,7 +114,7 @@ bool onRemovableDrive(const Text& path) {
 }
 
 void showExclamation(const Text& text, const Text& title) {
-  MessageBoxW(GetActiveWindow(), wide(text).c_str(), wide(title).c_str(), MB_OK | MB_ICONEXCLAMATION);
+  MessageBoxW(GetActiveWindow(), toWide(text).c_str(), toWide(title).c_str(), MB_OK | MB_ICONEXCLAMATION);
 }
 
 }  // namespace mervane::win

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "base/attempt.h"
+#include "base/win/wide.h"
 #include "maintenance/export_import/win/archive_dialogs.h"
 
 namespace mervane::win {
@@ -47,8 +48,6 @@ constexpr int kSizedLabels[] = {3, 6, 7, 9, 11, 13, 15, 17};
 constexpr std::uint64_t kPaintIntervalMs = 40;
 
 constexpr UINT kRunMessage = WM_APP + 1;
-
-std::wstring wide(const Text& text) { return std::wstring(text.begin(), text.end()); }
 
 void setRedraw(HWND control, bool on) { SendMessageW(control, WM_SETREDRAW, on ? TRUE : FALSE, 0); }
 
@@ -130,7 +129,7 @@ LRESULT ArchiveForm::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 void ArchiveForm::setValue(ValueLabel which, const Text& value) {
   HWND h = labels_.at(static_cast<std::size_t>(which));
   if (!h) return;
-  const std::wstring shown = wide(value);
+  const std::wstring shown = toWide(value);
   setRedraw(h, false);
   SetWindowTextW(h, shown.c_str());
   if (which != ValueLabel::currentFile) sizeToText(h, shown);
@@ -150,7 +149,7 @@ int ArchiveForm::currentFileWidth() {
 
 int ArchiveForm::textWidth(const Text& text) {
   SIZE size{};
-  if (measuring_) GetTextExtentPoint32W(measuring_, wide(text).c_str(), static_cast<int>(text.size()), &size);
+  if (measuring_) GetTextExtentPoint32W(measuring_, toWide(text).c_str(), static_cast<int>(text.size()), &size);
   return toTwips(size.cx);
 }
 
