@@ -2,7 +2,8 @@
 // editor or a virus scanner may hold them) while the user exports, imports,
 // deletes, copies or saves. Nothing is raised, the held file is left as it
 // was, the rest of the work is done, and no temporary file stays behind.
-// FullDisk runs under disk_full.sh, where every write past 4 KB is refused.
+// FullDisk runs under disk_full.sh, where every write past 4 KB is refused;
+// ReadOnlyFolder under read_only.sh, in a folder nothing can be written to.
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -255,6 +256,61 @@ TEST(FullDisk, ACopyOrSaveThatDoesNotFitLeavesNoHalfFile) {
   ArchiveResult imported = extractArchive(archive.u16string(), target.u16string(), events);
   EXPECT_EQ(imported.failedFiles, 1);
   EXPECT_TRUE(names(target).empty());
+}
+
+// In a reports folder that cannot be written to (read_only.sh), the
+// catalogue still lists the reports with their titles and the archive takes
+// them; delete, copy, save and import each leave the folder as it was.
+TEST(ReadOnlyFolder, ReadsWorkAndEveryWriteLeavesTheFolderAsItWas) {
+  const char* where = std::getenv("MERVANE_READ_ONLY_FOLDER");
+  if (!where) GTEST_SKIP() << "run by read_only.sh";
+  const fs::path folder = where;
+  const std::vector<std::wstring> before{L"Monthly Sales.rpt", L"SALES.SRT"};
+  ASSERT_EQ(names(folder), before);
+  const std::string report = read(folder / L"Monthly Sales.rpt");
+  ASSERT_FALSE(std::ofstream(folder / L"probe.txt").good());  // the folder is read-only indeed
+
+  HeldServices services;
+  SessionSettings session;
+  const Text path = folder.u16string() + u"\\";
+  session.path = path;
+  ReportCollection listed;
+  scanCatalogue(session, services.scan(), &listed);
+  ASSERT_TRUE(listed.find(u"Monthly Sales.rpt"));
+  EXPECT_EQ(listed.find(u"Monthly Sales.rpt")->reportTitle, u"Monthly Sales");
+
+  deleteReport(session, services.store, services.fileSystem(), path, u"Monthly Sales.rpt");
+  Text newName;
+  services.script.user = [](testing::DialogScript& s) {
+    s.fileName = u"Copy.rpt";
+    s.title = u"The copy";
+    s.ok = true;
+  };
+  copyReport(session, services.copy(), {u"Monthly Sales", u"Monthly Sales.rpt", path, 1}, newName);
+  services.script.user = [](testing::DialogScript& s) {
+    s.fileName = u"Copy.srt";
+    s.ok = true;
+  };
+  copyReport(session, services.copy(), {u"Sales", u"SALES.SRT", path, 2}, newName);
+  auto engine = createEngineApplication();
+  auto opened = engine->openReport((folder / L"Monthly Sales.rpt").u16string(), OpenMethod::ByTemporaryCopy);
+  ASSERT_TRUE(opened);
+  opened->setTitle(u"Changed");
+  EXPECT_ANY_THROW(static_cast<engine::Report&>(*opened).save((folder / L"Monthly Sales.rpt").u16string()));
+  EXPECT_EQ(read(folder / L"Monthly Sales.rpt"), report);
+  EXPECT_EQ(names(folder), before);
+
+  // Export takes both reports; importing them back into the folder writes nothing.
+  QuietEvents events;
+  const fs::path archive = fs::temp_directory_path() / ("read-only-" + std::to_string(GetCurrentProcessId()) + ".zip");
+  ArchiveResult exported = writeArchive(archive.u16string(), path + u"*.rpt|" + path + u"*.srt|", events);
+  EXPECT_TRUE(exported.ok());
+  EXPECT_EQ(exported.processedFiles, 2);
+  ArchiveResult imported = extractArchive(archive.u16string(), folder.u16string(), events);
+  EXPECT_EQ(imported.failedFiles, 2);
+  EXPECT_EQ(read(folder / L"Monthly Sales.rpt"), report);
+  EXPECT_EQ(names(folder), before);
+  fs::remove(archive);
 }
 
 }  // namespace
