@@ -218,7 +218,7 @@ TEST_F(HeldFiles, DeleteCopyAndSaveLeaveAHeldReportWhereItIs) {
 
 // On a full disk (disk_full.sh runs this with every write past 4 KB
 // refused): a copy that does not fit and a save that does not fit leave no
-// half-written report and no temporary file.
+// half-written report and no temporary file; delete still moves the report.
 TEST(FullDisk, ACopyOrSaveThatDoesNotFitLeavesNoHalfFile) {
   const char* where = std::getenv("MERVANE_FULL_DISK");
   if (!where) GTEST_SKIP() << "run by disk_full.sh";
@@ -256,6 +256,11 @@ TEST(FullDisk, ACopyOrSaveThatDoesNotFitLeavesNoHalfFile) {
   ArchiveResult imported = extractArchive(archive.u16string(), target.u16string(), events);
   EXPECT_EQ(imported.failedFiles, 1);
   EXPECT_TRUE(names(target).empty());
+
+  // Delete only moves the file, which needs no room: it goes whole.
+  deleteReport(session, services.store, services.fileSystem(), path, u"Monthly Sales.rpt");
+  EXPECT_EQ(read(folder / L"Deleted Reports" / L"Monthly Sales.rpt"), report);
+  EXPECT_FALSE(fs::exists(folder / L"Monthly Sales.rpt"));
 }
 
 // In a reports folder that cannot be written to (read_only.sh), the
