@@ -18,8 +18,7 @@
 #include "base/win/com.h"
 #include "base/win/form.h"
 #include "engine/data/report_data.h"
-#include "engine/export/csv_writer.h"
-#include "engine/export/pdf_writer.h"
+#include "authoring/viewer/win/export_dialog.h"
 #include "engine/win/gdi_font_source.h"
 #include "engine/win/gdi_measure.h"
 #include "printing/win/report_printing.h"
@@ -65,11 +64,6 @@ std::wstring windowText(HWND window) {
   GetWindowTextW(window, text.data(), length + 1);
   text.resize(static_cast<std::size_t>(std::max(0, length)));
   return text;
-}
-
-bool endsWithNoCase(const std::wstring& text, const std::wstring& tail) {
-  return text.size() >= tail.size() && equalsNoCase(fromWide(text.substr(text.size() - tail.size()).c_str()),
-                                                    fromWide(tail.c_str()));
 }
 
 int screenDpi() {
@@ -147,20 +141,6 @@ class ViewerControl::Worker {
   std::deque<std::function<void()>> tasks_;
   bool stopping_ = false;
   std::thread thread_;
-};
-
-struct ViewerControl::ExportJob {
-  std::thread thread;
-  std::atomic<bool> cancel{false};
-  std::atomic<bool> done{false};
-  std::atomic<bool> ok{false};
-  std::atomic<std::int32_t> pages{0};
-  std::atomic<std::int32_t> counted{0};  // while waiting for the page count: pages counted so far
-  std::wstring path;
-  ~ExportJob() {
-    cancel = true;
-    if (thread.joinable()) thread.join();
-  }
 };
 
 ViewerControl::ViewerControl()
@@ -522,7 +502,7 @@ void ViewerControl::onCommand(int id, int code) {
     case kRefreshButton: refresh(); break;
     case kPrintButton: print(); break;
     case kExportButton:
-      if (exportJob_ && !exportJob_->done) exportJob_->cancel = true;
+      if (exportJob_ && !exportJob_->finished()) exportJob_->cancel();
       else exportTo();
       break;
     case kZoomBox:
@@ -550,7 +530,7 @@ void ViewerControl::updateTools() {
   EnableWindow(GetDlgItem(hwnd_, kLastButton), running && nav_.current() < nav_.last());
   EnableWindow(GetDlgItem(hwnd_, kRefreshButton), report_ != nullptr || factory_ != nullptr);
   EnableWindow(GetDlgItem(hwnd_, kPrintButton), running);
-  bool exporting = exportJob_ && !exportJob_->done;
+  bool exporting = exportJob_ && !exportJob_->finished();
   EnableWindow(GetDlgItem(hwnd_, kExportButton), running || exporting);
   SetDlgItemTextW(hwnd_, kExportButton, exporting ? L"Stop export" : L"Export\x2026");
   HWND zoomEdit = FindWindowExW(GetDlgItem(hwnd_, kZoomBox), nullptr, L"EDIT", nullptr);
@@ -643,14 +623,14 @@ void ViewerControl::dropRun() {
   // A print job or export of this run keeps it going until it ends; else
   // its background work stops now, and it is let go on the worker thread,
   // since closing a run may wait for its threads.
-  bool inUse = (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->done);
+  bool inUse = (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->finished());
   if (!inUse) source_->cancel();
   worker_->post([old = std::move(source_)] {});
   source_.reset();
 }
 
 void ViewerControl::stopAll() {
-  if (exportJob_) exportJob_->cancel = true;
+  if (exportJob_) exportJob_->cancel();
   if (printJob_) printJob_->cancel();
   if (source_) source_->cancel();
   exportJob_.reset();
@@ -680,7 +660,7 @@ std::shared_ptr<const layout::Page> ViewerControl::cachedPage(std::int32_t numbe
 bool ViewerControl::pageShown() const { return cache_.count(nav_.current()) != 0; }
 
 bool ViewerControl::busy() const {
-  return (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->done);
+  return (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->finished());
 }
 
 void ViewerControl::request(std::int32_t number) {
@@ -912,106 +892,48 @@ void ViewerControl::print(const printing::win::PrintChoice& choice) {
 }
 
 void ViewerControl::exportTo() {
-  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->done)) return;
-  wchar_t file[MAX_PATH] = {};
-  std::wstring title = report_ ? toWide(report_->title()) : std::wstring();
-  for (wchar_t& c : title)
-    if (wcschr(L"\\/:*?\"<>|", c)) c = L'_';
-  wcsncpy(file, title.c_str(), MAX_PATH - 1);
-  OPENFILENAMEW ofn{};
-  ofn.lStructSize = sizeof(ofn);
-  ofn.hwndOwner = GetAncestor(hwnd_, GA_ROOT);
-  ofn.lpstrFilter = L"PDF document (*.pdf)\0*.pdf\0CSV, comma-separated values (*.csv)\0*.csv\0";
-  ofn.lpstrFile = file;
-  ofn.nMaxFile = MAX_PATH;
-  ofn.lpstrTitle = L"Export Report";
-  ofn.lpstrDefExt = L"pdf";
-  ofn.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_NOCHANGEDIR | OFN_HIDEREADONLY;
-  if (!GetSaveFileNameW(&ofn)) return;
-  std::wstring path = file;
-  if (ofn.nFilterIndex == 2 && !endsWithNoCase(path, L".csv")) path += L".csv";
-  exportTo(path);
+  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->finished())) return;
+  auto request = askExport(GetAncestor(hwnd_, GA_ROOT), report_ ? report_->title() : Text(), nav_.current(),
+                           nav_.last(), nav_.final() ? std::optional<std::int32_t>(nav_.last()) : std::nullopt);
+  if (request) exportTo(*request);
 }
 
 void ViewerControl::exportTo(const std::wstring& path) {
-  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->done)) return;
+  exportTo(ExportRequest{formatOfFile(fromWide(path.c_str())).value_or(ExportFormat::Pdf), {}, path});
+}
+
+void ViewerControl::exportTo(const ExportRequest& request) {
+  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->finished())) return;
   exportJob_.reset();
   exportResult_.reset();
-  auto job = std::make_unique<ExportJob>();
-  job->path = path;
-  bool csv = endsWithNoCase(path, L".csv");
-  engine::exporting::PdfOptions pdf;
-  pdf.fonts = std::make_shared<engine::win::GdiFontSource>();
+  ExportSources sources;
+  sources.run = source_;
   if (report_) {  // the subject: the report file it was made from
-    pdf.title = report_->title();
-    pdf.subject = fromWide(std::filesystem::path(toWide(report_->path())).filename().wstring().c_str());
+    sources.title = report_->title();
+    sources.subject = fromWide(std::filesystem::path(toWide(report_->path())).filename().wstring().c_str());
+    sources.document = std::make_shared<const engine::ReportDocument>(report_->document());
+    sources.data = report_->parts().data;
   }
-  HWND window = hwnd_;
-  ExportJob* running = job.get();
-  job->thread = std::thread([running, window, csv, pdf = std::move(pdf), source = source_] {
-    std::filesystem::path target(running->path);
-    wchar_t temp[MAX_PATH] = {};
-    std::wstring folder = target.parent_path().wstring();
-    if (folder.empty()) folder = L".";
-    bool ok = false;
-    // Written beside the target under a name of its own, then renamed into
-    // place: the target is never half-written, and an old one stays until
-    // the new one is complete.
-    if (GetTempFileNameW(folder.c_str(), L"mvx", 0, temp)) {
-      try {
-        bool complete = false;
-        {
-          std::ofstream out(std::filesystem::path(temp), std::ios::binary | std::ios::trunc);
-          // Pages showing the page total wait for the count, so the file
-          // never holds a total that was still growing.
-          auto feed = engine::exporting::finalPagesOf(source, [running] { return running->cancel.load(); },
-                                                      [running, window](std::int32_t known) {
-                                                        running->counted = known;
-                                                        PostMessageW(window, kExportProgress, 0, 0);
-                                                      });
-          auto progress = [running, window](std::int32_t n) {
-            running->counted = 0;
-            running->pages = n;
-            PostMessageW(window, kExportProgress, 0, 0);
-            return !running->cancel.load();
-          };
-          if (out) {
-            complete = csv ? engine::exporting::writeCsv(feed, out, progress)
-                           : engine::exporting::writePdf(feed, out, progress, pdf);
-            out.close();
-            complete = complete && !out.fail();
-          }
-        }
-        ok = complete && !running->cancel &&
-             MoveFileExW(temp, target.wstring().c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-      } catch (...) {
-        ok = false;
-      }
-      if (!ok) DeleteFileW(temp);
-    }
-    running->ok = ok;
-    running->done = true;
-    PostMessageW(window, kExportProgress, 0, 0);
-  });
-  exportJob_ = std::move(job);
+  exportJob_ = std::make_unique<ExportJob>(GetAncestor(hwnd_, GA_ROOT), request, std::move(sources), hwnd_,
+                                           kExportProgress);
   setStatus(L"Exporting\x2026");
   updateTools();
 }
 
 void ViewerControl::onExportProgress() {
   if (!exportJob_) return;
-  if (!exportJob_->done) {
-    if (std::int32_t counted = exportJob_->counted)
+  if (!exportJob_->finished()) {
+    if (std::int32_t counted = exportJob_->counting())
       setStatus(L"Counting pages (" + std::to_wstring(counted) + L" so far)\x2026");
     else
-      setStatus(L"Exporting page " + std::to_wstring(exportJob_->pages.load()) + L"\x2026");
+      setStatus(L"Exporting: " + std::to_wstring(exportJob_->done()) + L" done\x2026");
     return;
   }
-  if (exportJob_->thread.joinable()) exportJob_->thread.join();
-  exportResult_ = exportJob_->ok.load();
-  std::wstring name = std::filesystem::path(exportJob_->path).filename().wstring();
-  setStatus(exportJob_->ok ? L"Exported to " + name
-                           : exportJob_->cancel ? std::wstring(L"Export stopped") : L"Could not write " + name);
+  if (exportResult_) return;  // told already
+  exportResult_ = exportJob_->succeeded();
+  std::wstring name = std::filesystem::path(exportJob_->path()).filename().wstring();
+  setStatus(exportJob_->succeeded() ? L"Exported to " + name
+            : exportJob_->cancelled() ? std::wstring(L"Export stopped") : L"Could not write " + name);
   updateTools();
 }
 
