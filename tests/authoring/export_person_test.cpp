@@ -75,8 +75,8 @@ TEST(ExportDialog, APersonExportsEveryFormatFromTheViewer) {
   const std::wstring title = win::toWide(form.currentReport()->title());
 
   const Round rounds[] = {{0, L"customers.pdf", false},   {1, L"as-printed.xlsx", false},
-                          {2, L"data-only.xlsx", false},  {3, L"customers.csv", false},
-                          {0, L"first-page.pdf", true}};
+                          {2, L"data-only.xlsx", false},  {3, L"customers.html", false},
+                          {4, L"customers.csv", false},   {0, L"first-page.pdf", true}};
   std::vector<std::wstring> proposed, problems;
   bool escapeClosed = false, cancelLeftNothing = false;
   {
@@ -150,7 +150,8 @@ TEST(ExportDialog, APersonExportsEveryFormatFromTheViewer) {
   ASSERT_EQ(proposed.size(), std::size(rounds));
   EXPECT_EQ(proposed[0], title + L".pdf");
   EXPECT_EQ(proposed[1], title + L".xlsx");
-  EXPECT_EQ(proposed[3], title + L".csv");
+  EXPECT_EQ(proposed[3], title + L".html");
+  EXPECT_EQ(proposed[4], title + L".csv");
   std::size_t files = 0;
   std::ofstream list(folder / "exports.txt");
   for (const auto& entry : fs::directory_iterator(folder)) {

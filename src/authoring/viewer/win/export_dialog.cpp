@@ -58,7 +58,6 @@ class ExportForm final : public mervane::win::Form {
     HWND list = control(kExportFormat);
     int selected = 0;
     for (const auto& info : exportFormats()) {
-      if (info.format == ExportFormat::Html) continue;  // no writer yet
       const int index = static_cast<int>(
           SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(toWide(info.name).c_str())));
       SendMessageW(list, CB_SETITEMDATA, static_cast<WPARAM>(index), static_cast<LPARAM>(info.format));

@@ -9,6 +9,7 @@
 #include "base/win/com.h"
 #include "base/win/form.h"
 #include "engine/export/csv_writer.h"
+#include "engine/export/html_writer.h"
 #include "engine/export/pdf_writer.h"
 #include "engine/export/xlsx_writer.h"
 #include "engine/win/gdi_font_source.h"
@@ -195,7 +196,13 @@ void ExportJob::run() {
               complete = exporting::writePdf(feed, out, pageDone, options);
               break;
             }
-            default: complete = false;
+            case ExportFormat::Html: {
+              exporting::HtmlOptions options;
+              options.title = sources_.title;
+              complete = exporting::writeHtml(feed, out, pageDone, options);
+              break;
+            }
+            case ExportFormat::ExcelData: break;
           }
         }
         out.close();
