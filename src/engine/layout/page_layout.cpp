@@ -438,7 +438,11 @@ class Pager {
       case ObjectKind::SummaryField:
         value = stream.summary(po.slot, &report == &report_ ? &environment_.dataSummaries : nullptr);
         break;
-      case ObjectKind::SpecialField: return specialText(object, stream, context);
+      case ObjectKind::SpecialField:
+        // The print date keeps its value, for exports that type their cells.
+        if (object.special == model::SpecialFieldKind::PrintDate)
+          value = Value(formula::DateTime{std::floor(environment_.printDateTime)});
+        return specialText(object, stream, context);
       default: return Text();
     }
     numeric = value.kind() == ValueKind::Number;
