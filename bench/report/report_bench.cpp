@@ -323,7 +323,7 @@ int xlsx(const std::string& label, const Text& connectText, const std::wstring& 
   }
   const double exportMs = ms(Clock::now() - start);
   const double mb = static_cast<double>(std::filesystem::file_size(path)) / (1024.0 * 1024.0);
-  std::printf("xlsx-data-ms-%s: %.0f ms (%lld rows and more)\n", label.c_str(), exportMs,
+  std::printf("xlsx-data-ms-%s: %.0f ms (%lld rows)\n", label.c_str(), exportMs,
               static_cast<long long>(records));
   std::printf("xlsx-data-size-mb-%s: %.1f MB\n", label.c_str(), mb);
   const double fetchMs = driverAlone(label, report.document(), connectText, {}, {});

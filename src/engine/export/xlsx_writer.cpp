@@ -583,6 +583,7 @@ bool writeXlsxData(const ReportDocument& document, data::DataProvider& data, std
       return false;
     }
   }
+  if (progress && done % 1000 != 0) progress(done);  // the count at the end, whatever it is
   book.finish();
   return true;
 }

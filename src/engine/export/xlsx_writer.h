@@ -30,7 +30,8 @@ struct XlsxOptions {
   std::int64_t rowsPerSheet = 1048576;
 };
 
-// Told the records written so far; returning false stops the work.
+// Told the records written so far (every thousand, and at the end);
+// returning false stops the work.
 using RecordProgress = std::function<bool(std::int64_t recordsDone)>;
 
 // Writes every page the feed gives. False when `progress` stopped it; the
