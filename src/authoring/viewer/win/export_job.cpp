@@ -52,7 +52,14 @@ class ExportJob::Progress final : public mervane::win::Form {
   void start() {
     load();
     if (!hwnd()) return;
-    if (owner_) SetWindowLongPtrW(hwnd(), GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner_));
+    if (owner_) {  // owned by the window it was started from, and centred over it
+      SetWindowLongPtrW(hwnd(), GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner_));
+      RECT o, f;
+      GetWindowRect(owner_, &o);
+      GetWindowRect(hwnd(), &f);
+      SetWindowPos(hwnd(), nullptr, (o.left + o.right - (f.right - f.left)) / 2,
+                   (o.top + o.bottom - (f.bottom - f.top)) / 2, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    }
     SetTimer(hwnd(), kShowTimer, kShowAfterMs, nullptr);
   }
 
