@@ -8,7 +8,7 @@ packages=(
   wine wine64 libwine-dev g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools libz-mingw-w64-dev
   xvfb xauth fonts-wine fonts-liberation
   unixodbc unixodbc-dev libsqliteodbc sqlite3 odbc-postgresql postgresql
-  zip unzip p7zip-full python3 python3-olefile
+  zip unzip p7zip-full python3 python3-olefile python3-openpyxl
   cups cups-daemon cups-client printer-driver-cups-pdf poppler-utils qpdf
 )
 missing=()

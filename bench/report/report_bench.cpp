@@ -2,11 +2,13 @@
 // report (daily sales) over a company database, its first and last page,
 // against the ODBC driver alone handing over the same query's rows; and
 // opening and saving a report of 1,000 objects; its PDF export against
-// laying the same pages out.
+// laying the same pages out; its Excel export of the data only against the
+// driver handing over the same rows.
 //
 //   report_bench open-save FOLDER
 //   report_bench pages LABEL CONNECT_TEXT [USER PASSWORD]
 //   report_bench pdf LABEL CONNECT_TEXT FOLDER
+//   report_bench xlsx LABEL CONNECT_TEXT FOLDER
 //
 // Prints "name: value unit" lines. Run once per database and row count: the
 // peak memory is the process's own.
@@ -28,6 +30,7 @@
 #include "engine/data/query_builder.h"
 #include "engine/engine.h"
 #include "engine/export/pdf_writer.h"
+#include "engine/export/xlsx_writer.h"
 #include "engine/model/definition_stream.h"
 #include "engine/win/compound_report_files.h"
 #include "engine/win/gdi_font_source.h"
@@ -290,6 +293,47 @@ int pdf(const std::string& label, const Text& connectText, const std::wstring& f
   return written ? 0 : 1;
 }
 
+// The Excel export of the data only (one row per order line) against the
+// driver alone fetching the same query's rows. Peak memory is the
+// process's own; run_report_bench.sh compares it between row counts.
+int xlsx(const std::string& label, const Text& connectText, const std::wstring& folder) {
+  engine::Engine engine(parts());
+  auto made = engine.newReport();
+  auto& report = static_cast<engine::Report&>(*made);
+  report.document().definition = tools::monthlySalesDefinition();
+  report.setTitle(u"Daily sales");
+  ReportLocations session;
+  session.sqlDatabase = u"company";
+  session.sqlConnString = connectText;
+  setReportLocations(&report, session);
+
+  const std::wstring path = folder + L"\\daily-sales.xlsx";
+  std::int64_t records = 0;
+  const auto start = Clock::now();
+  bool written = false;
+  try {
+    std::ofstream out(std::filesystem::path(path), std::ios::binary | std::ios::trunc);
+    engine::exporting::XlsxOptions options;
+    options.title = report.title();
+    written = engine::exporting::writeXlsxData(report.document(), *report.parts().data, out,
+                                               [&](std::int64_t n) { return records = n, true; }, options);
+  } catch (const std::exception& e) {
+    std::printf("xlsx-data-ms-%s: the report cannot run: %s\n", label.c_str(), e.what());
+    return 1;
+  }
+  const double exportMs = ms(Clock::now() - start);
+  const double mb = static_cast<double>(std::filesystem::file_size(path)) / (1024.0 * 1024.0);
+  std::printf("xlsx-data-ms-%s: %.0f ms (%lld rows)\n", label.c_str(), exportMs,
+              static_cast<long long>(records));
+  std::printf("xlsx-data-size-mb-%s: %.1f MB\n", label.c_str(), mb);
+  const double fetchMs = driverAlone(label, report.document(), connectText, {}, {});
+  if (fetchMs > 0)
+    std::printf("xlsx-data-per-fetch-%s: %.2f times (goal 2 or less)\n", label.c_str(), exportMs / fetchMs);
+  std::printf("xlsx-peak-memory-mb-%s: %.1f MB\n", label.c_str(), peakMb());
+  DeleteFileW(path.c_str());
+  return written ? 0 : 1;
+}
+
 // A report of 1,000 objects: opened (its definition read) and saved.
 int openSave(const std::wstring& folder) {
   engine::model::ReportDefinition definition = tools::monthlySalesDefinition();
@@ -346,7 +390,11 @@ int wmain(int argc, wchar_t** argv) {
     std::wstring label(argv[2]);
     return mervane::pdf(std::string(label.begin(), label.end()), fromWide(argv[3]), argv[4]);
   }
+  if (mode == L"xlsx" && argc > 4) {
+    std::wstring label(argv[2]);
+    return mervane::xlsx(std::string(label.begin(), label.end()), fromWide(argv[3]), argv[4]);
+  }
   std::fputs("usage: report_bench open-save FOLDER | pages LABEL CONNECT_TEXT [USER PASSWORD]"
-             " | pdf LABEL CONNECT_TEXT FOLDER\n", stderr);
+             " | pdf LABEL CONNECT_TEXT FOLDER | xlsx LABEL CONNECT_TEXT FOLDER\n", stderr);
   return 2;
 }

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # The engine's figures under Wine: opening and saving a report of 1,000
 # objects, then the grouped example report over 1,000 and 1,000,000 order
-# lines on SQLite and on a private PostgreSQL server, and its PDF export on
-# SQLite, each run in a process of its own so that its peak memory is its
-# own.
+# lines on SQLite and on a private PostgreSQL server, and its PDF and Excel
+# (data only) exports on SQLite, each run in a process of its own so that
+# its peak memory is its own.
 #
 #   bench/report/run_report_bench.sh [WIN64_BUILD_DIR]   (default build/win64)
 set -euo pipefail
@@ -24,6 +24,7 @@ for lines in 1000 1000000; do
   python3 "$root/examples/company/make_company_db.py" "$db" --order-lines "$lines"
   run pages "sqlite-$lines" "Driver={SQLite3};Database=$db"
   run pdf "sqlite-$lines" "Driver={SQLite3};Database=$db" "Z:$(tr / '\\' <<<"$work")" | tee -a "$work/pdf.txt"
+  run xlsx "sqlite-$lines" "Driver={SQLite3};Database=$db" "Z:$(tr / '\\' <<<"$work")" | tee -a "$work/xlsx.txt"
   RUN="$root/tests/wine/run.sh" PREFIX="$prefix" BENCH="$bench" LINES="$lines" \
     "$root/tests/support/postgres.sh" run "$work/pg-$lines" "$db" -- bash -c \
     '"$RUN" "$PREFIX" "$BENCH" pages "postgresql-$LINES" \
@@ -32,3 +33,5 @@ done
 # The PDF export's memory at a million lines against a thousand.
 awk -F'[: ]+' '/^pdf-peak-memory-mb-sqlite-1000:/ {small=$2} /^pdf-peak-memory-mb-sqlite-1000000:/ {large=$2}
   END {if (small && large) printf "pdf-peak-memory-growth-mb: %.1f MB (goal 40 or less)\n", large - small}' "$work/pdf.txt"
+awk -F'[: ]+' '/^xlsx-peak-memory-mb-sqlite-1000:/ {small=$2} /^xlsx-peak-memory-mb-sqlite-1000000:/ {large=$2}
+  END {if (small && large) printf "xlsx-peak-memory-growth-mb: %.1f MB (flat: goal 20 or less)\n", large - small}' "$work/xlsx.txt"

@@ -17,7 +17,7 @@
 
 #include "maintenance/archive/archive_support.h"
 #include "maintenance/archive/archiver.h"
-#include "maintenance/archive/zip_format.h"
+#include "base/zip/zip_format.h"
 #include "maintenance/archive/zip_reader.h"
 
 namespace fs = std::filesystem;

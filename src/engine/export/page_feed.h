@@ -40,6 +40,15 @@ class FeedStopped : public std::runtime_error {
 PageFeed finalPagesOf(std::shared_ptr<layout::PageSource> source, std::function<bool()> stopped,
                       std::function<void(std::int32_t pagesKnown)> counting = {});
 
+// Pages `first` to `last` (0: to the end) of another feed, asked for from 1.
+inline PageFeed pagesBetween(PageFeed pages, std::int32_t first, std::int32_t last) {
+  return [pages = std::move(pages), first, last](std::int32_t number) -> std::shared_ptr<const layout::Page> {
+    const std::int32_t wanted = first + number - 1;
+    if (number < 1 || (last > 0 && wanted > last)) return nullptr;
+    return pages(wanted);
+  };
+}
+
 // Pages already laid out (tests, the designer's sample pages).
 inline PageFeed feedOf(std::vector<layout::Page> pages) {
   auto held = std::make_shared<const std::vector<layout::Page>>(std::move(pages));

@@ -37,6 +37,10 @@ struct Font {
 
 enum class TextAlign { Left, Centre, Right };
 
+// What a run of a number or a date stands for, for exports that keep values
+// typed (spreadsheets): the value and the report's pattern for it.
+enum class ValueType : std::uint8_t { Text, Number, Date };
+
 struct TextRun {
   Rect box;
   Font font;
@@ -48,6 +52,13 @@ struct TextRun {
   // (from 1) of the detail row it printed, 0 outside the details.
   Text source;
   std::int64_t record = 0;
+  // The kind of section that printed it (page headers repeat on every page).
+  model::SectionKind section = model::SectionKind::Details;
+  // A number (or a date, as days since 30 December 1899) and its pattern
+  // (empty: as the value comes); Text for everything else.
+  ValueType type = ValueType::Text;
+  double value = 0;
+  Text pattern;
 };
 
 struct LineItem {

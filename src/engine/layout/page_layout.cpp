@@ -428,10 +428,9 @@ class Pager {
   }
 
   Text objectText(const PreparedReport& report, const PreparedObject& po, SectionStream& stream, RowContext& context,
-                  bool& numeric) {
+                  bool& numeric, Value& value) {
     const model::ReportObject& object = *po.object;
     numeric = false;
-    Value value;
     switch (object.kind) {
       case ObjectKind::Text: return object.text;
       case ObjectKind::DatabaseField:
@@ -439,7 +438,11 @@ class Pager {
       case ObjectKind::SummaryField:
         value = stream.summary(po.slot, &report == &report_ ? &environment_.dataSummaries : nullptr);
         break;
-      case ObjectKind::SpecialField: return specialText(object, stream, context);
+      case ObjectKind::SpecialField:
+        // The print date keeps its value, for exports that type their cells.
+        if (object.special == model::SpecialFieldKind::PrintDate)
+          value = Value(formula::DateTime{std::floor(environment_.printDateTime)});
+        return specialText(object, stream, context);
       default: return Text();
     }
     numeric = value.kind() == ValueKind::Number;
@@ -511,7 +514,8 @@ class Pager {
         }
         default: {
           bool numeric = false;
-          const Text text = objectText(report, po, stream, context, numeric);
+          Value value;
+          const Text text = objectText(report, po, stream, context, numeric, value);
           if (object.width <= 0 || object.height <= 0) break;
           const Font font = fontOf(format);
           const std::int32_t lineHeight = std::max(1, measure_.lineHeight(font));
@@ -540,10 +544,20 @@ class Pager {
                           : TextAlign::Left;
           run.source = object.name;
           run.record = record;
+          run.section = section.kind;
           if (!format.canGrow) {
             run.box = box;
             if (!visible(run.box, clip)) break;
             run.text = Text(firstLine(measure_, font, text, box.width));
+            if (value.kind() == ValueKind::Number) {
+              run.type = ValueType::Number;
+              run.value = value.number();
+              run.pattern = format.numberFormat;
+            } else if (value.kind() == ValueKind::Date) {
+              run.type = ValueType::Date;
+              run.value = value.date().days;
+              run.pattern = format.dateFormat;
+            }
             items->push_back(std::move(run));
             break;
           }

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "maintenance/archive/archive_support.h"
-#include "maintenance/archive/zip_format.h"
+#include "base/zip/zip_format.h"
 
 namespace mervane {
 

@@ -26,7 +26,7 @@
 #include "maintenance/archive/archiver.h"
 #include "maintenance/archive/chunk_compressor.h"
 #include "maintenance/archive/file_patterns.h"
-#include "maintenance/archive/zip_format.h"
+#include "base/zip/zip_format.h"
 
 namespace mervane {
 

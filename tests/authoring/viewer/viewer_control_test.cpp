@@ -312,3 +312,29 @@ TEST(ViewerControl, ARunThatCannotStartShowsAPageSayingWhy) {
   host.viewer->exportTo(L"C:\\nowhere.pdf");
   EXPECT_FALSE(host.viewer->busy());
 }
+
+// A long export shows its progress window; its Cancel (here Esc, as a
+// person presses it) stops the export and leaves no file at all.
+TEST(ViewerControl, TheProgressWindowsCancelLeavesNoFile) {
+  auto folder = std::filesystem::temp_directory_path() / "viewer-export-cancel";
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder);
+  Host host;
+  host.viewer->setPageSourceFactory([] { return std::make_unique<FakePages>(200, 40ms); });
+  host.viewer->viewReport();
+  host.viewer->exportTo((folder / L"long.xlsx").wstring());
+  HWND progress = nullptr;
+  ASSERT_TRUE(pumpUntil([&] {
+    progress = FindWindowW(nullptr, L"Exporting");
+    return progress && IsWindowVisible(progress);
+  }, 10000));
+  if (const char* hold = std::getenv("MERVANE_DIALOG_HOLD_MS")) pump(std::atoi(hold));
+  HWND cancel = GetDlgItem(progress, IDCANCEL);
+  EXPECT_EQ(GetFocus(), cancel);
+  PostMessageW(cancel, WM_KEYDOWN, VK_ESCAPE, 1);
+  ASSERT_TRUE(pumpUntil([&] { return host.viewer->lastExport().has_value(); }, 10000));
+  EXPECT_FALSE(*host.viewer->lastExport());
+  EXPECT_FALSE(IsWindowVisible(progress));
+  EXPECT_EQ(text(host.tool(kStatusText)), L"Export stopped");
+  EXPECT_TRUE(std::filesystem::is_empty(folder));
+}

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "maintenance/archive/archiver.h"
-#include "maintenance/archive/zip_format.h"
+#include "base/zip/zip_format.h"
 
 namespace mervane {
 // Failure reasons print as their numbers in test messages.

@@ -4,7 +4,7 @@
 
 #include "archive_test_support.h"
 #include "maintenance/archive/file_patterns.h"
-#include "maintenance/archive/zip_format.h"
+#include "base/zip/zip_format.h"
 
 namespace mervane {
 namespace {

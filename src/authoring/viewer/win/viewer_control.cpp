@@ -423,7 +423,7 @@ void ViewerControl::onCommand(int id, int code) {
     case kRefreshButton: refresh(); break;
     case kPrintButton: print(); break;
     case kExportButton:
-      if (exportJob_ && !exportJob_->done) exportJob_->cancel = true;
+      if (exportJob_ && !exportJob_->finished()) exportJob_->cancel();
       else exportTo();
       break;
     case kZoomBox:
@@ -451,7 +451,7 @@ void ViewerControl::updateTools() {
   EnableWindow(GetDlgItem(hwnd_, kLastButton), running && nav_.current() < nav_.last());
   EnableWindow(GetDlgItem(hwnd_, kRefreshButton), report_ != nullptr || factory_ != nullptr);
   EnableWindow(GetDlgItem(hwnd_, kPrintButton), running);
-  bool exporting = exportJob_ && !exportJob_->done;
+  bool exporting = exportJob_ && !exportJob_->finished();
   EnableWindow(GetDlgItem(hwnd_, kExportButton), running || exporting);
   SetDlgItemTextW(hwnd_, kExportButton, exporting ? L"Stop export" : L"Export\x2026");
   HWND zoomEdit = FindWindowExW(GetDlgItem(hwnd_, kZoomBox), nullptr, L"EDIT", nullptr);
@@ -543,14 +543,14 @@ void ViewerControl::dropRun() {
   // A print job or export of this run keeps it going until it ends; else
   // its background work stops now, and it is let go on the worker thread,
   // since closing a run may wait for its threads.
-  bool inUse = (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->done);
+  bool inUse = (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->finished());
   if (!inUse) source_->cancel();
   pages_->letGo(std::move(source_));
   source_.reset();
 }
 
 void ViewerControl::stopAll() {
-  if (exportJob_) exportJob_->cancel = true;
+  if (exportJob_) exportJob_->cancel();
   if (printJob_) printJob_->cancel();
   if (source_) source_->cancel();
   exportJob_.reset();
@@ -574,7 +574,7 @@ void ViewerControl::followCount() {
 bool ViewerControl::pageShown() const { return pages_->has(nav_.current()); }
 
 bool ViewerControl::busy() const {
-  return (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->done);
+  return (printJob_ && !printJob_->finished()) || (exportJob_ && !exportJob_->finished());
 }
 
 void ViewerControl::request(std::int32_t number) {

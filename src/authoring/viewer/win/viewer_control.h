@@ -26,6 +26,7 @@
 
 #include "authoring/viewer/page_cache.h"
 #include "authoring/viewer/viewer_state.h"
+#include "authoring/viewer/win/export_job.h"
 #include "engine/engine.h"
 #include "engine/layout/page_source.h"
 #include "engine/win/page_painter.h"
@@ -86,10 +87,13 @@ class ViewerControl {
   void print();
   // Prints without asking (tests, the bench): pages as chosen.
   void print(const printing::win::PrintChoice& choice);
-  // The save dialog (PDF or CSV), then the file written in the background.
+  // The Export dialog and the save dialog, then the file written in the
+  // background.
   void exportTo();
-  // Writes to `path` without asking, as PDF unless it ends in ".csv".
+  // Writes to `path` without asking, every page, in the format its
+  // extension names (PDF for any other).
   void exportTo(const std::wstring& path);
+  void exportTo(const ExportRequest& request);
 
   // Where runs come from instead of the report (tests; the designer's
   // sample pages).
@@ -108,7 +112,6 @@ class ViewerControl {
   std::optional<bool> lastExport() const { return exportResult_; }
 
  private:
-  struct ExportJob;
   static LRESULT CALLBACK controlProc(HWND, UINT, WPARAM, LPARAM);
   static LRESULT CALLBACK pageAreaProc(HWND, UINT, WPARAM, LPARAM);
   static LRESULT CALLBACK toolProc(HWND, UINT, WPARAM, LPARAM, UINT_PTR, DWORD_PTR);

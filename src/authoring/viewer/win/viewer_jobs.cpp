@@ -1,33 +1,19 @@
 // The viewer control's print and export jobs: the print dialog and a print
-// job of the pages chosen, and the save dialog and an export to PDF or CSV on
-// a thread of its own, which talks back to the window only through the job
-// and posted messages.
+// job of the pages chosen, and the Export dialog and an export job
+// (export_job.h) on a thread of its own, which talks back to the window only
+// through the job and posted messages.
 #include "authoring/viewer/win/viewer_jobs.h"
 
-#include <commdlg.h>
-
 #include <filesystem>
-#include <fstream>
 
+#include "authoring/viewer/win/export_dialog.h"
 #include "base/win/wide.h"
-#include "engine/export/csv_writer.h"
-#include "engine/export/pdf_writer.h"
-#include "engine/win/gdi_font_source.h"
 #include "printing/win/report_printing.h"
 
 namespace mervane::viewer::win {
 
-namespace {
-
 using mervane::win::fromWide;
 using mervane::win::toWide;
-
-bool endsWithNoCase(const std::wstring& text, const std::wstring& tail) {
-  return text.size() >= tail.size() && equalsNoCase(fromWide(text.substr(text.size() - tail.size()).c_str()),
-                                                    fromWide(tail.c_str()));
-}
-
-}  // namespace
 
 // ---------------------------------------------------------------------------
 // Print and export.
@@ -53,106 +39,48 @@ void ViewerControl::print(const printing::win::PrintChoice& choice) {
 }
 
 void ViewerControl::exportTo() {
-  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->done)) return;
-  wchar_t file[MAX_PATH] = {};
-  std::wstring title = report_ ? toWide(report_->title()) : std::wstring();
-  for (wchar_t& c : title)
-    if (wcschr(L"\\/:*?\"<>|", c)) c = L'_';
-  wcsncpy(file, title.c_str(), MAX_PATH - 1);
-  OPENFILENAMEW ofn{};
-  ofn.lStructSize = sizeof(ofn);
-  ofn.hwndOwner = GetAncestor(hwnd_, GA_ROOT);
-  ofn.lpstrFilter = L"PDF document (*.pdf)\0*.pdf\0CSV, comma-separated values (*.csv)\0*.csv\0";
-  ofn.lpstrFile = file;
-  ofn.nMaxFile = MAX_PATH;
-  ofn.lpstrTitle = L"Export Report";
-  ofn.lpstrDefExt = L"pdf";
-  ofn.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_NOCHANGEDIR | OFN_HIDEREADONLY;
-  if (!GetSaveFileNameW(&ofn)) return;
-  std::wstring path = file;
-  if (ofn.nFilterIndex == 2 && !endsWithNoCase(path, L".csv")) path += L".csv";
-  exportTo(path);
+  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->finished())) return;
+  auto request = askExport(GetAncestor(hwnd_, GA_ROOT), report_ ? report_->title() : Text(), nav_.current(),
+                           nav_.last(), nav_.final() ? std::optional<std::int32_t>(nav_.last()) : std::nullopt);
+  if (request) exportTo(*request);
 }
 
 void ViewerControl::exportTo(const std::wstring& path) {
-  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->done)) return;
+  exportTo(ExportRequest{formatOfFile(fromWide(path.c_str())).value_or(ExportFormat::Pdf), {}, path});
+}
+
+void ViewerControl::exportTo(const ExportRequest& request) {
+  if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->finished())) return;
   exportJob_.reset();
   exportResult_.reset();
-  auto job = std::make_unique<ExportJob>();
-  job->path = path;
-  bool csv = endsWithNoCase(path, L".csv");
-  engine::exporting::PdfOptions pdf;
-  pdf.fonts = std::make_shared<engine::win::GdiFontSource>();
+  ExportSources sources;
+  sources.run = source_;
   if (report_) {  // the subject: the report file it was made from
-    pdf.title = report_->title();
-    pdf.subject = fromWide(std::filesystem::path(toWide(report_->path())).filename().wstring().c_str());
+    sources.title = report_->title();
+    sources.subject = fromWide(std::filesystem::path(toWide(report_->path())).filename().wstring().c_str());
+    sources.document = std::make_shared<const engine::ReportDocument>(report_->document());
+    sources.data = report_->parts().data;
   }
-  HWND window = hwnd_;
-  ExportJob* running = job.get();
-  job->thread = std::thread([running, window, csv, pdf = std::move(pdf), source = source_] {
-    std::filesystem::path target(running->path);
-    wchar_t temp[MAX_PATH] = {};
-    std::wstring folder = target.parent_path().wstring();
-    if (folder.empty()) folder = L".";
-    bool ok = false;
-    // Written beside the target under a name of its own, then renamed into
-    // place: the target is never half-written, and an old one stays until
-    // the new one is complete.
-    if (GetTempFileNameW(folder.c_str(), L"mvx", 0, temp)) {
-      try {
-        bool complete = false;
-        {
-          std::ofstream out(std::filesystem::path(temp), std::ios::binary | std::ios::trunc);
-          // Pages showing the page total wait for the count, so the file
-          // never holds a total that was still growing.
-          auto feed = engine::exporting::finalPagesOf(source, [running] { return running->cancel.load(); },
-                                                      [running, window](std::int32_t known) {
-                                                        running->counted = known;
-                                                        PostMessageW(window, kExportProgress, 0, 0);
-                                                      });
-          auto progress = [running, window](std::int32_t n) {
-            running->counted = 0;
-            running->pages = n;
-            PostMessageW(window, kExportProgress, 0, 0);
-            return !running->cancel.load();
-          };
-          if (out) {
-            complete = csv ? engine::exporting::writeCsv(feed, out, progress)
-                           : engine::exporting::writePdf(feed, out, progress, pdf);
-            out.close();
-            complete = complete && !out.fail();
-          }
-        }
-        ok = complete && !running->cancel &&
-             MoveFileExW(temp, target.wstring().c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-      } catch (...) {
-        ok = false;
-      }
-      if (!ok) DeleteFileW(temp);
-    }
-    running->ok = ok;
-    running->done = true;
-    PostMessageW(window, kExportProgress, 0, 0);
-  });
-  exportJob_ = std::move(job);
+  exportJob_ = std::make_unique<ExportJob>(GetAncestor(hwnd_, GA_ROOT), request, std::move(sources), hwnd_,
+                                           kExportProgress);
   setStatus(L"Exporting\x2026");
   updateTools();
 }
 
 void ViewerControl::onExportProgress() {
   if (!exportJob_) return;
-  if (!exportJob_->done) {
-    if (std::int32_t counted = exportJob_->counted)
+  if (!exportJob_->finished()) {
+    if (std::int32_t counted = exportJob_->counting())
       setStatus(L"Counting pages (" + std::to_wstring(counted) + L" so far)\x2026");
     else
-      setStatus(L"Exporting page " + std::to_wstring(exportJob_->pages.load()) + L"\x2026");
+      setStatus(L"Exporting: " + std::to_wstring(exportJob_->done()) + L" done\x2026");
     return;
   }
-  if (exportJob_->thread.joinable()) exportJob_->thread.join();
-  exportResult_ = exportJob_->ok.load();
-  std::wstring name = std::filesystem::path(exportJob_->path).filename().wstring();
-  setStatus(exportJob_->ok ? L"Exported to " + name
-                           : exportJob_->cancel ? std::wstring(L"Export stopped") : L"Could not write " + name);
+  if (exportResult_) return;  // told already
+  exportResult_ = exportJob_->succeeded();
+  std::wstring name = std::filesystem::path(exportJob_->path()).filename().wstring();
+  setStatus(exportJob_->succeeded() ? L"Exported to " + name
+            : exportJob_->cancelled() ? std::wstring(L"Export stopped") : L"Could not write " + name);
   updateTools();
 }
 

@@ -1,5 +1,5 @@
 // Field encoding, timestamps and entry names of the zip format.
-#include "maintenance/archive/zip_format.h"
+#include "base/zip/zip_format.h"
 
 #include <zlib.h>
 
