@@ -23,22 +23,10 @@ namespace mervane::engine::data {
 
 using formula::Value;
 using formula::ValueKind;
+using formula::compareValues;
 
 // ---------------------------------------------------------------------------
-// Comparing and summing values
-
-int compareValues(const Value& a, const Value& b) {
-  if (a.kind() != b.kind()) return static_cast<int>(a.kind()) < static_cast<int>(b.kind()) ? -1 : 1;
-  switch (a.kind()) {
-    case ValueKind::Null: return 0;
-    case ValueKind::Number: return a.number() < b.number() ? -1 : a.number() > b.number() ? 1 : 0;
-    case ValueKind::Text: return a.text().compare(b.text()) < 0 ? -1 : a.text() == b.text() ? 0 : 1;
-    case ValueKind::Boolean: return a.boolean() == b.boolean() ? 0 : a.boolean() ? 1 : -1;
-    case ValueKind::Date:
-      return a.date().days < b.date().days ? -1 : a.date().days > b.date().days ? 1 : 0;
-  }
-  return 0;
-}
+// Summing values
 
 namespace {
 
@@ -78,11 +66,7 @@ void SummaryAccumulator::add(const Value& value) {
       return;
     }
     case model::SummaryOperation::Minimum:
-      if (extreme_.isNull() || compareValues(value, extreme_) < 0) extreme_ = value;
-      return;
-    case model::SummaryOperation::Maximum:
-      if (extreme_.isNull() || compareValues(value, extreme_) > 0) extreme_ = value;
-      return;
+    case model::SummaryOperation::Maximum: extremes_.add(value); return;
   }
 }
 
@@ -92,8 +76,10 @@ Value SummaryAccumulator::result() const {
     case model::SummaryOperation::Average: return count_ ? Value(sum_ / static_cast<double>(count_)) : Value();
     case model::SummaryOperation::Count: return Value(static_cast<double>(count_));
     case model::SummaryOperation::DistinctCount: return Value(static_cast<double>(distinct_.size()));
-    default: return extreme_;
+    case model::SummaryOperation::Minimum: return extremes_.minimum;
+    case model::SummaryOperation::Maximum: return extremes_.maximum;
   }
+  return Value();
 }
 
 namespace {

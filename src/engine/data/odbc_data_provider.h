@@ -28,6 +28,7 @@
 #include <memory>
 
 #include "engine/data/report_data.h"
+#include "engine/formula/value_order.h"
 
 namespace mervane::engine::data {
 
@@ -37,14 +38,10 @@ struct OdbcProviderOptions {
 
 std::shared_ptr<DataProvider> createOdbcDataProvider(OdbcProviderOptions options = {});
 
-// Values in the order the engine sorts and compares them: nulls first, then
-// by kind (numbers, texts, booleans, dates), then by value (texts by their
-// UTF-16 code units). Negative, zero or positive.
-int compareValues(const formula::Value& a, const formula::Value& b);
-
 // What summaries() gives for these values (sum and average of numbers; count
-// and distinct count of non-null values; minimum and maximum; null where
-// there are no values, a count of none being 0).
+// and distinct count of non-null values; minimum and maximum as
+// formula::Extremes keeps them; null where there are no values, a count of
+// none being 0).
 class SummaryAccumulator {
  public:
   explicit SummaryAccumulator(model::SummaryOperation operation) : operation_(operation) {}
@@ -56,7 +53,7 @@ class SummaryAccumulator {
   double sum_ = 0;
   std::size_t count_ = 0;
   std::vector<Text> distinct_;  // sorted keys
-  formula::Value extreme_;
+  formula::Extremes extremes_;
 };
 
 }  // namespace mervane::engine::data
