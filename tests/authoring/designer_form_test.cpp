@@ -162,6 +162,17 @@ bool sameFolder(const std::wstring& a, const fs::path& b) {
 
 // Rows of the company database, counted as each run of a report asks for
 // its data.
+// The session's data for the example company database (and, given a user,
+// the host's data source).
+SessionData companySession(const Text& user = Text(), const Text& odbcName = Text()) {
+  SessionSettings s;
+  s.userName = user;
+  s.odbcServer = odbcName;
+  s.sqlDatabase = u"company";
+  s.sqlConnString = u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1";
+  return readSessionData(s);
+}
+
 struct CountingData final : engine::data::DataProvider {
   std::shared_ptr<engine::data::DataProvider> odbc = engine::data::createOdbcDataProvider();
   std::atomic<int> runs{0};
@@ -283,7 +294,7 @@ TEST_F(DesignerFormTest, EditShowsTheReportAndTheTabsSwitchTheControls) {
 TEST_F(DesignerFormTest, TheTitleReadsBackAsGivenAndAChangedTitleIsStored) {
   using authoring::win::DesignerForm;
   auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
-      [] { return createEngineApplication(); }, nullptr, nullptr});
+      [] { return createReportEngine(); }, nullptr, nullptr});
   form->load();
   ASSERT_TRUE(form->hwnd());
   form->openReport(path(L"Monthly Sales.rpt"), u"Given title");
@@ -315,7 +326,7 @@ TEST_F(DesignerFormTest, ClosingWithChangesAsksAndSavesOnlyOnYes) {
   const fs::path file = folder_ / "Monthly Sales.rpt";
   const std::string before = bytes(file);
   auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
-      [] { return createEngineApplication(); }, nullptr, nullptr});
+      [] { return createReportEngine(); }, nullptr, nullptr});
   form->load();
   form->setCaption(u"Closing test");
   form->openReport(text(file.wstring()), u"Monthly Sales");
@@ -429,13 +440,12 @@ TEST_F(DesignerFormTest, PreviewRunsTheReportOnlyWhenFirstShownOrChanged) {
   using authoring::win::DesignerForm;
   auto data = std::make_shared<CountingData>();
   engine::EngineParts parts{std::make_shared<engine::CompoundReportFiles>(), data,
-                            [](const Text& connect) { return engine::data::openCatalogue(connect); }};
+                            [](const DataSource& connect) { return engine::data::openCatalogue(connect); }};
   auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
       [&] { return std::make_unique<engine::Engine>(parts); }, nullptr, nullptr});
   form->load();
   form->setCaption(u"Preview test");
-  form->setSqlDatabase(u"company");
-  form->setSqlConnString(u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1");
+  form->setSessionData(companySession());
   form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
   EXPECT_EQ(data->runs, 0);
   int designing = -1, firstPreview = -1, secondPreview = -1, afterChange = -1;
@@ -471,11 +481,10 @@ TEST_F(DesignerFormTest, PreviewRunsTheReportOnlyWhenFirstShownOrChanged) {
 TEST_F(DesignerFormTest, AFieldFromTheFieldListShowsItsValuesWhole) {
   using authoring::win::DesignerForm;
   auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
-      [] { return createEngineApplication(); }, nullptr, nullptr});
+      [] { return createReportEngine(); }, nullptr, nullptr});
   form->load();
   form->setCaption(u"Field test");
-  form->setSqlDatabase(u"company");
-  form->setSqlConnString(u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1");
+  form->setSessionData(companySession());
   form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
   ASSERT_TRUE(form->currentReport());
   auto& definition = form->currentReport()->document().definition;
@@ -532,12 +541,9 @@ TEST_F(DesignerFormTest, AFieldFromTheFieldListShowsItsValuesWhole) {
 TEST_F(DesignerFormTest, ShowsCompanyAndHostDataInOneReport) {
   using authoring::win::DesignerForm;
   auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
-      [] { return createEngineApplication(); }, nullptr, nullptr});
+      [] { return createReportEngine(); }, nullptr, nullptr});
   form->load();
-  form->setUserName(u"ana");
-  form->setOdbcName(u"Halyard");
-  form->setSqlDatabase(u"company");
-  form->setSqlConnString(u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1");
+  form->setSessionData(companySession(u"ana", u"Halyard"));
   form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Stock Valuation.rpt").wstring()), u"Stock");
   ASSERT_TRUE(form->currentReport());
   auto run = form->currentReport()->run(std::make_shared<engine::win::GdiMeasure>());

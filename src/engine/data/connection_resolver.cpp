@@ -236,7 +236,9 @@ class Resolver {
     for (const Text& n : s.notes) note(n);
     if (!s.problem.empty()) return fail(s.problem);
     if (s.odbc) return resolveOdbc(*s.odbc, s.form);
-    return resolveTarget(Target{s.form, s.server, s.database, s.user, s.password, s.integrated, s.mustBeDataSource});
+    Target t{s.form, s.server, s.database, s.user, s.password, s.integrated, s.mustBeDataSource};
+    if (s.form == TextForm::OleDb && !s.mustBeDataSource) t.server = trim(t.server);
+    return resolveTarget(t);
   }
 
   Resolution resolveOdbc(const AttributeList& given, TextForm form) {

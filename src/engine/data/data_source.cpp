@@ -229,7 +229,7 @@ void readOleDb(DataSource& s, const AttributeList& a) {
     s.problem = u"The OLE DB provider '" + provider + u"' cannot be reached through ODBC.";
     return;
   }
-  s.server = trim(a.get(u"Data Source").value_or(Text()));
+  s.server = a.get(u"Data Source").value_or(Text());
   s.database = a.get(u"Initial Catalog").value_or(Text());
   s.user = a.get(u"User ID").value_or(Text());
   s.password = a.get(u"Password").value_or(Text());
@@ -250,6 +250,7 @@ bool isYes(const std::optional<Text>& value) {
 
 DataSource readDataSource(TextView connectionText) {
   DataSource s;
+  if (connectionText.empty()) return s;
   s.text = Text(connectionText);
   TextView text = connectionText;
   while (!text.empty() && (text.front() == u' ' || text.front() == u'\t')) text.remove_prefix(1);
@@ -321,15 +322,18 @@ DataSource serverDataSource(TextView server, TextView database, TextView user, T
   values.set(u"Initial Catalog", Text(database));
   values.set(u"Data Source", Text(server));
   readOleDb(s, values);
+  s.password = Text(password);  // kept for a log-on asked for later, even when Windows log-on comes first
   return s;
 }
 
-Text DataSource::storedText() const {
-  if (!fromSettings) return withoutPasswords(text);
+Text DataSource::connectText() const {
+  if (!fromSettings) return text;
   if (form == TextForm::HostConnect)
-    return u"ODBC;DATABASE=" + database + u";UID=" + user + u";PWD=;DSN=" + server;
-  return logOnConnectText(server, database, user, Text());
+    return u"ODBC;DATABASE=" + database + u";UID=" + user + u";PWD=" + password + u";DSN=" + server;
+  return logOnConnectText(server, database, user, password);
 }
+
+Text DataSource::storedText() const { return withoutPasswords(connectText()); }
 
 Text logOnConnectText(TextView server, TextView database, TextView user, TextView password) {
   if (user.empty())

@@ -32,6 +32,8 @@ struct DataSource {
   TextForm form = TextForm::Odbc;
   // A server name, an ODBC data source or a SQLite file, with the database
   // and log-on to use there (OLE DB strings, the host's text, a log-on).
+  // Values are kept as given; an OLE DB server name is read without the
+  // blanks around it.
   Text server;
   Text database;  // empty: the server's or data source's own
   Text user;
@@ -53,7 +55,10 @@ struct DataSource {
   bool given() const { return fromSettings || !text.empty(); }
   // Nothing to connect with: nothing given, or a text of blanks.
   bool blank() const { return !fromSettings && isBlank(text); }
-  // What a report file keeps: the text without its passwords.
+  // The text naming it: as given, or made from the settings in the shape
+  // readDataSource reads each value back from. Holds the password.
+  Text connectText() const;
+  // What a report file keeps: that text without its passwords.
   Text storedText() const;
   bool operator==(const DataSource&) const = default;
 };

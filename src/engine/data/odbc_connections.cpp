@@ -11,10 +11,8 @@ const OdbcEnvironment& ConnectionPool::environment() {
   return *environment_;
 }
 
-std::shared_ptr<odbc::Connection> ConnectionPool::connect(const ReportDocument& document, const Text& subreport,
-                                                          const model::Table& table) {
-  const TableSecrets* secrets = document.secretsFor(TableKey{subreport, table.alias});
-  Resolution resolution = resolveTable(document, subreport, table, environment());
+std::shared_ptr<odbc::Connection> ConnectionPool::connect(const ReportDocument& document, const model::Table& table) {
+  Resolution resolution = resolveTable(document, table, environment());
   if (!resolution.ok()) throw DataError(resolution.error);
   OdbcConnection& resolved = *resolution.connection;
   // A data source whose database shows only once connected is checked then.
@@ -26,7 +24,7 @@ std::shared_ptr<odbc::Connection> ConnectionPool::connect(const ReportDocument& 
 
   // The log-on to fall back on: the table's, else the report's.
   Text user = !table.logOn.user.empty() ? table.logOn.user : resolved.user;
-  Text password = secrets ? secrets->password : Text();
+  Text password = table.logOn.password;
   if (user.empty() && document.logOn.given) {
     user = document.logOn.user;
     password = document.logOn.password;

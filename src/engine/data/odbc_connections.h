@@ -24,10 +24,10 @@ class ConnectionPool {
  public:
   explicit ConnectionPool(int logOnTimeoutSeconds) : logOnTimeoutSeconds_(logOnTimeoutSeconds) {}
 
-  // The connection of one SQL table of `subreport` (empty: the main
-  // report). Throws DataError (LogOnRefused for a refused log-on).
-  std::shared_ptr<odbc::Connection> connect(const ReportDocument& document, const Text& subreport,
-                                            const model::Table& table);
+  // The connection of one SQL table of the document (main report or
+  // subreport), read from its data source (table_connection.h) as it is.
+  // Throws DataError (LogOnRefused for a refused log-on).
+  std::shared_ptr<odbc::Connection> connect(const ReportDocument& document, const model::Table& table);
 
  private:
   const OdbcEnvironment& environment();

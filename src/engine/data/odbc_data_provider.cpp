@@ -654,7 +654,7 @@ class OdbcDataProvider final : public DataProvider {
   explicit OdbcDataProvider(OdbcProviderOptions options) : options_(options) {}
 
   std::unique_ptr<ReportData> open(const ReportDocument& document, const model::ReportDefinition& definition,
-                                   const Text& subreport) override {
+                                   const Text& /*subreport*/) override {
     auto plan = std::make_shared<Plan>();
     plan->data = definition.data;
     for (const model::Formula& f : definition.formulas) {
@@ -670,7 +670,7 @@ class OdbcDataProvider final : public DataProvider {
       if (t.type == model::DatabaseType::DelimitedTextFile) {
         source.file = true;
       } else if (t.type == model::DatabaseType::SqlTable) {
-        source.connection = connections_.connect(document, subreport, t);
+        source.connection = connections_.connect(document, t);
       } else {
         throw DataError(u"The table '" + t.alias + u"' is of a kind this engine does not read (" +
                         decimal(static_cast<std::int32_t>(t.type)) + u").");

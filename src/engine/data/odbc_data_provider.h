@@ -1,10 +1,9 @@
 // The rows of a report read through ODBC (and from delimited text files):
 // the DataProvider the engine runs reports with.
 //
-// Connecting a table. Its connect text is the one given to the table at run
-// time (password included), else the one stored with the table, else the
-// report's own log-on. The connection resolver turns it into an ODBC
-// connection string. A database that takes a log-on is tried first without
+// Connecting a table. Its data source is the table's connection, as it was
+// given or stored, else the report's own log-on (table_connection.h). The
+// connection resolver turns it into an ODBC connection string. A database that takes a log-on is tried first without
 // one (integrated security); when it refuses and a user and password are
 // known (the table's log-on, else the report's), again with them. Tables
 // reaching the same connection string share one connection while any run of
