@@ -11,7 +11,6 @@ bool startsWithNoCase(TextView text, TextView prefix) {
   return text.size() >= prefix.size() && equalsNoCase(text.substr(0, prefix.size()), prefix);
 }
 
-
 // ---------------------------------------------------------------------------
 // The host's fixed shapes, split at their own separators. Values before the
 // free one end at the first following separator, values after it start at
