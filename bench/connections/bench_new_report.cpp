@@ -105,10 +105,10 @@ int main(int argc, char** argv) {
     return 1;
   }
   engine::EngineParts parts;
-  parts.catalogues = [](const Text& connect) { return engine::data::openCatalogue(connect); };
+  parts.catalogues = [](const DataSource& connect) { return engine::data::openCatalogue(connect); };
   engine::Engine engine(parts);
   // A SQLite file stands as the server; the database is its base name.
-  const NewReportSettings sql{fromUtf8(path), u"two-thousand-tables", Text(), Text()};
+  const DataSource sql = engine::data::serverDataSource(fromUtf8(path), u"two-thousand-tables", Text(), Text());
 
   std::vector<double> build, listing;
   std::size_t tables = 0, links = 0;

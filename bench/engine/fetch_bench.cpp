@@ -100,7 +100,7 @@ void cursor(const std::string& label, const Text& connectText, const Text& user,
   for (const char16_t* name : {u"Customers", u"Orders", u"Order Lines"}) {
     model::Table t;
     t.alias = t.location = name;
-    t.connection = connectText;
+    t.connection = engine::data::readDataSource(connectText);
     data.tables.push_back(t);
   }
   data.links.push_back({field(u"Customers", u"CustomerID"), field(u"Orders", u"CustomerID")});

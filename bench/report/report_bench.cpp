@@ -198,16 +198,16 @@ double driverAlone(const std::string& label, const engine::ReportDocument& docum
 int pages(const std::string& label, const Text& connectText, const Text& user, const Text& password) {
   FirstPageSplit split;
   engine::Engine engine(parts(&split));
-  auto made = engine.newReport();
-  auto& report = static_cast<engine::Report&>(*made);
+  auto made = engine.create();
+  auto& report = *made;
   report.document().definition = tools::monthlySalesDefinition();
   report.setTitle(u"Daily sales");
-  ReportLocations session;
+  SessionSettings session;
   session.sqlDatabase = u"company";
   session.sqlLogin = user;
   session.sqlPassword = password;
   session.sqlConnString = connectText;
-  setReportLocations(&report, session);
+  setReportLocations(&report, readSessionData(session));
 
   auto measure = std::make_shared<engine::win::GdiMeasure>();
   const auto start = Clock::now();
@@ -241,14 +241,14 @@ int pages(const std::string& label, const Text& connectText, const Text& user, c
 // run_report_bench.sh compares it between row counts.
 int pdf(const std::string& label, const Text& connectText, const std::wstring& folder) {
   engine::Engine engine(parts());
-  auto made = engine.newReport();
-  auto& report = static_cast<engine::Report&>(*made);
+  auto made = engine.create();
+  auto& report = *made;
   report.document().definition = tools::monthlySalesDefinition();
   report.setTitle(u"Daily sales");
-  ReportLocations session;
+  SessionSettings session;
   session.sqlDatabase = u"company";
   session.sqlConnString = connectText;
-  setReportLocations(&report, session);
+  setReportLocations(&report, readSessionData(session));
   auto measure = std::make_shared<engine::win::GdiMeasure>();
 
   // Laying the final pages out, before and after the export: the faster of
@@ -302,10 +302,10 @@ int xlsx(const std::string& label, const Text& connectText, const std::wstring& 
   auto& report = static_cast<engine::Report&>(*made);
   report.document().definition = tools::monthlySalesDefinition();
   report.setTitle(u"Daily sales");
-  ReportLocations session;
+  SessionSettings session;
   session.sqlDatabase = u"company";
   session.sqlConnString = connectText;
-  setReportLocations(&report, session);
+  setReportLocations(&report, readSessionData(session));
 
   const std::wstring path = folder + L"\\daily-sales.xlsx";
   std::int64_t records = 0;

@@ -2,13 +2,14 @@
 // drive it.
 //
 // The caller loads it (through its maker, which also creates its
-// engine application object), sets the eight connection properties, calls
+// engine application object), gives it the session's data, calls
 // newReport() or openReport(), shows it modally, reads reportTitle() once it
 // has hidden itself, and unloads it by letting go of the object (the report
 // is released first, then the engine application).
 #pragma once
 
 #include "base/text.h"
+#include "connections/session_data.h"
 
 namespace mervane {
 
@@ -16,15 +17,9 @@ class DesignerWindow {
  public:
   virtual ~DesignerWindow() = default;
   virtual void setCaption(const Text& caption) = 0;
-  // The connection properties (write-only).
-  virtual void setUserName(const Text& value) = 0;
-  virtual void setUserPassword(const Text& value) = 0;
-  virtual void setOdbcName(const Text& value) = 0;
-  virtual void setSqlDatabase(const Text& value) = 0;
-  virtual void setSqlLogin(const Text& value) = 0;
-  virtual void setSqlPassword(const Text& value) = 0;
-  virtual void setSqlServer(const Text& value) = 0;
-  virtual void setSqlConnString(const Text& value) = 0;
+  // Where the new or opened report reads its data (write-only): the
+  // window's connection properties, as one value.
+  virtual void setSessionData(const SessionData& data) = 0;
   // Builds a new report on tables the user chooses; true when the window
   // is ready to be shown.
   virtual bool newReport() = 0;

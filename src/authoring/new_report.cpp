@@ -28,10 +28,10 @@ void fillChooser(TableChooser& chooser, const ServerDatabase& database) {
   }
 }
 
-void addTickedTables(const NewReportSettings& sql, const std::vector<ChooserNodeState>& nodes,
+void addTickedTables(const DataSource& sql, const std::vector<ChooserNodeState>& nodes,
                      EngineDatabase& reportDatabase) {
-  const Text integrated = integratedConnectionString(sql.database, sql.server);
-  const Text login = loginConnectionString(sql.login, sql.password, sql.database, sql.server);
+  const DataSource integrated = engine::data::serverDataSource(sql.server, sql.database, Text(), Text());
+  const DataSource login = engine::data::serverDataSource(sql.server, sql.database, sql.user, sql.password);
   for (const ChooserNodeState& node : nodes) {
     if (!node.checked || node.hasChildren) continue;
     if (attempt([&] { reportDatabase.addOleDbSource(integrated, node.text); })) continue;
@@ -43,7 +43,7 @@ void addTickedTables(const NewReportSettings& sql, const std::vector<ChooserNode
 
 Text dataSetCaption(const Text& databaseName) { return u"Current Data Set(" + databaseName + u")"; }
 
-bool buildNewReport(const NewReportSettings& sql, DatabaseServer& server,
+bool buildNewReport(const DataSource& sql, DatabaseServer& server,
                     const std::function<std::unique_ptr<TableChooser>()>& loadChooser, NewReportWindow& window) {
   bool result = false;
   std::unique_ptr<TableChooser> chooser;
@@ -52,7 +52,7 @@ bool buildNewReport(const NewReportSettings& sql, DatabaseServer& server,
 
     attempt([&] { server.setLoginTimeout(kLoginTimeoutSeconds); });
     if (!attempt([&] { server.connectIntegrated(sql.server); }))
-      attempt([&] { server.connectWithLogin(sql.server, sql.login, sql.password); });
+      attempt([&] { server.connectWithLogin(sql.server, sql.user, sql.password); });
     std::optional<ServerDatabase> database;
     attempt([&] { database = server.findDatabase(sql.database); });
 

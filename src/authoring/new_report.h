@@ -21,14 +21,6 @@
 
 namespace mervane {
 
-// The window's four SQL settings.
-struct NewReportSettings {
-  Text server;
-  Text database;
-  Text login;
-  Text password;
-};
-
 // What the construction needs of the designer window.
 class NewReportWindow {
  public:
@@ -48,7 +40,9 @@ Text dataSetCaption(const Text& databaseName);
 // True when the report was made (the window can be shown); false when the
 // user cancelled, or the chooser could not be loaded, shown or asked.
 // Never throws.
-bool buildNewReport(const NewReportSettings& sql, DatabaseServer& server,
+// `sql` is the session's SQL Server log-on (its server, database, login and
+// password).
+bool buildNewReport(const DataSource& sql, DatabaseServer& server,
                     const std::function<std::unique_ptr<TableChooser>()>& loadChooser, NewReportWindow& window);
 
 }  // namespace mervane

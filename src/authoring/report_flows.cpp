@@ -11,16 +11,10 @@
 namespace mervane {
 namespace {
 
-// The session's connection settings, in the order the window is given them.
+// The session's connection settings, read once, go to the window as one
+// value.
 void configure(DesignerWindow& window, const SessionSettings& s) {
-  attempt([&] { window.setUserName(s.userName); });
-  attempt([&] { window.setUserPassword(s.userPassword); });
-  attempt([&] { window.setOdbcName(s.odbcServer); });
-  attempt([&] { window.setSqlDatabase(s.sqlDatabase); });
-  attempt([&] { window.setSqlLogin(s.sqlLogin); });
-  attempt([&] { window.setSqlPassword(s.sqlPassword); });
-  attempt([&] { window.setSqlServer(s.sqlServer); });
-  attempt([&] { window.setSqlConnString(s.sqlConnString); });
+  attempt([&] { window.setSessionData(readSessionData(s)); });
 }
 
 }  // namespace

@@ -19,10 +19,10 @@ class ForgivingTable : public ForgivingPart<EngineTable, std::shared_ptr<EngineT
   int databaseType() { return value(0, [](EngineTable& t) { return t.databaseType(); }); }
   Text logOnDatabaseName() { return value(Text(), [](EngineTable& t) { return t.logOnDatabaseName(); }); }
   Text location() { return value(Text(), [](EngineTable& t) { return t.location(); }); }
-  bool setLogOnInfo(const Text& server, const Text& database, const Text& user, const Text& password) noexcept {
+  bool setLogOnInfo(const DataSource& server, const Text& database, const Text& user, const Text& password) noexcept {
     return step([&](EngineTable& t) { t.setLogOnInfo(server, database, user, password); });
   }
-  bool setTableLocation(const Text& location, const Text& subLocation, const Text& connectBuffer) noexcept {
+  bool setTableLocation(const Text& location, const Text& subLocation, const DataSource& connectBuffer) noexcept {
     return step([&](EngineTable& t) { t.setTableLocation(location, subLocation, connectBuffer); });
   }
 };
@@ -38,13 +38,13 @@ class ForgivingDatabase : public ForgivingPart<EngineDatabase, std::shared_ptr<E
       out.emplace_back(std::move(table));
     return out;
   }
-  bool addOleDbSource(const Text& connectionString, const Text& table) noexcept {
-    return step([&](EngineDatabase& d) { d.addOleDbSource(connectionString, table); });
+  bool addOleDbSource(const DataSource& connection, const Text& table) noexcept {
+    return step([&](EngineDatabase& d) { d.addOleDbSource(connection, table); });
   }
   bool logOnServerEx(const Text& driverFile, const Text& server, const Text& database, const Text& user,
-                     const Text& password, const Text& serverType, const Text& connectionString) noexcept {
+                     const Text& password, const Text& serverType, const DataSource& connection) noexcept {
     return step([&](EngineDatabase& d) {
-      d.logOnServerEx(driverFile, server, database, user, password, serverType, connectionString);
+      d.logOnServerEx(driverFile, server, database, user, password, serverType, connection);
     });
   }
 };

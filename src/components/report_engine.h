@@ -20,8 +20,14 @@
 #include <vector>
 
 #include "base/text.h"
+#include "engine/data/data_source.h"
 
 namespace mervane {
+
+// Where a database is and how to log on to it (engine/data/data_source.h):
+// what the log-on and location calls below take, read once from the texts
+// and settings that name it.
+using engine::data::DataSource;
 
 enum class OpenMethod : int { Default = 0, ByTemporaryCopy = 1 };
 constexpr int kReportFileFormat = 1792;
@@ -39,12 +45,14 @@ class EngineTable {
   virtual Text logOnDatabaseName() = 0;
   // The table's name where it lives.
   virtual Text location() = 0;
-  // The log-on the table's data is read with. A server text that is a
-  // whole connect text ("ODBC;...") is the table's connection.
-  virtual void setLogOnInfo(const Text& server, const Text& database, const Text& user, const Text& password) = 0;
+  // The log-on the table's data is read with: the server named by `server`
+  // (its server name), unless `server` is a whole connection (the host's
+  // "ODBC;..." data), which becomes the table's connection.
+  virtual void setLogOnInfo(const DataSource& server, const Text& database, const Text& user,
+                            const Text& password) = 0;
   // Points the table at table `subLocation` (its name; empty keeps the name)
   // of database `location`, reached through `connectBuffer`.
-  virtual void setTableLocation(const Text& location, const Text& subLocation, const Text& connectBuffer) = 0;
+  virtual void setTableLocation(const Text& location, const Text& subLocation, const DataSource& connectBuffer) = 0;
 };
 
 // A report's collection of data sources.
@@ -54,12 +62,12 @@ class EngineDatabase {
   // The tables, in the report's order. The objects stay valid while the
   // report does.
   virtual std::vector<std::shared_ptr<EngineTable>> tables() = 0;
-  // Adds table `table` of the database that `connectionString` reaches.
+  // Adds table `table` of the database that `connection` reaches.
   // Throws when the database cannot be reached or has no such table.
-  virtual void addOleDbSource(const Text& connectionString, const Text& table) = 0;
+  virtual void addOleDbSource(const DataSource& connection, const Text& table) = 0;
   // The log-on for the whole report.
   virtual void logOnServerEx(const Text& driverFile, const Text& server, const Text& database, const Text& user,
-                             const Text& password, const Text& serverType, const Text& connectionString) = 0;
+                             const Text& password, const Text& serverType, const DataSource& connection) = 0;
 };
 
 class EngineReportObject {

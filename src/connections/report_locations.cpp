@@ -12,7 +12,6 @@ namespace {
 
 constexpr char16_t kAdoDriverFile[] = u"crdb_ado.dll";
 constexpr char16_t kAdoServerType[] = u"OLE DB (ADO)";
-constexpr char16_t kHostDatabase[] = u"Halyard";
 constexpr char16_t kHostDatabaseLower[] = u"halyard";
 
 Text lower(const Text& text) {
@@ -28,24 +27,26 @@ bool isHostTable(const Text& logOnDatabase) {
   return lower(logOnDatabase) == kHostDatabaseLower || trim(logOnDatabase).empty();
 }
 
-void repointTable(EngineTable& table, const ReportLocations& s) {
+void repointTable(EngineTable& table, const SessionData& s) {
   int type = 0;
   attempt([&] { type = table.databaseType(); });
   if (type != kSqlTableDatabaseType) return;
 
   Text database;
   attempt([&] { database = table.logOnDatabaseName(); });
+  const DataSource& host = s.host;
   if (isHostTable(database)) {
-    attempt([&] { table.setLogOnInfo(hostConnectText(s), kHostDatabase, s.userName, s.userPassword); });
+    attempt([&] { table.setLogOnInfo(host, kHostDatabase, host.user, host.password); });
     return;
   }
-  attempt([&] { table.setLogOnInfo(s.sqlServer, s.sqlDatabase, s.sqlLogin, s.sqlPassword); });
+  const DataSource& sql = s.sqlLogOn;
+  attempt([&] { table.setLogOnInfo(sql, sql.database, sql.user, sql.password); });
   Text location;
   attempt([&] { location = table.location(); });
-  attempt([&] { table.setTableLocation(s.sqlDatabase, location, s.sqlConnString); });
+  attempt([&] { table.setTableLocation(sql.database, location, s.sqlConnection); });
 }
 
-void repointTables(EngineReport& report, const ReportLocations& s) {
+void repointTables(EngineReport& report, const SessionData& s) {
   std::shared_ptr<EngineDatabase> database;
   attempt([&] { database = report.database(); });
   if (!database) return;
@@ -57,15 +58,12 @@ void repointTables(EngineReport& report, const ReportLocations& s) {
 
 }  // namespace
 
-Text hostConnectText(const ReportLocations& s) {
-  return u"ODBC;DATABASE=Halyard;UID=" + s.userName + u";PWD=" + s.userPassword + u";DSN=" + s.odbcName;
-}
-
-void setReportLocations(EngineReport* report, const ReportLocations& s) {
+void setReportLocations(EngineReport* report, const SessionData& s) {
   if (!report) return;
+  const DataSource& sql = s.sqlLogOn;
   attempt([&] {
-    report->database()->logOnServerEx(kAdoDriverFile, s.sqlServer, s.sqlDatabase, s.sqlLogin, s.sqlPassword,
-                                      kAdoServerType, s.sqlConnString);
+    report->database()->logOnServerEx(kAdoDriverFile, sql.server, sql.database, sql.user, sql.password,
+                                      kAdoServerType, s.sqlConnection);
   });
   repointTables(*report, s);
 

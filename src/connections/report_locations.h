@@ -8,25 +8,15 @@
 // report that could not be opened (null) passes through untouched.
 #pragma once
 
-#include "base/text.h"
 #include "components/report_engine.h"
+#include "connections/session_data.h"
 
 namespace mervane {
 
-struct ReportLocations {
-  Text odbcName;
-  Text userName;
-  Text userPassword;
-  Text sqlServer;
-  Text sqlDatabase;
-  Text sqlLogin;
-  Text sqlPassword;
-  Text sqlConnString;
-};
-
-void setReportLocations(EngineReport* report, const ReportLocations& session);
-
-// The host's connect text for its own data: the pieces joined as they are.
-Text hostConnectText(const ReportLocations& session);
+// The host's data goes to a table as one whole connection (the engine
+// names it by its "ODBC;DATABASE=Halyard;UID=...;PWD=...;DSN=..." text),
+// the SQL Server's as its server, database, login and password, then its
+// connection string.
+void setReportLocations(EngineReport* report, const SessionData& session);
 
 }  // namespace mervane

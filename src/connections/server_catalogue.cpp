@@ -9,18 +9,10 @@ namespace mervane {
 using engine::data::DatabaseCatalogue;
 using engine::data::DataError;
 
-Text integratedConnectionString(const Text& database, const Text& server) {
-  return u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial Catalog=" + database +
-         u";Data Source=" + server;
-}
-
-Text loginConnectionString(const Text& login, const Text& password, const Text& database, const Text& server) {
-  return u"Provider=SQLOLEDB.1;Password=" + password + u";Persist Security Info=True;User ID=" + login +
-         u";Initial Catalog=" + database + u";Data Source=" + server;
-}
-
 OdbcDatabaseServer::OdbcDatabaseServer()
-    : OdbcDatabaseServer([](const Text& text, int seconds) { return engine::data::openCatalogue(text, seconds); }) {}
+    : OdbcDatabaseServer([](const engine::data::DataSource& source, int seconds) {
+        return engine::data::openCatalogue(source, seconds);
+      }) {}
 
 OdbcDatabaseServer::OdbcDatabaseServer(Opener open) : open_(std::move(open)) {}
 
@@ -28,13 +20,18 @@ OdbcDatabaseServer::~OdbcDatabaseServer() = default;
 
 void OdbcDatabaseServer::setLoginTimeout(int seconds) { timeoutSeconds_ = seconds; }
 
-std::unique_ptr<DatabaseCatalogue> OdbcDatabaseServer::open(const Text& connectText) {
-  if (timeoutSeconds_ <= 0) return open_(connectText, 0);  // no time-out asked for
+// The database on the server, with the log-on it was connected with.
+std::unique_ptr<DatabaseCatalogue> OdbcDatabaseServer::open(const Text& database) {
+  const engine::data::DataSource source = login_
+                                              ? engine::data::serverDataSource(server_, database, login_->first,
+                                                                               login_->second)
+                                              : engine::data::serverDataSource(server_, database, Text(), Text());
+  if (timeoutSeconds_ <= 0) return open_(source, 0);  // no time-out asked for
   const Clock::time_point now = Clock::now();
   if (!deadline_) deadline_ = now + std::chrono::seconds(timeoutSeconds_);
   const auto left = std::chrono::ceil<std::chrono::seconds>(*deadline_ - now).count();
   if (left <= 0) throw DataError(u"The database server did not answer in time.");
-  std::unique_ptr<DatabaseCatalogue> catalogue = open_(connectText, static_cast<int>(left));
+  std::unique_ptr<DatabaseCatalogue> catalogue = open_(source, static_cast<int>(left));
   if (!catalogue) throw DataError(u"The database server gave no answer.");
   deadline_.reset();  // it answered: the next attempt has the whole time-out again
   return catalogue;
@@ -47,8 +44,7 @@ void OdbcDatabaseServer::connect(const Text& server, std::optional<std::pair<Tex
   login_ = std::move(login);
   // The server's own database: the log-on is checked here, as a server
   // connection would, before any database is asked for.
-  serverCatalogue_ = open(login_ ? loginConnectionString(login_->first, login_->second, Text(), server_)
-                                 : integratedConnectionString(Text(), server_));
+  serverCatalogue_ = open(Text());
   connected_ = true;
 }
 
@@ -64,8 +60,7 @@ std::optional<ServerDatabase> OdbcDatabaseServer::findDatabase(const Text& name)
   std::unique_ptr<DatabaseCatalogue> other;
   DatabaseCatalogue* catalogue = serverCatalogue_.get();
   if (!equalsNoCase(catalogue->databaseName(), name)) {
-    other = open(login_ ? loginConnectionString(login_->first, login_->second, name, server_)
-                        : integratedConnectionString(name, server_));
+    other = open(name);
     catalogue = other.get();
   }
   ServerDatabase database;

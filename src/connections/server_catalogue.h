@@ -4,9 +4,9 @@
 // disconnect.
 //
 // The ODBC implementation reaches the server through the data door: each
-// log-on is the OLE DB connection string a new report's tables are added
-// with, which the connection resolver turns into an ODBC connection (a
-// SQLite file, an ODBC data source, a SQL Server name). Every attempt to
+// log-on is the data source a new report's tables are added with
+// (engine::data::serverDataSource), which the connection resolver turns into
+// an ODBC connection (a SQLite file, an ODBC data source, a SQL Server name). Every attempt to
 // reach a server shares one allowance of the login time-out, so a server
 // that does not answer costs the caller that long once, not once per
 // attempt.
@@ -19,16 +19,13 @@
 #include <vector>
 
 #include "base/text.h"
+#include "engine/data/data_source.h"
 
 namespace mervane {
 
 namespace engine::data {
 class DatabaseCatalogue;
 }
-
-// The connection strings of a new report's table sources.
-Text integratedConnectionString(const Text& database, const Text& server);
-Text loginConnectionString(const Text& login, const Text& password, const Text& database, const Text& server);
 
 struct ServerTable {
   Text name;
@@ -56,9 +53,10 @@ class DatabaseServer {
 class OdbcDatabaseServer final : public DatabaseServer {
  public:
   using Clock = std::chrono::steady_clock;
-  // Opens a catalogue for a connection text, waiting at most the given
-  // seconds for the log-on; throws when it cannot.
-  using Opener = std::function<std::unique_ptr<engine::data::DatabaseCatalogue>(const Text&, int)>;
+  // Opens a catalogue for a data source, waiting at most the given seconds
+  // for the log-on; throws when it cannot.
+  using Opener =
+      std::function<std::unique_ptr<engine::data::DatabaseCatalogue>(const engine::data::DataSource&, int)>;
 
   OdbcDatabaseServer();  // through engine::data::openCatalogue
   explicit OdbcDatabaseServer(Opener open);
@@ -71,7 +69,7 @@ class OdbcDatabaseServer final : public DatabaseServer {
   void disconnect() override;
 
  private:
-  std::unique_ptr<engine::data::DatabaseCatalogue> open(const Text& connectText);
+  std::unique_ptr<engine::data::DatabaseCatalogue> open(const Text& database);
   void connect(const Text& server, std::optional<std::pair<Text, Text>> login);
 
   Opener open_;

@@ -17,16 +17,35 @@ namespace {
 // they stand in its connect texts. Shorter ones cannot be told from the
 // rest of a text and leave no piece worth the name.
 bool forgetPasswords(model::ReportDefinition& definition, const std::vector<Text>& passwords) {
+  auto forget = [&](Text& text) {
+    bool changed = false;
+    for (const Text& password : passwords)
+      for (std::size_t at; (at = text.find(password)) != Text::npos; changed = true) text.erase(at, password.size());
+    return changed;
+  };
   bool changed = false;
-  for (model::Table& table : definition.data.tables)
-    for (Text* text : {&table.logOn.server, &table.connection})
-      for (const Text& password : passwords)
-        for (std::size_t at; (at = text->find(password)) != Text::npos; changed = true)
-          text->erase(at, password.size());
+  for (model::Table& table : definition.data.tables) {
+    if (forget(table.logOn.server)) changed = true;
+    // The connection as the file keeps it: its text, read again without
+    // those pieces.
+    Text text = table.connection.connectText();
+    if (forget(text)) {
+      table.connection = data::readDataSource(text);
+      changed = true;
+    }
+  }
   for (model::Section& section : definition.sections)
     for (model::ReportObject& object : section.objects)
       if (object.subreport.definition && forgetPasswords(*object.subreport.definition, passwords)) changed = true;
   return changed;
+}
+
+// The passwords the tables were given, subreports' included.
+void tablePasswords(const model::ReportDefinition& definition, const std::function<void(const Text&)>& known) {
+  for (const model::Table& table : definition.data.tables) known(table.logOn.password);
+  for (const model::Section& section : definition.sections)
+    for (const model::ReportObject& object : section.objects)
+      if (object.subreport.definition) tablePasswords(*object.subreport.definition, known);
 }
 
 std::vector<std::uint8_t> definitionWithoutPasswords(const ReportDocument& document) {
@@ -35,7 +54,7 @@ std::vector<std::uint8_t> definitionWithoutPasswords(const ReportDocument& docum
     if (password.size() >= 3) passwords.push_back(password);
   };
   known(document.logOn.password);
-  for (const auto& [table, secrets] : document.secrets) known(secrets.password);
+  tablePasswords(document.definition, known);
   if (passwords.empty()) return model::writeDefinition(document.definition);
   std::sort(passwords.begin(), passwords.end(), [](const Text& a, const Text& b) { return a.size() > b.size(); });
   model::ReportDefinition copy = document.definition;
@@ -111,7 +130,7 @@ void Report::save(const Text& path) {
 }
 
 std::shared_ptr<EngineDatabase> Report::database() {
-  return std::make_shared<DatabaseObject>(*this, document().definition, Text());
+  return std::make_shared<DatabaseObject>(*this, document().definition);
 }
 
 std::vector<std::shared_ptr<EngineSection>> Report::sections() {
@@ -122,12 +141,12 @@ std::vector<std::shared_ptr<EngineSection>> Report::sections() {
   return result;
 }
 
-std::unique_ptr<EngineReport> Engine::openReport(const Text& path, OpenMethod method) {
+std::unique_ptr<Report> Engine::open(const Text& path, OpenMethod method) {
   std::unique_ptr<ReportFile> file = parts_.files->open(path, method);
   if (!file) return nullptr;
   return std::make_unique<Report>(std::move(file), parts_, path);
 }
 
-std::unique_ptr<EngineReport> Engine::newReport() { return std::make_unique<Report>(nullptr, parts_); }
+std::unique_ptr<Report> Engine::create() { return std::make_unique<Report>(nullptr, parts_); }
 
 }  // namespace mervane::engine

@@ -27,9 +27,9 @@ class UnsupportedFormat : public std::exception {
   const char* what() const noexcept override { return "unsupported report file format"; }
 };
 
-// Opens the catalogue of the database a connect text reaches (normally
+// Opens the catalogue of the database a data source reaches (normally
 // data::openCatalogue); throws when it cannot.
-using CatalogueOpener = std::function<std::unique_ptr<data::DatabaseCatalogue>(const Text& connectText)>;
+using CatalogueOpener = std::function<std::unique_ptr<data::DatabaseCatalogue>(const data::DataSource& connection)>;
 
 // What a report reaches outside itself: its file store, its data, and the
 // catalogues of databases (to add tables and link them).
@@ -86,8 +86,13 @@ class Report final : public EngineReport {
 class Engine final : public EngineApplication {
  public:
   explicit Engine(EngineParts parts) : parts_(std::move(parts)) {}
-  std::unique_ptr<EngineReport> openReport(const Text& path, OpenMethod method = OpenMethod::Default) override;
-  std::unique_ptr<EngineReport> newReport() override;
+  std::unique_ptr<EngineReport> openReport(const Text& path, OpenMethod method = OpenMethod::Default) override {
+    return open(path, method);
+  }
+  std::unique_ptr<EngineReport> newReport() override { return create(); }
+  // The same, as the engine's own reports, for the designer and the viewer.
+  std::unique_ptr<Report> open(const Text& path, OpenMethod method = OpenMethod::Default);
+  std::unique_ptr<Report> create();
 
  private:
   EngineParts parts_;

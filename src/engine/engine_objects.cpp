@@ -160,32 +160,33 @@ class JoinedGroups {
 std::vector<std::shared_ptr<EngineTable>> DatabaseObject::tables() {
   std::vector<std::shared_ptr<EngineTable>> result;
   for (std::size_t i = 0; i < definition_.data.tables.size(); ++i)
-    result.push_back(std::make_shared<TableObject>(report_, definition_, subreport_, i));
+    result.push_back(std::make_shared<TableObject>(report_, definition_, i));
   return result;
 }
 
-CatalogueCache& DatabaseObject::catalogue(const Text& connectionString) {
-  auto found = catalogues_.find(connectionString);
+CatalogueCache& DatabaseObject::catalogue(const DataSource& connection) {
+  auto found = std::find_if(catalogues_.begin(), catalogues_.end(),
+                            [&](const CatalogueEntry& entry) { return entry.connection == connection; });
   if (found == catalogues_.end()) {
     // A log-on that failed fails again at once, with the same reason.
     std::shared_ptr<CatalogueCache> opened;
     Text failure;
     try {
-      opened = std::make_shared<CatalogueCache>(report_.parts().catalogues(connectionString));
+      opened = std::make_shared<CatalogueCache>(report_.parts().catalogues(connection));
     } catch (const data::DataError& error) {
       failure = error.message();
     } catch (const std::exception& error) {
       failure = fromUtf8(error.what());
     }
-    found = catalogues_.emplace(connectionString, CatalogueEntry{std::move(opened), std::move(failure)}).first;
+    found = catalogues_.insert(catalogues_.end(), CatalogueEntry{connection, std::move(opened), std::move(failure)});
   }
-  if (!found->second.catalogue) throw data::DataError(found->second.failure);
-  return *found->second.catalogue;
+  if (!found->catalogue) throw data::DataError(found->failure);
+  return *found->catalogue;
 }
 
-void DatabaseObject::addOleDbSource(const Text& connectionString, const Text& table) {
+void DatabaseObject::addOleDbSource(const DataSource& connection, const Text& table) {
   if (!report_.parts().catalogues) throw data::DataError(u"This engine has no access to databases.");
-  CatalogueCache& catalogue = this->catalogue(connectionString);
+  CatalogueCache& catalogue = this->catalogue(connection);
   std::optional<Text> found = catalogue.find(table);
   if (!found) throw data::DataError(u"The database has no table \"" + table + u"\".");
 
@@ -193,7 +194,7 @@ void DatabaseObject::addOleDbSource(const Text& connectionString, const Text& ta
   added.alias = uniqueAlias(definition_, *found);
   added.type = model::DatabaseType::SqlTable;
   added.location = *found;
-  added.connection = connectionString;
+  added.connection = connection;
   added.logOn.database = catalogue.databaseName();
 
   // Linking is a convenience: a catalogue that cannot say leaves the table
@@ -202,7 +203,7 @@ void DatabaseObject::addOleDbSource(const Text& connectionString, const Text& ta
   try {
     JoinedGroups groups(definition_.data);
     for (const model::Table& existing : definition_.data.tables) {
-      if (existing.type != model::DatabaseType::SqlTable || existing.connection != connectionString) continue;
+      if (existing.type != model::DatabaseType::SqlTable || existing.connection != connection) continue;
       if (groups.joined(existing.alias, added.alias)) continue;
       std::optional<model::TableLink> link = linkByForeignKey(catalogue, existing, added);
       if (!link) link = linkByKeyName(catalogue, existing, added);
@@ -214,14 +215,13 @@ void DatabaseObject::addOleDbSource(const Text& connectionString, const Text& ta
   }
   definition_.data.tables.push_back(added);
   definition_.data.links.insert(definition_.data.links.end(), links.begin(), links.end());
-  report_.document().secrets[TableKey{subreport_, added.alias}].connectText = connectionString;
   report_.markChanged();
 }
 
 void DatabaseObject::logOnServerEx(const Text& /*driverFile*/, const Text& server, const Text& database,
                                    const Text& user, const Text& password, const Text& /*serverType*/,
-                                   const Text& connectionString) {
-  report_.document().logOn = ServerLogOn{server, database, user, password, connectionString, true};
+                                   const DataSource& connection) {
+  report_.document().logOn = ServerLogOn{server, database, user, password, connection, true};
 }
 
 // ---- table ----
@@ -231,29 +231,25 @@ model::Table& TableObject::table() {
   return definition_.data.tables[index_];
 }
 
-TableSecrets& TableObject::secrets() { return report_.document().secrets[TableKey{subreport_, table().alias}]; }
-
-void TableObject::setLogOnInfo(const Text& server, const Text& database, const Text& user, const Text& password) {
+void TableObject::setLogOnInfo(const DataSource& server, const Text& database, const Text& user,
+                               const Text& password) {
   model::Table& t = table();
-  t.logOn.server = server;
+  // A whole connection in place of a server (the host's data, "ODBC;
+  // DATABASE=...;UID=...;PWD=...;DSN=...") is the table's connection, and
+  // the table names it by its text.
+  const bool wholeConnection = server.form == data::TextForm::HostConnect;
+  t.logOn.server = wholeConnection ? server.connectText() : server.server;
   t.logOn.database = database;
   t.logOn.user = user;
-  TableSecrets& s = secrets();
-  s.password = password;
-  // A whole connect text in place of a server name is the table's
-  // connection (the host's "ODBC;DATABASE=...;UID=...;PWD=...;DSN=...").
-  if (server.size() >= 5 && sameName(TextView(server).substr(0, 5), u"ODBC;")) {
-    t.connection = server;
-    s.connectText = server;
-  }
+  t.logOn.password = password;
+  if (wholeConnection) t.connection = server;
 }
 
-void TableObject::setTableLocation(const Text& location, const Text& subLocation, const Text& connectBuffer) {
+void TableObject::setTableLocation(const Text& location, const Text& subLocation, const DataSource& connectBuffer) {
   model::Table& t = table();
   t.subLocation = location;
   if (!subLocation.empty()) t.location = subLocation;
   t.connection = connectBuffer;
-  secrets().connectText = connectBuffer;
 }
 
 // ---- sections and their objects ----
@@ -275,7 +271,7 @@ std::shared_ptr<EngineReport> ReportObjectObject::openSubreport() {
 void SubreportReport::saveAs(const Text&, int) { throw std::logic_error("a subreport is saved with its report"); }
 
 std::shared_ptr<EngineDatabase> SubreportReport::database() {
-  return std::make_shared<DatabaseObject>(main_, *subreport_.definition, subreport_.name);
+  return std::make_shared<DatabaseObject>(main_, *subreport_.definition);
 }
 
 std::vector<std::shared_ptr<EngineSection>> SubreportReport::sections() {

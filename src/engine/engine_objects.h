@@ -12,48 +12,45 @@ namespace mervane::engine {
 class CatalogueCache;
 
 // Tables added through one database object share the catalogue of each
-// connection string: one log-on, the table list read once, each table's
+// connection: one log-on, the table list read once, each table's
 // columns and keys read once; a log-on that failed is not tried again.
 // The connections close when the object goes.
 class DatabaseObject final : public EngineDatabase {
  public:
-  DatabaseObject(Report& report, model::ReportDefinition& definition, Text subreport)
-      : report_(report), definition_(definition), subreport_(std::move(subreport)) {}
+  DatabaseObject(Report& report, model::ReportDefinition& definition) : report_(report), definition_(definition) {}
   std::vector<std::shared_ptr<EngineTable>> tables() override;
-  void addOleDbSource(const Text& connectionString, const Text& table) override;
+  void addOleDbSource(const DataSource& connection, const Text& table) override;
   void logOnServerEx(const Text& driverFile, const Text& server, const Text& database, const Text& user,
-                     const Text& password, const Text& serverType, const Text& connectionString) override;
+                     const Text& password, const Text& serverType, const DataSource& connection) override;
 
  private:
-  CatalogueCache& catalogue(const Text& connectionString);
+  CatalogueCache& catalogue(const DataSource& connection);
 
   Report& report_;
   model::ReportDefinition& definition_;
-  Text subreport_;
   struct CatalogueEntry {
+    DataSource connection;
     std::shared_ptr<CatalogueCache> catalogue;  // null when the log-on failed
     Text failure;
   };
-  std::map<Text, CatalogueEntry> catalogues_;  // by connection string
+  std::vector<CatalogueEntry> catalogues_;  // one per connection
 };
 
 class TableObject final : public EngineTable {
  public:
-  TableObject(Report& report, model::ReportDefinition& definition, Text subreport, std::size_t index)
-      : report_(report), definition_(definition), subreport_(std::move(subreport)), index_(index) {}
+  TableObject(Report& report, model::ReportDefinition& definition, std::size_t index)
+      : report_(report), definition_(definition), index_(index) {}
   int databaseType() override { return static_cast<int>(table().type); }
   Text logOnDatabaseName() override { return table().logOn.database; }
   Text location() override { return table().location; }
-  void setLogOnInfo(const Text& server, const Text& database, const Text& user, const Text& password) override;
-  void setTableLocation(const Text& location, const Text& subLocation, const Text& connectBuffer) override;
+  void setLogOnInfo(const DataSource& server, const Text& database, const Text& user, const Text& password) override;
+  void setTableLocation(const Text& location, const Text& subLocation, const DataSource& connectBuffer) override;
 
  private:
   model::Table& table();
-  TableSecrets& secrets();
 
   Report& report_;
   model::ReportDefinition& definition_;
-  Text subreport_;
   std::size_t index_;
 };
 

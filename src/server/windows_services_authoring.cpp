@@ -3,6 +3,7 @@
 
 #include "authoring/win/designer_form.h"
 #include "authoring/win/details_form.h"
+#include "engine/engine.h"
 #include "connections/server_catalogue.h"
 #include "connections/win/select_tables_form.h"
 #include "engine/win/engine_factory.h"
@@ -32,7 +33,7 @@ DesignerPorts WindowsServices::designer() {
       store_,
       []() -> std::unique_ptr<DesignerWindow> {
         authoring::win::DesignerFormParts parts;
-        parts.createEngine = [] { return createEngineApplication(); };
+        parts.createEngine = [] { return createReportEngine(); };
         parts.createServer = [] { return std::make_unique<OdbcDatabaseServer>(); };
         parts.loadChooser = [] { return loadSelectTablesForm(); };
         auto form = std::make_unique<authoring::win::DesignerForm>(std::move(parts));

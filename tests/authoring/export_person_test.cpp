@@ -65,11 +65,13 @@ TEST(ExportDialog, APersonExportsEveryFormatFromTheViewer) {
   fs::remove_all(folder);
   fs::create_directories(folder);
   authoring::win::DesignerForm form(
-      authoring::win::DesignerFormParts{[] { return createEngineApplication(); }, nullptr, nullptr});
+      authoring::win::DesignerFormParts{[] { return createReportEngine(); }, nullptr, nullptr});
   form.load();
   form.setCaption(u"Export test");
-  form.setSqlDatabase(u"company");
-  form.setSqlConnString(u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1");
+  SessionSettings session;
+  session.sqlDatabase = u"company";
+  session.sqlConnString = u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1";
+  form.setSessionData(readSessionData(session));
   form.openReport(win::fromWide((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").c_str()), u"Customers");
   ASSERT_TRUE(form.currentReport());
   const std::wstring title = win::toWide(form.currentReport()->title());

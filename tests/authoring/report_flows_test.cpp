@@ -25,14 +25,10 @@ class ScriptedWindow : public DesignerWindow {
   explicit ScriptedWindow(Script& s) : s_(s) {}
   ~ScriptedWindow() override { s_.calls.push_back("unload"); }
   void setCaption(const Text& c) override { s_.calls.push_back("caption " + toUtf8(c)); }
-  void setUserName(const Text& v) override { s_.calls.push_back("UserName=" + toUtf8(v)); }
-  void setUserPassword(const Text& v) override { s_.calls.push_back("UserPassword=" + toUtf8(v)); }
-  void setOdbcName(const Text& v) override { s_.calls.push_back("OdbcName=" + toUtf8(v)); }
-  void setSqlDatabase(const Text& v) override { s_.calls.push_back("SqlDatabase=" + toUtf8(v)); }
-  void setSqlLogin(const Text& v) override { s_.calls.push_back("SqlLogin=" + toUtf8(v)); }
-  void setSqlPassword(const Text& v) override { s_.calls.push_back("SqlPassword=" + toUtf8(v)); }
-  void setSqlServer(const Text& v) override { s_.calls.push_back("SqlServer=" + toUtf8(v)); }
-  void setSqlConnString(const Text& v) override { s_.calls.push_back("SqlConnString=" + toUtf8(v)); }
+  void setSessionData(const SessionData& d) override {
+    s_.calls.push_back(toUtf8(u"data " + d.host.connectText() + u" | " + d.sqlLogOn.connectText() + u" | " +
+                              d.sqlConnection.connectText()));
+  }
   bool newReport() override {
     s_.calls.push_back("NewReport");
     return s_.newReportAnswer;
@@ -78,9 +74,10 @@ SessionSettings session() {
   return s;
 }
 
-const std::vector<std::string> kConfiguration = {"UserName=ana",      "UserPassword=pw", "OdbcName=HalyardDSN",
-                                                 "SqlDatabase=company", "SqlLogin=sa",     "SqlPassword=sqlpw",
-                                                 "SqlServer=srv",     "SqlConnString=cs"};
+// All eight connection settings reach the window.
+const std::vector<std::string> kConfiguration = {
+    "data ODBC;DATABASE=Halyard;UID=ana;PWD=pw;DSN=HalyardDSN | Provider=SQLOLEDB.1;Password=sqlpw;Persist Security "
+    "Info=True;User ID=sa;Initial Catalog=company;Data Source=srv | cs"};
 
 std::vector<std::string> with(std::vector<std::string> head, const std::vector<std::string>& middle,
                               const std::vector<std::string>& tail) {

@@ -12,23 +12,25 @@ namespace {
 
 struct Table : EngineTable {
   bool failing = false;
-  Text logOn;
+  DataSource logOn;
   void fail() {
     if (failing) throw std::runtime_error("table");
   }
   int databaseType() override { return fail(), kSqlTableDatabaseType; }
   Text logOnDatabaseName() override { return fail(), u"Halyard"; }
   Text location() override { return fail(), u"Orders"; }
-  void setLogOnInfo(const Text& server, const Text&, const Text&, const Text&) override { fail(), logOn = server; }
-  void setTableLocation(const Text&, const Text&, const Text&) override { fail(); }
+  void setLogOnInfo(const DataSource& server, const Text&, const Text&, const Text&) override {
+    fail(), logOn = server;
+  }
+  void setTableLocation(const Text&, const Text&, const DataSource&) override { fail(); }
 };
 
 struct Database : EngineDatabase {
   std::vector<std::shared_ptr<EngineTable>> list;
   std::vector<std::shared_ptr<EngineTable>> tables() override { return list; }
-  void addOleDbSource(const Text&, const Text&) override { throw std::runtime_error("unreachable"); }
+  void addOleDbSource(const DataSource&, const Text&) override { throw std::runtime_error("unreachable"); }
   void logOnServerEx(const Text&, const Text&, const Text&, const Text&, const Text&, const Text&,
-                     const Text&) override {}
+                     const DataSource&) override {}
 };
 
 struct Report : EngineReport {
@@ -66,12 +68,12 @@ TEST(ForgivingReportEngine, MissingObjectsAndFailedCallsGiveEmptyValues) {
   std::vector<ForgivingTable> tables = borrowed.database().tables();
   ASSERT_EQ(tables.size(), 3u);
   EXPECT_EQ(tables[0].databaseType(), kSqlTableDatabaseType);
-  EXPECT_TRUE(tables[0].setLogOnInfo(u"ODBC;DSN=Halyard", u"", u"", u""));
-  EXPECT_EQ(healthy->logOn, u"ODBC;DSN=Halyard");
+  EXPECT_TRUE(tables[0].setLogOnInfo(engine::data::readDataSource(u"ODBC;DSN=Halyard"), u"", u"", u""));
+  EXPECT_EQ(healthy->logOn.text, u"ODBC;DSN=Halyard");
   for (ForgivingTable* t : {&tables[1], &tables[2]}) {
     EXPECT_EQ(t->databaseType(), 0);
     EXPECT_EQ(t->location(), u"");
-    EXPECT_FALSE(t->setLogOnInfo(u"x", u"", u"", u""));
+    EXPECT_FALSE(t->setLogOnInfo(engine::data::readDataSource(u"x"), u"", u"", u""));
   }
 
   std::vector<ForgivingSection> sections = borrowed.sections();

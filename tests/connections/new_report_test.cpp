@@ -19,7 +19,7 @@ using Log = std::vector<std::string>;
 
 std::string u8(const Text& t) { return toUtf8(t); }
 
-const NewReportSettings kSql{u"srv", u"Company", u"sa", u"pw;1"};
+const DataSource kSql = engine::data::serverDataSource(u"srv", u"Company", u"sa", u"pw;1");
 const Text kIntegrated =
     u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial Catalog=Company;Data "
     u"Source=srv";
@@ -89,14 +89,15 @@ struct FakeReportDatabase : EngineDatabase {
   std::set<Text> refusedWithIntegrated, refusedWithLogin;  // table names
   explicit FakeReportDatabase(Log& l) : log(l) {}
   std::vector<std::shared_ptr<EngineTable>> tables() override { return {}; }
-  void addOleDbSource(const Text& connection, const Text& table) override {
+  void addOleDbSource(const DataSource& source, const Text& table) override {
+    const Text connection = source.connectText();
     const bool integrated = connection == kIntegrated;
     log.push_back(std::string(integrated ? "add-integrated " : connection == kLogin ? "add-login " : "add-? ") +
                   u8(table));
     if ((integrated ? refusedWithIntegrated : refusedWithLogin).contains(table)) throw std::runtime_error("no");
   }
   void logOnServerEx(const Text&, const Text&, const Text&, const Text&, const Text&, const Text&,
-                     const Text&) override {}
+                     const DataSource&) override {}
 };
 
 struct FakeWindow : NewReportWindow {

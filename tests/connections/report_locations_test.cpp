@@ -73,38 +73,52 @@ model::ReportDefinition sampleReport() {
   return main;
 }
 
-ReportLocations session(Text userPassword = u"u-secret") {
-  return {u"HalyardDSN", u"ana", std::move(userPassword), u"SRV\\SQL",  u"company",
-          u"sa",         u"sql-secret", u"Provider=SQLOLEDB.1;Password=sql-secret;User ID=sa;Initial Catalog=company;Data Source=SRV\\SQL"};
+SessionSettings settings(Text userPassword = u"u-secret") {
+  SessionSettings s;
+  s.odbcServer = u"HalyardDSN";
+  s.userName = u"ana";
+  s.userPassword = std::move(userPassword);
+  s.sqlServer = u"SRV\\SQL";
+  s.sqlDatabase = u"company";
+  s.sqlLogin = u"sa";
+  s.sqlPassword = u"sql-secret";
+  s.sqlConnString = u"Provider=SQLOLEDB.1;Password=sql-secret;User ID=sa;Initial Catalog=company;Data Source=SRV\\SQL";
+  return s;
 }
+
+SessionData session(Text userPassword = u"u-secret") { return readSessionData(settings(std::move(userPassword))); }
 
 class ReportLocationsTest : public ::testing::Test {
  protected:
   void SetUp() override {
     files_->stored = model::writeDefinition(sampleReport());
     engine_ = std::make_unique<Engine>(EngineParts{files_, nullptr, {}});
-    report_ = engine_->openReport(u"sales.rpt", OpenMethod::ByTemporaryCopy);
+    report_ = engine_->open(u"sales.rpt", OpenMethod::ByTemporaryCopy);
     ASSERT_TRUE(report_);
   }
-  Report& report() { return static_cast<Report&>(*report_); }
+  Report& report() { return *report_; }
   model::ReportDefinition& definition() { return report().document().definition; }
   model::ReportDefinition& sub() { return *definition().sections[2].objects[0].subreport.definition; }
 
   std::shared_ptr<MemoryFiles> files_ = std::make_shared<MemoryFiles>();
   std::unique_ptr<Engine> engine_;
-  std::unique_ptr<EngineReport> report_;
+  std::unique_ptr<Report> report_;
 };
 
 TEST_F(ReportLocationsTest, HostTablesGetTheUsersOdbcLogOnAndOthersTheSqlServer) {
-  const ReportLocations s = session();
+  const SessionData s = session();
   setReportLocations(report_.get(), s);
+  // The host's connect text is its pieces joined as they are, an empty
+  // password included.
   const Text host = u"ODBC;DATABASE=Halyard;UID=ana;PWD=u-secret;DSN=HalyardDSN";
-  ASSERT_EQ(hostConnectText(s), host);
+  ASSERT_EQ(s.host.connectText(), host);
+  EXPECT_EQ(session(u"").host.connectText(), u"ODBC;DATABASE=Halyard;UID=ana;PWD=;DSN=HalyardDSN");
 
   ReportDocument& doc = report().document();
   EXPECT_TRUE(doc.logOn.given);
   EXPECT_EQ(doc.logOn.server, u"SRV\\SQL");
-  EXPECT_EQ(doc.logOn.connectionString, s.sqlConnString);
+  EXPECT_EQ(doc.logOn.password, u"sql-secret");
+  EXPECT_EQ(doc.logOn.connection, s.sqlConnection);
 
   for (const char16_t* alias : {u"Users", u"Shifts", u"Notes"}) {
     SCOPED_TRACE(toUtf8(alias));
@@ -115,8 +129,8 @@ TEST_F(ReportLocationsTest, HostTablesGetTheUsersOdbcLogOnAndOthersTheSqlServer)
     EXPECT_EQ(t.logOn.user, u"ana");
     EXPECT_EQ(t.location, alias);  // nothing else changes for host tables
     EXPECT_EQ(t.subLocation, u"");
-    EXPECT_EQ(doc.secretsFor({u"", alias})->password, u"u-secret");
-    EXPECT_EQ(doc.secretsFor({u"", alias})->connectText, host);
+    EXPECT_EQ(t.logOn.password, u"u-secret");
+    EXPECT_EQ(t.connection, s.host);
   }
   // "Halyard2" only begins like the host's database: a company table.
   for (const char16_t* alias : {u"Customers", u"Archive"}) {
@@ -128,19 +142,19 @@ TEST_F(ReportLocationsTest, HostTablesGetTheUsersOdbcLogOnAndOthersTheSqlServer)
     EXPECT_EQ(t.logOn.user, u"sa");
     EXPECT_EQ(t.location, alias);  // the name stays; the database is the session's
     EXPECT_EQ(t.subLocation, u"company");
-    EXPECT_EQ(t.connection, s.sqlConnString);
-    EXPECT_EQ(doc.secretsFor({u"", alias})->password, u"sql-secret");
+    EXPECT_EQ(t.connection, s.sqlConnection);
+    EXPECT_EQ(t.logOn.password, u"sql-secret");
   }
   const model::Table& rates = definition().data.tables[5];
   EXPECT_EQ(rates.logOn.server, u"oldserver");
-  EXPECT_EQ(doc.secretsFor({u"", u"Rates"}), nullptr);
+  EXPECT_FALSE(rates.connection.given());
 
   // The subreport's tables get the same rule; its own subreport is not
   // looked into.
   EXPECT_EQ(sub().data.tables[0].logOn.database, u"company");
-  EXPECT_EQ(sub().data.tables[0].connection, s.sqlConnString);
+  EXPECT_EQ(sub().data.tables[0].connection, s.sqlConnection);
   EXPECT_EQ(sub().data.tables[1].logOn.server, host);
-  EXPECT_EQ(doc.secretsFor({u"Orders", u"Staff"})->password, u"u-secret");
+  EXPECT_EQ(sub().data.tables[1].logOn.password, u"u-secret");
   const model::Table& deep = sub().sections[2].objects[0].subreport.definition->data.tables[0];
   EXPECT_EQ(deep.logOn.database, u"oldcompany");
   EXPECT_EQ(deep.logOn.server, u"oldserver");
@@ -171,14 +185,14 @@ TEST_F(ReportLocationsTest, TheRepointedReportSavesWithoutAnyPieceOfAPassword) {
   for (bool shaped : {true, false}) {
     SCOPED_TRACE(toUtf8(pw));
     SetUp();
-    ReportLocations s = session(pw);
+    SessionSettings s = settings(pw);
     s.sqlPassword = pw + u"\u00e9";
     // As a new report's tables are added, or a bare password no reading can
     // tell from the items after it.
     s.sqlConnString = shaped ? u"Provider=SQLOLEDB.1;Password=" + s.sqlPassword +
                                    u";Persist Security Info=True;User ID=sa;Initial Catalog=company;Data Source=SRV"
                              : u"Data Source=SRV;User ID=sa;Password=" + s.sqlPassword;
-    setReportLocations(report_.get(), s);
+    setReportLocations(report_.get(), readSessionData(s));
     report().save(u"copy.rpt");
     ASSERT_FALSE(files_->saved.empty());
     const std::string bytes(files_->saved.begin(), files_->saved.end());
@@ -198,10 +212,10 @@ TEST(ReportLocations, AReportThatDidNotOpenPassesThrough) {
   // the report-wide log-on is taken.
   auto files = std::make_shared<MemoryFiles>();
   Engine engine(EngineParts{files, nullptr, {}});
-  auto report = engine.openReport(u"x.rpt");
+  auto report = engine.open(u"x.rpt");
   files->stored = {1, 2, 3};  // not a definition
   setReportLocations(report.get(), session());
-  auto& doc = static_cast<Report&>(*report).document();
+  auto& doc = report->document();
   EXPECT_FALSE(doc.hasLayout);
   EXPECT_TRUE(doc.logOn.given);
   EXPECT_TRUE(doc.definition.data.tables.empty());

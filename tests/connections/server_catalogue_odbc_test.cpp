@@ -54,13 +54,19 @@ struct QuietWindow : NewReportWindow {
   std::shared_ptr<EngineDatabase> reportDatabase() override { return nullptr; }
 };
 
+// The session's SQL settings.
+struct Sql {
+  Text server, database, login, password;
+};
+
 // The tree NewReport fills for these settings, and how long it took.
-std::vector<std::pair<Text, Text>> chooserTree(const NewReportSettings& sql, std::chrono::milliseconds* took = nullptr) {
+std::vector<std::pair<Text, Text>> chooserTree(const Sql& sql, std::chrono::milliseconds* took = nullptr) {
   std::vector<std::pair<Text, Text>> added;
   OdbcDatabaseServer server;
   QuietWindow window;
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_FALSE(buildNewReport(sql, server, [&] { return std::make_unique<RecordingChooser>(added); }, window));
+  EXPECT_FALSE(buildNewReport(engine::data::serverDataSource(sql.server, sql.database, sql.login, sql.password),
+                              server, [&] { return std::make_unique<RecordingChooser>(added); }, window));
   if (took)
     *took = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
   return added;
@@ -101,7 +107,7 @@ TEST_F(ServerCatalogueOdbcTest, SqliteDatabaseListsItsTablesInCreationOrder) {
 }
 
 TEST_F(ServerCatalogueOdbcTest, AwkwardSettingsGiveAnEmptyTreeQuickly) {
-  const NewReportSettings cases[] = {
+  const Sql cases[] = {
       {u"", u"", u"", u""},
       {u"no-such-server.invalid", u"company", u"sa", u"x"},
       {u"company_sqlite", u"Other", u"sa", u"x"},
@@ -109,31 +115,45 @@ TEST_F(ServerCatalogueOdbcTest, AwkwardSettingsGiveAnEmptyTreeQuickly) {
       {u"company_sqlite", u"company;Driver=x", u"", u""},
       {u"company_sqlite", u"Société", u"", u""},
   };
-  for (const NewReportSettings& sql : cases) {
+  for (const Sql& sql : cases) {
     std::chrono::milliseconds took{};
     EXPECT_TRUE(chooserTree(sql, &took).empty()) << toUtf8(sql.server) << " / " << toUtf8(sql.database);
     EXPECT_LT(took.count(), 15000);
   }
   // A password of a thousand characters is only a password.
-  NewReportSettings longPassword{u"company_sqlite", u"company", u"sa", Text(1000, u'p')};
+  Sql longPassword{u"company_sqlite", u"company", u"sa", Text(1000, u'p')};
   EXPECT_EQ(chooserTree(longPassword).size(), 1 + kCompanyTables.size());
 }
 
 // A company table made on another server, re-pointed at the session's data
 // as the designer window does on opening, then read: its first customer's
 // city, or why it cannot be read.
-Text firstCity(const ReportLocations& session) {
+struct Settings {
+  Text odbcName, userName, userPassword, sqlServer, sqlDatabase, sqlLogin, sqlPassword, sqlConnString;
+};
+
+Text firstCity(const Settings& given) {
+  SessionSettings session;
+  session.odbcServer = given.odbcName;
+  session.userName = given.userName;
+  session.userPassword = given.userPassword;
+  session.sqlServer = given.sqlServer;
+  session.sqlDatabase = given.sqlDatabase;
+  session.sqlLogin = given.sqlLogin;
+  session.sqlPassword = given.sqlPassword;
+  session.sqlConnString = given.sqlConnString;
   engine::Engine engine(engine::EngineParts{nullptr, nullptr, {}});
-  std::unique_ptr<EngineReport> report = engine.newReport();
-  engine::ReportDocument& doc = static_cast<engine::Report&>(*report).document();
+  std::unique_ptr<engine::Report> report = engine.create();
+  engine::ReportDocument& doc = report->document();
   engine::model::Table table;
   table.alias = table.location = u"Customers";
-  table.logOn = {u"oldserver", u"oldcompany", u"olduser", {}};
-  table.connection = u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Initial Catalog=oldcompany;Data Source=oldserver";
+  table.logOn = {u"oldserver", u"oldcompany", u"olduser", {}, {}};
+  table.connection = engine::data::readDataSource(
+      u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Initial Catalog=oldcompany;Data Source=oldserver");
   doc.definition.data.tables.push_back(table);
   using engine::model::FieldRef;
   doc.definition.data.sortFields.push_back({FieldRef{u"Customers", u"CustomerID", {}}});
-  setReportLocations(report.get(), session);
+  setReportLocations(report.get(), readSessionData(session));
   try {
     auto data = engine::data::createOdbcDataProvider({5})->open(doc, doc.definition, u"");
     auto rows = data->rows({FieldRef{u"Customers", u"City", {}}}, {});
@@ -152,8 +172,8 @@ TEST_F(ServerCatalogueOdbcTest, RepointedTableReadsTheSessionsDatabase) {
   ASSERT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", u""}), city);
   EXPECT_FALSE(city.empty());
   EXPECT_EQ(city.find(u"connection"), Text::npos) << toUtf8(city);
-  for (const Text& named : {integratedConnectionString(u"archive", u"company_sqlite"),
-                           integratedConnectionString(u"company", u"company_sqlite"),
+  for (const Text& named : {engine::data::logOnConnectText(u"company_sqlite", u"archive", u"", u""),
+                           engine::data::logOnConnectText(u"company_sqlite", u"company", u"", u""),
                            Text(u"Driver={SQLite3};Database=/nowhere/archive.db")})
     EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", named}), city);
   // Without a server, the file the connection string names is the database.
@@ -179,7 +199,7 @@ TEST_F(ServerCataloguePostgresTest, WindowsLogOnWhereTheServerAcceptsItSqlLoginW
 
   // Windows log-on refused: the SQL login lists the tables. In the server's
   // order (by name), the same tables.
-  NewReportSettings sql{u"pg_password", u"company", fromUtf8(env_["PG_PASSWORD_USER"]), fromUtf8(env_["PG_PASSWORD"])};
+  Sql sql{u"pg_password", u"company", fromUtf8(env_["PG_PASSWORD_USER"]), fromUtf8(env_["PG_PASSWORD"])};
   auto listed = chooserTree(sql);
   ASSERT_EQ(listed.size(), 1 + kCompanyTables.size());
   std::set<Text> names;

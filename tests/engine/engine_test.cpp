@@ -115,21 +115,22 @@ TEST(Engine, NewTablesAreLinkedOnlyWhereTheDataSaysHow) {
   db.tables[u"categories"] = {{number(u"category_id"), text(u"name")}, {}};
   db.tables[u"products_by_category"] = {{number(u"category_id"), number(u"customer_id")}, {}};
 
-  Engine engine(EngineParts{std::make_shared<FakeFiles>(), nullptr, [&](const Text& connect) {
+  const DataSource shop = data::readDataSource(u"DSN=shop"), refused = data::readDataSource(u"DSN=refused");
+  Engine engine(EngineParts{std::make_shared<FakeFiles>(), nullptr, [&](const DataSource& connect) {
                               ++db.opens;
-                              if (connect == u"refused") throw data::LogOnRefused(u"Login failed.");
+                              if (connect == refused) throw data::LogOnRefused(u"Login failed.");
                               return std::make_unique<FakeCatalogue>(db);
                             }});
-  auto report = engine.newReport();
+  auto report = engine.create();
   auto database = report->database();
   for (const char16_t* name : {u"customers", u"Products", u"warehouses", u"orders", u"ORDER LINES"})
-    database->addOleDbSource(u"shop", name);
-  EXPECT_THROW(database->addOleDbSource(u"shop", u"nothing"), data::DataError);
-  for (int i = 0; i < 3; ++i) EXPECT_THROW(database->addOleDbSource(u"refused", u"orders"), data::DataError);
+    database->addOleDbSource(shop, name);
+  EXPECT_THROW(database->addOleDbSource(shop, u"nothing"), data::DataError);
+  for (int i = 0; i < 3; ++i) EXPECT_THROW(database->addOleDbSource(refused, u"orders"), data::DataError);
   EXPECT_EQ(db.opens, 2);
   EXPECT_EQ(db.listings, 1);
 
-  auto& definition = static_cast<Report&>(*report).document().definition;
+  auto& definition = report->document().definition;
   std::vector<Text> links;
   for (const auto& l : definition.data.links) links.push_back(shown(l));
   // Order Lines joins orders and products both: the report's rows hang
@@ -140,12 +141,12 @@ TEST(Engine, NewTablesAreLinkedOnlyWhereTheDataSaysHow) {
   EXPECT_EQ(definition.data.tables[4].alias, u"Order Lines");
 
   // A table between two unlinked tables joins them both.
-  auto other = engine.newReport();
+  auto other = engine.create();
   auto otherDatabase = other->database();
   for (const char16_t* name : {u"categories", u"customers", u"products_by_category"})
-    otherDatabase->addOleDbSource(u"shop", name);
+    otherDatabase->addOleDbSource(shop, name);
   links.clear();
-  for (const auto& l : static_cast<Report&>(*other).document().definition.data.links) links.push_back(shown(l));
+  for (const auto& l : other->document().definition.data.links) links.push_back(shown(l));
   EXPECT_EQ(links, (std::vector<Text>{u"categories.category_id=products_by_category.category_id",
                                       u"customers.customer_id=products_by_category.customer_id"}));
 }

@@ -1,10 +1,13 @@
 // The field list's columns read from each table's database through ODBC.
 // Kept apart from the rest of the field list so that the designer's tests
 // link without a database.
-#include <map>
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "authoring/designer/field_list.h"
 #include "engine/data/catalogue.h"
+#include "engine/data/table_connection.h"
 
 namespace mervane::authoring::designer {
 
@@ -16,18 +19,19 @@ class DatabaseColumns final : public ColumnSource {
   std::optional<std::vector<FieldColumn>> columns(const engine::ReportDocument& document,
                                                   const model::Table& table) override {
     if (table.type != model::DatabaseType::SqlTable || table.location.empty()) return std::nullopt;
-    const Text connect = connectTextFor(document, table);
-    if (connect.empty()) return std::nullopt;
+    const engine::data::DataSource source = engine::data::tableDataSource(document, table);
+    if (!source.given()) return std::nullopt;
     // One connection per database, not per table; a database that did not
     // answer is not asked again.
-    auto known = catalogues_.find(connect);
+    auto known = std::find_if(catalogues_.begin(), catalogues_.end(),
+                              [&](const auto& entry) { return entry.first == source; });
     if (known == catalogues_.end()) {
       std::unique_ptr<engine::data::DatabaseCatalogue> opened;
       try {
-        opened = engine::data::openCatalogue(connect, timeout_);
+        opened = engine::data::openCatalogue(source, timeout_);
       } catch (...) {
       }
-      known = catalogues_.emplace(connect, std::move(opened)).first;
+      known = catalogues_.insert(catalogues_.end(), {source, std::move(opened)});
     }
     if (!known->second) return std::nullopt;
     try {
@@ -42,7 +46,7 @@ class DatabaseColumns final : public ColumnSource {
 
  private:
   int timeout_;
-  std::map<Text, std::unique_ptr<engine::data::DatabaseCatalogue>> catalogues_;
+  std::vector<std::pair<engine::data::DataSource, std::unique_ptr<engine::data::DatabaseCatalogue>>> catalogues_;
 };
 
 }  // namespace

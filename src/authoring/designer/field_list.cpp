@@ -6,7 +6,6 @@
 #include <cmath>
 
 #include "authoring/designer/properties.h"
-#include "engine/data/table_connection.h"
 #include "engine/layout/text_flow.h"
 
 namespace mervane::authoring::designer {
@@ -40,10 +39,6 @@ struct Collector {
 };
 
 }  // namespace
-
-Text connectTextFor(const engine::ReportDocument& document, const model::Table& table) {
-  return engine::data::tableConnectText(document, Text(), table);
-}
 
 FieldList usedFields(const engine::ReportDocument& document) {
   const model::ReportDefinition& report = document.definition;

@@ -47,10 +47,6 @@ class ColumnSource {
 // The source that reads each table's database through ODBC.
 std::unique_ptr<ColumnSource> databaseColumns(int timeoutSeconds = 5);
 
-// What a table's connect text is at run time: the one given with its secrets,
-// else its own, else the report's log-on.
-Text connectTextFor(const engine::ReportDocument& document, const model::Table& table);
-
 struct FieldList {
   struct TableEntry {
     Text alias;

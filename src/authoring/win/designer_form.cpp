@@ -26,6 +26,7 @@
 #include "authoring/viewer/win/viewer_control.h"
 #include "base/attempt.h"
 #include "base/win/com.h"
+#include "connections/report_locations.h"
 #include "engine/engine.h"
 
 namespace mervane::authoring::win {
@@ -139,7 +140,6 @@ void DesignerForm::onLoad() {
 
 HWND DesignerForm::designerWindow() const { return designer_ ? designer_->hwnd() : nullptr; }
 HWND DesignerForm::viewerWindow() const { return viewer_ ? viewer_->hwnd() : nullptr; }
-engine::Report* DesignerForm::currentReport() const { return dynamic_cast<engine::Report*>(report_.get()); }
 
 void DesignerForm::setCaption(const Text& caption) { Form::setCaption(mervane::win::toWide(caption)); }
 
@@ -221,8 +221,8 @@ void DesignerForm::dropReport() {
 
 void DesignerForm::openReport(const Text& fileName, const Text& repName) {
   dropReport();
-  attempt([&] { if (engine_) report_ = engine_->openReport(fileName, OpenMethod::ByTemporaryCopy); });
-  attempt([&] { setReportLocations(report_.get(), locations_); });
+  attempt([&] { if (engine_) report_ = engine_->open(fileName, OpenMethod::ByTemporaryCopy); });
+  attempt([&] { setReportLocations(report_.get(), session_); });
   giveToDesigner();
   giveToViewer(true);
   attempt([&] { if (report_) report_->setTitle(repName); });
@@ -252,9 +252,7 @@ bool DesignerForm::newReport() {
   std::unique_ptr<DatabaseServer> server;
   attempt([&] { if (parts_.createServer) server = parts_.createServer(); });
   if (!server) return false;
-  const NewReportSettings sql{locations_.sqlServer, locations_.sqlDatabase, locations_.sqlLogin,
-                              locations_.sqlPassword};
-  const bool built = buildNewReport(sql, *server, parts_.loadChooser, *this);
+  const bool built = buildNewReport(session_.sqlLogOn, *server, parts_.loadChooser, *this);
   // The tables were added after the designer was given the report: its
   // field list reads them again.
   if (built && designer_) attempt([&] { designer_->setReport(currentReport()); });
@@ -270,7 +268,7 @@ void DesignerForm::processMessages() { mervane::win::processMessages(); }
 
 void DesignerForm::createReport() {
   dropReport();
-  if (engine_) report_ = engine_->newReport();
+  if (engine_) report_ = engine_->create();
   giveToDesigner();
   giveToViewer(false);
 }

@@ -14,9 +14,10 @@
 #include "authoring/new_report.h"
 #include "base/win/form.h"
 #include "components/report_engine.h"
-#include "connections/report_locations.h"
+#include "connections/session_data.h"
 
 namespace mervane::engine {
+class Engine;
 class Report;
 }
 namespace mervane::viewer::win {
@@ -27,10 +28,11 @@ namespace mervane::authoring::win {
 
 class DesignerControl;
 
-// What the window needs from outside: the engine, and for NewReport the
-// company database server and a table chooser.
+// What the window needs from outside: the engine (its own type: the window
+// gives the engine's reports to the designer and the viewer), and for
+// NewReport the company database server and a table chooser.
 struct DesignerFormParts {
-  std::function<std::unique_ptr<EngineApplication>()> createEngine;
+  std::function<std::unique_ptr<engine::Engine>()> createEngine;
   std::function<std::unique_ptr<DatabaseServer>()> createServer;
   std::function<std::unique_ptr<TableChooser>()> loadChooser;
 };
@@ -42,14 +44,7 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
 
   // DesignerWindow
   void setCaption(const Text& caption) override;
-  void setUserName(const Text& value) override { locations_.userName = value; }
-  void setUserPassword(const Text& value) override { locations_.userPassword = value; }
-  void setOdbcName(const Text& value) override { locations_.odbcName = value; }
-  void setSqlDatabase(const Text& value) override { locations_.sqlDatabase = value; }
-  void setSqlLogin(const Text& value) override { locations_.sqlLogin = value; }
-  void setSqlPassword(const Text& value) override { locations_.sqlPassword = value; }
-  void setSqlServer(const Text& value) override { locations_.sqlServer = value; }
-  void setSqlConnString(const Text& value) override { locations_.sqlConnString = value; }
+  void setSessionData(const SessionData& data) override { session_ = data; }
   bool newReport() override;
   void openReport(const Text& fileName, const Text& repName) override;
   Text reportTitle() override;
@@ -61,7 +56,7 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
   HWND viewerWindow() const;
   HWND tabStrip() const { return control(kTabStrip); }
   DesignerControl* designerControl() const { return designer_.get(); }
-  engine::Report* currentReport() const;
+  engine::Report* currentReport() const { return report_.get(); }
 
   static constexpr int kTabStrip = 1;
 
@@ -90,9 +85,9 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
   void onMenu(UINT id);
 
   DesignerFormParts parts_;
-  ReportLocations locations_;
-  std::unique_ptr<EngineApplication> engine_;
-  std::unique_ptr<EngineReport> report_;
+  SessionData session_;
+  std::unique_ptr<engine::Engine> engine_;
+  std::unique_ptr<engine::Report> report_;
   std::unique_ptr<DesignerControl> designer_;
   std::unique_ptr<viewer::win::ViewerControl> viewer_;
   HMENU menu_ = nullptr;

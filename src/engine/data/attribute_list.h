@@ -20,6 +20,7 @@ namespace mervane::engine::data {
 struct Attribute {
   Text key;
   Text value;
+  bool operator==(const Attribute&) const = default;
 };
 
 class AttributeList {
@@ -32,6 +33,7 @@ class AttributeList {
   void erase(TextView key);
   const std::vector<Attribute>& items() const { return items_; }
   bool empty() const { return items_.empty(); }
+  bool operator==(const AttributeList&) const = default;
 
  private:
   std::vector<Attribute> items_;

@@ -118,8 +118,8 @@ class OdbcCatalogue final : public DatabaseCatalogue {
 
 }  // namespace
 
-std::unique_ptr<DatabaseCatalogue> openCatalogue(const Text& connectText, int timeoutSeconds) {
-  Resolution resolution = resolveConnection(connectText, odbc::gatherEnvironment());
+std::unique_ptr<DatabaseCatalogue> openCatalogue(const DataSource& source, int timeoutSeconds) {
+  Resolution resolution = resolveConnection(source, odbc::gatherEnvironment());
   if (!resolution.ok()) throw DataError(resolution.error);
   OdbcConnection resolved = std::move(*resolution.connection);
   Text secret = resolved.attributes.get(u"PWD").value_or(Text());

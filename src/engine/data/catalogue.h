@@ -47,11 +47,11 @@ class DatabaseCatalogue {
   virtual std::vector<ForeignKey> foreignKeys(const Text& table) = 0;
 };
 
-// Connects to the database that `connectText` (any form the connection
-// resolver reads) names, waiting at most `timeoutSeconds` for the log-on.
+// Connects to the database that `connection` names, waiting at most
+// `timeoutSeconds` for the log-on.
 // Throws DataError (a refused log-on says so, so that the caller can try
 // another one).
-std::unique_ptr<DatabaseCatalogue> openCatalogue(const Text& connectText, int timeoutSeconds = 15);
+std::unique_ptr<DatabaseCatalogue> openCatalogue(const DataSource& connection, int timeoutSeconds = 15);
 
 // The refusal of a log-on, as opposed to any other failure.
 class LogOnRefused : public DataError {

@@ -1,12 +1,9 @@
-// The data door: every connection text a report's tables carry becomes one
-// ODBC connection string.
+// The data door: every data source a report's tables read (data_source.h)
+// becomes one ODBC connection string.
 //
-// Three kinds of text arrive: OLE DB strings for SQL Server ("Provider=
-// SQLOLEDB.1;...;Initial Catalog=...;Data Source=..."), the host's own
-// connect text ("ODBC;DATABASE=...;UID=...;PWD=...;DSN=..."), and plain ODBC
-// connection strings. The resolver is a pure function of the text and of what
-// the machine offers (its data sources and installed drivers, gathered by the
-// caller), so every rule below is tested without a database:
+// The resolver is a pure function of the data source and of what the machine
+// offers (its data sources and installed drivers, gathered by the caller), so
+// every rule below is tested without a database:
 //
 // - A Data Source that names an ODBC data source uses it. A Data Source that
 //   is a SQLite file uses the SQLite driver. Anything else is a SQL Server
@@ -19,12 +16,6 @@
 //   instead of the whole result being loaded first.
 // - Under Wine the SQLite driver runs on the Unix side and needs Unix paths.
 //
-// The host's texts are put together from settings without any quoting, so a
-// value may hold ';', '=', quotes or blanks. A text in one of those fixed
-// shapes is split at the shape's own separators and each value is taken as it
-// stands; the password may hold anything, the other values anything but the
-// separator that follows them. Other texts are read as attribute lists.
-//
 // A table pointed at a database reads that database, whatever its text
 // names: the resolver takes the database as a setting of its own.
 #pragma once
@@ -34,6 +25,7 @@
 
 #include "base/text.h"
 #include "engine/data/attribute_list.h"
+#include "engine/data/data_source.h"
 
 namespace mervane::engine::data {
 
@@ -64,8 +56,6 @@ struct OdbcEnvironment {
   std::vector<DriveMapping> unixDrives;
 };
 
-enum class TextForm { OleDb, HostConnect, Odbc };
-
 struct OdbcConnection {
   TextForm form = TextForm::Odbc;
   DriverFamily family = DriverFamily::Other;
@@ -95,32 +85,20 @@ struct Resolution {
   bool ok() const { return connection.has_value(); }
 };
 
-Resolution resolveConnection(TextView connectionText, const OdbcEnvironment& environment);
-
-// The same in the given database, which takes the place of the one the text
-// names (empty: the text's own). The host's text names its own database and
+// The data source in the given database, which takes the place of the one
+// it names (empty: its own). The host's data names its own database and
 // keeps it. A SQLite file holds one database: another name is not there.
-Resolution resolveConnection(TextView connectionText, const OdbcEnvironment& environment, TextView database);
+Resolution resolveConnection(const DataSource& source, const OdbcEnvironment& environment,
+                             TextView database = {});
+
+// The same for a connection text, read by readDataSource.
+Resolution resolveConnection(TextView connectionText, const OdbcEnvironment& environment, TextView database = {});
 
 // Once connected, for a connection whose database was unconfirmed: its name
 // is the base name of the file the driver reports, and it must be the one
 // asked for. Returns why not, or nothing (and the connection then knows its
 // database).
 std::optional<Text> confirmDatabase(OdbcConnection& connection, TextView reportedFile);
-
-// An OLE DB text naming a log-on, in the shapes a new report's tables are
-// added with: Windows log-on without a user, the SQL login with one. The
-// resolver reads each value back exactly as it was given.
-Text logOnConnectText(TextView server, TextView database, TextView user, TextView password);
-
-// The text without the values that hold a password (keys PWD, Password or
-// any key containing "password", in any letter case), each read the way the
-// resolver reads the text: in the host's and the OLE DB fixed shapes the
-// whole free value goes, however many ';', '=', quotes or braces it holds;
-// in attribute lists a braced or quoted value goes whole, a bare value with
-// the items without '=' that follow it, and the OLE DB provider for ODBC's
-// Extended Properties lose theirs too. Everything else stays as it was.
-Text withoutPasswords(TextView connectionText);
 
 // SQL Server drivers in order of preference.
 const std::vector<Text>& sqlServerDriverPreference();

@@ -1,6 +1,6 @@
-// The ODBC data provider (see odbc_data_provider.h): connecting a report's
-// tables, planning its SELECT, and the cursor that joins, tests and orders
-// what the database could not.
+// The ODBC data provider (see odbc_data_provider.h): planning a report's
+// SELECT over the connections of its tables (odbc_connections.h), and the
+// cursor that joins, tests and orders what the database could not.
 #include "engine/data/odbc_data_provider.h"
 
 #include <algorithm>
@@ -14,8 +14,8 @@
 #include "engine/data/catalogue.h"
 #include "engine/data/delimited_text.h"
 #include "engine/data/odbc.h"
+#include "engine/data/odbc_connections.h"
 #include "engine/data/query_builder.h"
-#include "engine/data/table_connection.h"
 #include "engine/formula/sql_filter.h"
 #include "engine/formula/syntax.h"
 
@@ -23,22 +23,10 @@ namespace mervane::engine::data {
 
 using formula::Value;
 using formula::ValueKind;
+using formula::compareValues;
 
 // ---------------------------------------------------------------------------
-// Comparing and summing values
-
-int compareValues(const Value& a, const Value& b) {
-  if (a.kind() != b.kind()) return static_cast<int>(a.kind()) < static_cast<int>(b.kind()) ? -1 : 1;
-  switch (a.kind()) {
-    case ValueKind::Null: return 0;
-    case ValueKind::Number: return a.number() < b.number() ? -1 : a.number() > b.number() ? 1 : 0;
-    case ValueKind::Text: return a.text().compare(b.text()) < 0 ? -1 : a.text() == b.text() ? 0 : 1;
-    case ValueKind::Boolean: return a.boolean() == b.boolean() ? 0 : a.boolean() ? 1 : -1;
-    case ValueKind::Date:
-      return a.date().days < b.date().days ? -1 : a.date().days > b.date().days ? 1 : 0;
-  }
-  return 0;
-}
+// Summing values
 
 namespace {
 
@@ -78,11 +66,7 @@ void SummaryAccumulator::add(const Value& value) {
       return;
     }
     case model::SummaryOperation::Minimum:
-      if (extreme_.isNull() || compareValues(value, extreme_) < 0) extreme_ = value;
-      return;
-    case model::SummaryOperation::Maximum:
-      if (extreme_.isNull() || compareValues(value, extreme_) > 0) extreme_ = value;
-      return;
+    case model::SummaryOperation::Maximum: extremes_.add(value); return;
   }
 }
 
@@ -92,8 +76,10 @@ Value SummaryAccumulator::result() const {
     case model::SummaryOperation::Average: return count_ ? Value(sum_ / static_cast<double>(count_)) : Value();
     case model::SummaryOperation::Count: return Value(static_cast<double>(count_));
     case model::SummaryOperation::DistinctCount: return Value(static_cast<double>(distinct_.size()));
-    default: return extreme_;
+    case model::SummaryOperation::Minimum: return extremes_.minimum;
+    case model::SummaryOperation::Maximum: return extremes_.maximum;
   }
+  return Value();
 }
 
 namespace {
@@ -668,7 +654,7 @@ class OdbcDataProvider final : public DataProvider {
   explicit OdbcDataProvider(OdbcProviderOptions options) : options_(options) {}
 
   std::unique_ptr<ReportData> open(const ReportDocument& document, const model::ReportDefinition& definition,
-                                   const Text& subreport) override {
+                                   const Text& /*subreport*/) override {
     auto plan = std::make_shared<Plan>();
     plan->data = definition.data;
     for (const model::Formula& f : definition.formulas) {
@@ -684,7 +670,7 @@ class OdbcDataProvider final : public DataProvider {
       if (t.type == model::DatabaseType::DelimitedTextFile) {
         source.file = true;
       } else if (t.type == model::DatabaseType::SqlTable) {
-        source.connection = connect(document, subreport, t);
+        source.connection = connections_.connect(document, t);
       } else {
         throw DataError(u"The table '" + t.alias + u"' is of a kind this engine does not read (" +
                         decimal(static_cast<std::int32_t>(t.type)) + u").");
@@ -721,95 +707,8 @@ class OdbcDataProvider final : public DataProvider {
   }
 
  private:
-  const OdbcEnvironment& environment() {
-    std::lock_guard lock(mutex_);
-    if (!environment_) environment_ = odbc::gatherEnvironment();
-    return *environment_;
-  }
-
-  std::shared_ptr<odbc::Connection> connect(const ReportDocument& document, const Text& subreport,
-                                            const model::Table& table) {
-    const TableSecrets* secrets = document.secretsFor(TableKey{subreport, table.alias});
-    Resolution resolution = resolveTable(document, subreport, table, environment());
-    if (!resolution.ok()) throw DataError(resolution.error);
-    OdbcConnection& resolved = *resolution.connection;
-    // A data source whose database shows only once connected is checked then.
-    auto confirmed = [&](std::shared_ptr<odbc::Connection> connection) {
-      if (std::optional<Text> error = confirmDatabase(resolved, connection->databaseName()))
-        throw DataError(u"The table '" + table.alias + u"' cannot be reached: " + *error);
-      return connection;
-    };
-
-    // The log-on to fall back on: the table's, else the report's.
-    Text user = !table.logOn.user.empty() ? table.logOn.user : resolved.user;
-    Text password = secrets ? secrets->password : Text();
-    if (user.empty() && document.logOn.given) {
-      user = document.logOn.user;
-      password = document.logOn.password;
-    } else if (password.empty() && document.logOn.given && equalsNoCase(user, document.logOn.user)) {
-      password = document.logOn.password;
-    }
-
-    AttributeList given = resolved.attributes;
-    // A report reads its rows from the start as they come: PostgreSQL's
-    // compiling of a big query's expressions (JIT) costs more before the
-    // first row than it saves. A server that does not know the setting
-    // says so and runs the query all the same.
-    if (resolved.family == DriverFamily::PostgreSql && !given.has(u"ConnSettings"))
-      given.set(u"ConnSettings", u"SET jit TO off");
-    Text givenPassword = given.get(u"PWD").value_or(Text());
-    bool takesLogOn = resolved.family != DriverFamily::Sqlite && givenPassword.empty();
-    Text description = u"the database of table '" + table.alias + u"' (" + resolved.redacted() + u")";
-
-    if (!takesLogOn) return confirmed(pooled(formatOdbc(given), givenPassword, description));
-    AttributeList integrated = given;
-    integrated.erase(u"UID");
-    integrated.erase(u"PWD");
-    if (resolved.family == DriverFamily::SqlServer) integrated.set(u"Trusted_Connection", u"yes");
-    // A server that refused the integrated log-on once is not asked again
-    // for the next table, nor by the next run of the report.
-    const Text integratedString = formatOdbc(integrated);
-    std::optional<Text> refusal;
-    {
-      std::lock_guard lock(mutex_);
-      auto found = refusedIntegrated_.find(integratedString);
-      if (found != refusedIntegrated_.end()) refusal = found->second;
-    }
-    if (!refusal) {
-      try {
-        return confirmed(pooled(integratedString, Text(), description));
-      } catch (const LogOnRefused& refused) {
-        std::lock_guard lock(mutex_);
-        refusedIntegrated_[integratedString] = refused.message();
-        refusal = refused.message();
-      }
-    }
-    if (user.empty()) throw LogOnRefused(*refusal);
-    AttributeList withLogOn = given;
-    withLogOn.erase(u"Trusted_Connection");
-    withLogOn.set(u"UID", user);
-    withLogOn.set(u"PWD", password);
-    return confirmed(pooled(formatOdbc(withLogOn), password, description));
-  }
-
-  std::shared_ptr<odbc::Connection> pooled(const Text& connectionString, const Text& secret, const Text& description) {
-    {
-      std::lock_guard lock(mutex_);
-      auto found = pool_.find(connectionString);
-      if (found != pool_.end())
-        if (auto alive = found->second.lock()) return alive;
-    }
-    auto connection = odbc::Connection::open(connectionString, secret, description, options_.logOnTimeoutSeconds);
-    std::lock_guard lock(mutex_);
-    pool_[connectionString] = connection;
-    return connection;
-  }
-
   OdbcProviderOptions options_;
-  std::mutex mutex_;
-  std::optional<OdbcEnvironment> environment_;
-  std::map<Text, std::weak_ptr<odbc::Connection>> pool_;  // by connection string
-  std::map<Text, Text> refusedIntegrated_;                 // integrated connection string -> why
+  ConnectionPool connections_{options_.logOnTimeoutSeconds};
 };
 
 }  // namespace

@@ -1,10 +1,9 @@
 // The rows of a report read through ODBC (and from delimited text files):
 // the DataProvider the engine runs reports with.
 //
-// Connecting a table. Its connect text is the one given to the table at run
-// time (password included), else the one stored with the table, else the
-// report's own log-on. The connection resolver turns it into an ODBC
-// connection string. A database that takes a log-on is tried first without
+// Connecting a table. Its data source is the table's connection, as it was
+// given or stored, else the report's own log-on (table_connection.h). The
+// connection resolver turns it into an ODBC connection string. A database that takes a log-on is tried first without
 // one (integrated security); when it refuses and a user and password are
 // known (the table's log-on, else the report's), again with them. Tables
 // reaching the same connection string share one connection while any run of
@@ -28,6 +27,7 @@
 #include <memory>
 
 #include "engine/data/report_data.h"
+#include "engine/formula/value_order.h"
 
 namespace mervane::engine::data {
 
@@ -37,14 +37,10 @@ struct OdbcProviderOptions {
 
 std::shared_ptr<DataProvider> createOdbcDataProvider(OdbcProviderOptions options = {});
 
-// Values in the order the engine sorts and compares them: nulls first, then
-// by kind (numbers, texts, booleans, dates), then by value (texts by their
-// UTF-16 code units). Negative, zero or positive.
-int compareValues(const formula::Value& a, const formula::Value& b);
-
 // What summaries() gives for these values (sum and average of numbers; count
-// and distinct count of non-null values; minimum and maximum; null where
-// there are no values, a count of none being 0).
+// and distinct count of non-null values; minimum and maximum as
+// formula::Extremes keeps them; null where there are no values, a count of
+// none being 0).
 class SummaryAccumulator {
  public:
   explicit SummaryAccumulator(model::SummaryOperation operation) : operation_(operation) {}
@@ -56,7 +52,7 @@ class SummaryAccumulator {
   double sum_ = 0;
   std::size_t count_ = 0;
   std::vector<Text> distinct_;  // sorted keys
-  formula::Value extreme_;
+  formula::Extremes extremes_;
 };
 
 }  // namespace mervane::engine::data

@@ -76,8 +76,8 @@ class ReportData {
 };
 
 // Makes the ReportData of a definition. `subreport` names the subreport
-// whose tables these are (empty for the main report), to find their
-// secrets in the document.
+// whose tables these are (empty for the main report); each table carries
+// its own connection and log-on.
 class DataProvider {
  public:
   virtual ~DataProvider() = default;

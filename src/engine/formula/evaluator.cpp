@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "engine/formula/syntax.h"
+#include "engine/formula/value_order.h"
 
 namespace mervane::engine::formula {
 namespace {
@@ -32,15 +33,7 @@ Value dateOrFail(double days, const Node& at) {
 // -1, 0 or 1; the operands must be of one kind.
 int compare(const Value& left, const Value& right, const Node& at) {
   if (left.kind() != right.kind()) fail(at, u"Cannot compare " + kindsOf(left, right));
-  auto order = [](auto a, auto b) { return a < b ? -1 : (b < a ? 1 : 0); };
-  switch (left.kind()) {
-    case ValueKind::Number: return order(left.number(), right.number());
-    case ValueKind::Text: return order(left.text(), right.text());
-    case ValueKind::Boolean: return order(left.boolean(), right.boolean());
-    case ValueKind::Date: return order(left.date().days, right.date().days);
-    case ValueKind::Null: break;
-  }
-  return 0;
+  return compareSameKind(left, right);
 }
 
 Value arithmetic(Operator op, const Value& left, const Value& right, const Node& at) {

@@ -16,22 +16,6 @@ using model::ObjectKind;
 using model::SectionKind;
 using model::SummaryOperation;
 
-bool less(const Value& a, const Value& b) {
-  switch (a.kind()) {
-    case ValueKind::Number: return a.number() < b.number();
-    case ValueKind::Date: return a.date().days < b.date().days;
-    case ValueKind::Text: return a.text() < b.text();
-    case ValueKind::Boolean: return !a.boolean() && b.boolean();
-    default: return false;
-  }
-}
-
-// Minimum and maximum keep to the kind of the first value they saw.
-void consider(Accumulator& acc, const Value& value) {
-  if (acc.minimum.isNull() || (value.kind() == acc.minimum.kind() && less(value, acc.minimum))) acc.minimum = value;
-  if (acc.maximum.isNull() || (value.kind() == acc.maximum.kind() && less(acc.maximum, value))) acc.maximum = value;
-}
-
 Value resultOf(const Accumulator& acc, SummaryOperation operation, std::size_t distinct) {
   switch (operation) {
     case SummaryOperation::Sum: return acc.numbers > 0 ? Value(acc.sum) : Value();
@@ -39,8 +23,8 @@ Value resultOf(const Accumulator& acc, SummaryOperation operation, std::size_t d
     case SummaryOperation::DistinctCount: return Value(static_cast<double>(distinct));
     case SummaryOperation::Average:
       return acc.numbers > 0 ? Value(acc.sum / static_cast<double>(acc.numbers)) : Value();
-    case SummaryOperation::Minimum: return acc.minimum;
-    case SummaryOperation::Maximum: return acc.maximum;
+    case SummaryOperation::Minimum: return acc.extremes.minimum;
+    case SummaryOperation::Maximum: return acc.extremes.maximum;
   }
   return Value();
 }
@@ -264,9 +248,9 @@ class SectionStream {
       if (row.kind(field) == ValueKind::Number && row.number(field, number)) {
         ++acc.numbers;
         acc.sum += number;
-        if (wantsExtremes(slot.operation)) consider(acc, Value(number));
+        if (wantsExtremes(slot.operation)) acc.extremes.add(Value(number));
       } else if (wantsExtremes(slot.operation)) {
-        consider(acc, row.value(field));
+        acc.extremes.add(row.value(field));
       }
       return;
     }
@@ -282,7 +266,7 @@ class SectionStream {
       ++acc.numbers;
       acc.sum += value.number();
     }
-    if (wantsExtremes(slot.operation)) consider(acc, value);
+    if (wantsExtremes(slot.operation)) acc.extremes.add(value);
   }
 
   // Totals of `level` for the group starting at the current row, found by
@@ -676,8 +660,8 @@ std::string saveState(const PageState& state) {
     w.i64(acc.count);
     w.i64(acc.numbers);
     w.f64(acc.sum);
-    w.value(acc.minimum);
-    w.value(acc.maximum);
+    w.value(acc.extremes.minimum);
+    w.value(acc.extremes.maximum);
   }
   w.u64(f.ahead.size());
   for (const Value& value : f.ahead) w.value(value);
@@ -707,8 +691,8 @@ PageState loadState(std::string_view saved) {
     acc.count = r.i64();
     acc.numbers = r.i64();
     acc.sum = r.f64();
-    acc.minimum = r.value();
-    acc.maximum = r.value();
+    acc.extremes.minimum = r.value();
+    acc.extremes.maximum = r.value();
   }
   f.ahead.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
   for (Value& value : f.ahead) value = r.value();

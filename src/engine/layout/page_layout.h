@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "engine/data/report_data.h"
+#include "engine/formula/value_order.h"
 #include "engine/layout/display_list.h"
 #include "engine/layout/prepared_report.h"
 #include "engine/layout/row_codec.h"
@@ -49,7 +50,7 @@ struct Accumulator {
   std::int64_t count = 0;    // values that are not null
   std::int64_t numbers = 0;  // of them numbers
   double sum = 0;
-  formula::Value minimum, maximum;
+  formula::Extremes extremes;  // for minimum and maximum
 };
 
 enum class Phase : std::uint8_t { ReportHeader, FirstRow, GroupHeaders, Details, NextRow, GroupFooters, ReportFooter, Done };

@@ -11,7 +11,7 @@
 
 #include <zlib.h>
 
-#include "engine/data/connection_resolver.h"
+#include "engine/data/data_source.h"
 
 namespace mervane::engine::model {
 namespace {
@@ -334,7 +334,7 @@ class Reader {
         case 5: t.subLocation = text(f, e); return true;
         case 6: t.delimiter = text(f, e); return true;
         case 7: t.headerRow = flag(f, e); return true;
-        case 8: t.connection = text(f, e); return true;
+        case 8: t.connection = data::readDataSource(text(f, e)); return true;
         default: return false;
       }
     });
@@ -520,7 +520,7 @@ void writeTable(Writer& w, const Table& t) {
   w.text(5, data::withoutPasswords(t.subLocation));
   w.text(6, t.delimiter);
   w.flag(7, t.headerRow);
-  w.text(8, data::withoutPasswords(t.connection));
+  w.text(8, t.connection.storedText());
   w.unknown(t.unknown);
 }
 

@@ -68,9 +68,10 @@
 //   can make the reader hang or take memory out of proportion to its size.
 //
 // PASSWORDS
-//   The model has no password field, and a connect text that reaches a
-//   log-on or location field is written without its password values, read
-//   as the connection resolver reads the text (data::withoutPasswords).
+//   Passwords the model holds in memory (a log-on's, a table's connection's)
+//   are never written, and a connect text that reaches a log-on, location or
+//   connection field is written without its password values, read as the
+//   data door reads the text (data::withoutPasswords).
 #pragma once
 
 #include <cstddef>

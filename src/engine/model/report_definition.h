@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "engine/data/data_source.h"
 
 namespace mervane::engine::model {
 
@@ -239,6 +240,7 @@ struct LogOn {
   Text server;
   Text database;
   Text user;
+  Text password;  // as given since the report was opened; never written
   UnknownFields unknown;
   bool operator==(const LogOn&) const = default;
 };
@@ -249,10 +251,11 @@ struct Table {
   LogOn logOn;
   Text location;     // SQL: the table's name, as qualified as the database needs; text file: its path
   Text subLocation;  // SQL: the database the table is pointed at, which it reads; empty: the connection's own
-  // SQL: the connect text that reaches the table's database (an OLE DB
-  // string, the host's "ODBC;..." text or an ODBC string); empty: the
-  // report's own log-on. Stored without its password.
-  Text connection;
+  // SQL: where the table's database is and how to log on to it (read from
+  // an OLE DB string, the host's "ODBC;..." text or an ODBC string, or given
+  // as settings); not given: the report's own log-on. Stored as its text
+  // without the password.
+  data::DataSource connection;
   Text delimiter = u",";  // text files only
   bool headerRow = true;  // text files only: the first line names the columns
   UnknownFields unknown;

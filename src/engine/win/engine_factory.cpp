@@ -8,12 +8,14 @@
 
 namespace mervane {
 
-std::unique_ptr<EngineApplication> createEngineApplication() {
+std::unique_ptr<engine::Engine> createReportEngine() {
   engine::EngineParts parts;
   parts.files = std::make_shared<engine::CompoundReportFiles>();
   parts.data = engine::data::createOdbcDataProvider();
-  parts.catalogues = [](const Text& connectText) { return engine::data::openCatalogue(connectText); };
+  parts.catalogues = [](const DataSource& connection) { return engine::data::openCatalogue(connection); };
   return std::make_unique<engine::Engine>(std::move(parts));
 }
+
+std::unique_ptr<EngineApplication> createEngineApplication() { return createReportEngine(); }
 
 }  // namespace mervane

@@ -8,6 +8,13 @@
 
 namespace mervane {
 
+namespace engine {
+class Engine;
+}
+
 std::unique_ptr<EngineApplication> createEngineApplication();
+// The same engine as its own type, for the designer window, which gives
+// the engine's reports to the designer and the viewer.
+std::unique_ptr<engine::Engine> createReportEngine();
 
 }  // namespace mervane

@@ -6,6 +6,7 @@
 
 #include "authoring/designer/design_scene.h"
 #include "authoring/designer/field_list.h"
+#include "engine/data/table_connection.h"
 
 namespace mervane::authoring::designer {
 namespace {
@@ -393,13 +394,11 @@ TEST(FieldList, DatabaseColumnsElseTheColumnsTheReportUses) {
   source.reachable = false;
   EXPECT_EQ(buildFieldList(doc, &source).tables[1].columns, used.tables[1].columns);
 
-  // The connect text of a table: given at run time, else its own, else the report's.
-  doc.definition.data.tables[0].connection = u"DSN=Company";
-  doc.logOn.connectionString = u"DSN=Report";
-  EXPECT_EQ(connectTextFor(doc, doc.definition.data.tables[0]), u"DSN=Company");
-  EXPECT_EQ(connectTextFor(doc, doc.definition.data.tables[1]), u"DSN=Report");
-  doc.secrets[{Text(), u"Orders"}].connectText = u"DSN=Company;PWD=x";
-  EXPECT_EQ(connectTextFor(doc, doc.definition.data.tables[0]), u"DSN=Company;PWD=x");
+  // The columns come from the table's own connection, else the report's.
+  doc.definition.data.tables[0].connection = engine::data::readDataSource(u"DSN=Company;PWD=x");
+  doc.logOn.connection = engine::data::readDataSource(u"DSN=Report");
+  EXPECT_EQ(engine::data::tableDataSource(doc, doc.definition.data.tables[0]).text, u"DSN=Company;PWD=x");
+  EXPECT_EQ(engine::data::tableDataSource(doc, doc.definition.data.tables[1]).text, u"DSN=Report");
 }
 
 }  // namespace

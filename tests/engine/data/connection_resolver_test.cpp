@@ -228,6 +228,32 @@ TEST(ConnectionResolver, DescribesWhatItDid) {
   EXPECT_EQ(r.connection->dataSource, u"Halyard");
 }
 
+// Settings made into data sources resolve as the texts joined from them
+// would, and keep each value whole where a joined text could not: a user
+// holding the next separator. What a report file keeps has no password.
+TEST(DataSource, SettingsResolveAsTheirTextsAndKeepAwkwardValuesWhole) {
+  const OdbcEnvironment env = machine();
+  auto resolved = [&](const DataSource& source) {
+    Resolution r = resolveConnection(source, env);
+    return r.ok() ? toUtf8(r.connection->connectionString()) : "error: " + toUtf8(r.error);
+  };
+  for (const Text& user : {Text(u"sa"), Text()}) {
+    SCOPED_TRACE(toUtf8(user));
+    EXPECT_EQ(resolved(serverDataSource(u" db01 ", u"Company", user, u"p;w")),
+              resolved(readDataSource(user.empty() ? logOnConnectText(u" db01 ", u"Company", u"", u"")
+                                                   : login(u"p;w", user, u"Company", u" db01 "))));
+  }
+  EXPECT_EQ(resolved(hostDataSource(u"Halyard", u"ann", u"p;w", u"PgCompany")),
+            resolved(readDataSource(host(u"ann", u"p;w", u"PgCompany"))));
+
+  const DataSource awkward = hostDataSource(u"Halyard", u"ann;PWD=x", u"Zq;1", u"PgCompany");
+  Resolution r = resolveConnection(awkward, env);
+  ASSERT_TRUE(r.ok()) << toUtf8(r.error);
+  EXPECT_EQ(r.connection->user, u"ann;PWD=x");
+  EXPECT_EQ(r.connection->attributes.get(u"PWD"), Text(u"Zq;1"));
+  EXPECT_EQ(awkward.storedText().find(u"Zq;1"), Text::npos) << toUtf8(awkward.storedText());
+}
+
 // A table pointed at a database reads it, whatever the text names; a SQLite
 // file or data source holds only its own, and one whose file the machine
 // does not show is checked once connected.

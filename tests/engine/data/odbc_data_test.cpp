@@ -24,13 +24,14 @@
 #include "engine/data/odbc_data_provider.h"
 #include "engine/export/xlsx_writer.h"
 #include "engine/formula/formula.h"
-#include "../../support/postgres_env.h"
+#include "odbc_fixture.h"
 
 namespace mervane::engine::data {
 namespace {
 
 using formula::Value;
 using Op = model::SummaryOperation;
+using namespace fixture;
 
 std::string fixtureDir() {
   const char* dir = std::getenv("MERVANE_DATA_FIXTURE");
@@ -68,20 +69,6 @@ std::string shellQuote(const std::string& s) {
   return out + "'";
 }
 
-model::FieldRef field(Text table, Text column) {
-  model::FieldRef f;
-  f.table = std::move(table);
-  f.column = std::move(column);
-  return f;
-}
-
-model::Table sqlTable(Text name) {
-  model::Table t;
-  t.alias = name;
-  t.location = std::move(name);
-  return t;
-}
-
 // One database the tests run against: how the report reaches it, and its
 // own client for the reference answers.
 struct Database {
@@ -101,10 +88,8 @@ Database postgresDatabase() {
   auto env = postgresEnv();
   Database d;
   d.name = "PostgreSQL";
-  d.connection = fromUtf8("DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;PORT=" + env["PGPORT"] + ";DATABASE=company");
-  d.logOn.user = fromUtf8(env["PG_PASSWORD_USER"]);
-  d.logOn.password = fromUtf8(env["PG_PASSWORD"]);
-  d.logOn.given = true;
+  d.connection = postgresCompany(env);
+  d.logOn = postgresLogOn(env);
   d.client = "PGPASSWORD=" + shellQuote(env["PG_PASSWORD"]) + " psql -X -q -At -F '\t' -h 127.0.0.1 -p " +
              env["PGPORT"] + " -U " + env["PG_PASSWORD_USER"] + " company";
   return d;
@@ -123,10 +108,7 @@ class OdbcData : public ::testing::TestWithParam<std::string> {
   ReportDocument companyReport() {
     ReportDocument doc;
     auto& data = doc.definition.data;
-    for (const char16_t* name : {u"Customers", u"Orders", u"Order Lines"}) {
-      data.tables.push_back(sqlTable(name));
-      data.tables.back().connection = db_.connection;
-    }
+    for (const char16_t* name : {u"Customers", u"Orders", u"Order Lines"}) data.tables.push_back(sqlTable(name, db_.connection));
     data.links.push_back({field(u"Customers", u"CustomerID"), field(u"Orders", u"CustomerID")});
     data.links.push_back({field(u"Orders", u"OrderID"), field(u"Order Lines", u"OrderID")});
     data.groups.push_back({field(u"Customers", u"Country")});
@@ -140,13 +122,9 @@ class OdbcData : public ::testing::TestWithParam<std::string> {
       " FROM \"Customers\" c JOIN \"Orders\" o ON o.\"CustomerID\" = c.\"CustomerID\""
       " JOIN \"Order Lines\" l ON l.\"OrderID\" = o.\"OrderID\" ";
 
-  std::vector<std::vector<Value>> rows(ReportData& data, const std::vector<model::FieldRef>& fields,
-                                       const std::vector<FieldMatch>& match = {}) {
-    std::vector<std::vector<Value>> out;
-    auto cursor = data.rows(fields, match);
-    std::vector<Value> row;
-    while (cursor->next(row)) out.push_back(row);
-    return out;
+  static std::vector<std::vector<Value>> rows(ReportData& data, const std::vector<model::FieldRef>& fields,
+                                              const std::vector<FieldMatch>& match = {}) {
+    return allRows(data, fields, match);
   }
 
   std::vector<std::vector<std::string>> reference(const std::string& sql) {
@@ -240,8 +218,7 @@ TEST_P(OdbcData, SubreportMatchesSelectTheLinkedRecords) {
 TEST_P(OdbcData, AwkwardNamesNullsLongTextsAndInjectionsComeThroughIntact) {
   const Text table = u"Straße \"Ø\" 1";
   ReportDocument doc;
-  doc.definition.data.tables.push_back(sqlTable(table));
-  doc.definition.data.tables.back().connection = db_.connection;
+  doc.definition.data.tables.push_back(sqlTable(table, db_.connection));
   doc.definition.data.sortFields.push_back({field(table, u"Id")});
   doc.logOn = db_.logOn;
   auto data = provider_->open(doc, doc.definition, u"");
@@ -266,8 +243,7 @@ TEST_P(OdbcData, AwkwardNamesNullsLongTextsAndInjectionsComeThroughIntact) {
   EXPECT_EQ(reference("SELECT count(*) FROM \"Customers\";").at(0).at(0), "200");
 
   ReportDocument empty;
-  empty.definition.data.tables.push_back(sqlTable(u"Empty"));
-  empty.definition.data.tables.back().connection = db_.connection;
+  empty.definition.data.tables.push_back(sqlTable(u"Empty", db_.connection));
   empty.logOn = db_.logOn;
   auto none = provider_->open(empty, empty.definition, u"");
   EXPECT_TRUE(rows(*none, {field(u"Empty", u"Name")}).empty());
@@ -340,7 +316,7 @@ TEST_P(OdbcData, GroupsOnFormulasAreOrderedByTheEngine) {
 TEST_P(OdbcData, TheCatalogueListsTablesColumnsAndKeys) {
   Text connect = db_.connection;
   if (GetParam() == "PostgreSQL") connect += u";UID=" + db_.logOn.user + u";PWD=" + odbcValue(db_.logOn.password);
-  auto catalogue = openCatalogue(connect, 5);
+  auto catalogue = openCatalogue(readDataSource(connect), 5);
   EXPECT_EQ(catalogue->databaseName(), u"company");
   auto tables = catalogue->tables();
   std::sort(tables.begin(), tables.end());
@@ -413,19 +389,13 @@ class OdbcLogOn : public ::testing::Test {
     if (fixtureDir().empty()) GTEST_SKIP() << "MERVANE_DATA_FIXTURE is not set";
     pg_ = postgresDatabase();
   }
-  ReportDocument customers(Text connection) {
+  static ReportDocument customers(const Text& connection) {
     ReportDocument doc;
-    doc.definition.data.tables.push_back(sqlTable(u"Customers"));
-    doc.definition.data.tables.back().connection = std::move(connection);
+    doc.definition.data.tables.push_back(sqlTable(u"Customers", connection));
     return doc;
   }
-  std::size_t count(DataProvider& provider, const ReportDocument& doc) {
-    auto data = provider.open(doc, doc.definition, u"");
-    auto cursor = data->rows({field(u"Customers", u"Name")}, {});
-    std::vector<Value> row;
-    std::size_t n = 0;
-    while (cursor->next(row)) ++n;
-    return n;
+  static std::size_t count(DataProvider& provider, const ReportDocument& doc) {
+    return allRows(*provider.open(doc, doc.definition, u""), {field(u"Customers", u"Name")}).size();
   }
   Database pg_;
 };
@@ -437,19 +407,20 @@ TEST_F(OdbcLogOn, IntegratedIsRefusedThenTheKnownLogOnIsUsed) {
   doc.logOn = pg_.logOn;
   EXPECT_EQ(count(*provider, doc), 200u);
 
-  // The table's own user with its password from the table's secrets.
+  // The table's own user with the password of its log-on.
   ReportDocument own = customers(pg_.connection + u";UID=" + pg_.logOn.user);
-  own.secrets[TableKey{u"", u"Customers"}].password = pg_.logOn.password;
+  own.definition.data.tables[0].logOn.password = pg_.logOn.password;
   EXPECT_EQ(count(*provider, own), 200u);
 
   // A role the server trusts: the user alone is enough.
   ReportDocument trusted = customers(pg_.connection + u";UID=mervane_trust");
   EXPECT_EQ(count(*provider, trusted), 200u);
 
-  // The connect text given at run time wins, password and all.
-  ReportDocument given = customers(u"DSN=nothing-like-this");
-  given.secrets[TableKey{u"", u"Customers"}].connectText =
-      pg_.connection + u";UID=" + pg_.logOn.user + u";PWD=" + odbcValue(pg_.logOn.password);
+  // The table's connection is read as it is, password and all, before the
+  // report's log-on.
+  ReportDocument given = customers(pg_.connection + u";UID=" + pg_.logOn.user + u";PWD=" + odbcValue(pg_.logOn.password));
+  given.logOn = pg_.logOn;
+  given.logOn.user = u"nobody";
   EXPECT_EQ(count(*provider, given), 200u);
 }
 
@@ -465,7 +436,7 @@ TEST_F(OdbcLogOn, AWrongPasswordIsRefusedWithoutShowingIt) {
     EXPECT_EQ(e.message().find(u"Wrong;Secret"), Text::npos) << e.what();
     EXPECT_NE(e.message().find(u"Customers"), Text::npos) << e.what();
   }
-  EXPECT_THROW(openCatalogue(pg_.connection + u";UID=mervane_pw;PWD=Wrong", 5), LogOnRefused);
+  EXPECT_THROW(openCatalogue(readDataSource(pg_.connection + u";UID=mervane_pw;PWD=Wrong"), 5), LogOnRefused);
 }
 
 TEST_F(OdbcLogOn, ADeadOrSilentServerIsAnErrorWithinTheTimeout) {

@@ -12,12 +12,13 @@
 #include "engine/data/catalogue.h"
 #include "engine/data/odbc.h"
 #include "engine/data/odbc_data_provider.h"
-#include "../../support/postgres_env.h"
+#include "odbc_fixture.h"
 
 namespace mervane::engine::data {
 namespace {
 
 using formula::Value;
+using namespace fixture;
 
 std::string g_fixture;
 
@@ -25,30 +26,16 @@ std::map<std::string, std::string> postgresEnv() {
   return mervane::testing::readPostgresEnv(g_fixture + "\\postgres.env");
 }
 
-model::FieldRef field(Text table, Text column) {
-  model::FieldRef f;
-  f.table = std::move(table);
-  f.column = std::move(column);
-  return f;
-}
-
-ReportDocument customers(Text connection) {
+ReportDocument customers(const Text& connection) {
   ReportDocument doc;
-  model::Table t;
-  t.alias = t.location = u"Customers";
-  t.connection = std::move(connection);
-  doc.definition.data.tables.push_back(t);
+  doc.definition.data.tables.push_back(sqlTable(u"Customers", connection));
   doc.definition.data.sortFields.push_back({field(u"Customers", u"CustomerID")});
   return doc;
 }
 
 std::vector<std::vector<Value>> rows(const ReportDocument& doc) {
   auto data = createOdbcDataProvider({5})->open(doc, doc.definition, u"");
-  auto cursor = data->rows({field(u"Customers", u"CustomerID"), field(u"Customers", u"City")}, {});
-  std::vector<std::vector<Value>> out;
-  std::vector<Value> row;
-  while (cursor->next(row)) out.push_back(row);
-  return out;
+  return allRows(*data, {field(u"Customers", u"CustomerID"), field(u"Customers", u"City")});
 }
 
 TEST(OdbcUnderWine, SeesTheDriversAndTheDriveMappings) {
@@ -64,7 +51,7 @@ TEST(OdbcUnderWine, ReadsASqliteFileNamedByItsWindowsPath) {
   auto all = rows(customers(u"DRIVER=SQLite3;Database=" + path));
   ASSERT_EQ(all.size(), 200u);
   EXPECT_EQ(all[0][0], Value(1));
-  auto catalogue = openCatalogue(u"Provider=SQLOLEDB.1;Data Source=" + path + u";Initial Catalog=company", 5);
+  auto catalogue = openCatalogue(readDataSource(u"Provider=SQLOLEDB.1;Data Source=" + path + u";Initial Catalog=company"), 5);
   EXPECT_EQ(catalogue->tables().size(), 6u);
   EXPECT_THROW(rows(customers(u"DRIVER=SQLite3;Database=" + fromUtf8(g_fixture + "\\missing.db"))), DataError);
 }
@@ -72,12 +59,9 @@ TEST(OdbcUnderWine, ReadsASqliteFileNamedByItsWindowsPath) {
 TEST(OdbcUnderWine, PostgresLogOnFallsBackToTheKnownLogOn) {
   auto env = postgresEnv();
   ASSERT_FALSE(env["PGPORT"].empty());
-  ReportDocument doc =
-      customers(fromUtf8("DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;PORT=" + env["PGPORT"] + ";DATABASE=company"));
+  ReportDocument doc = customers(postgresCompany(env));
   EXPECT_THROW(rows(doc), LogOnRefused);
-  doc.logOn.user = fromUtf8(env["PG_PASSWORD_USER"]);
-  doc.logOn.password = fromUtf8(env["PG_PASSWORD"]);
-  doc.logOn.given = true;
+  doc.logOn = postgresLogOn(env);
   auto all = rows(doc);
   ASSERT_EQ(all.size(), 200u);
   EXPECT_EQ(all[1][1], Value(u"Göteborg"));
@@ -89,9 +73,8 @@ TEST(OdbcUnderWine, PostgresLogOnFallsBackToTheKnownLogOn) {
 TEST(OdbcUnderWine, RepointedTableOnASqliteDataSourceReadsOnlyItsDatabase) {
   for (const char16_t* database : {u"HALYARD", u"archive"}) {
     ReportDocument doc;
-    model::Table t;
-    t.alias = t.location = u"Users";
-    t.logOn = {u"Halyard", database, u"sa", {}};
+    model::Table t = sqlTable(u"Users");
+    t.logOn = {u"Halyard", database, u"sa", {}, {}};
     t.subLocation = database;
     doc.definition.data.tables.push_back(t);
     auto read = [&] {

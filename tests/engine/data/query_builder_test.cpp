@@ -162,8 +162,12 @@ TEST(Summaries, FollowTheEnginesRules) {
   EXPECT_EQ(run(Op::Maximum, {1, 5, 2}), Value(5));
   for (Op op : {Op::Sum, Op::Average, Op::Minimum, Op::Maximum}) EXPECT_TRUE(run(op, {Value()}).isNull());
   EXPECT_EQ(run(Op::Count, {}), Value(0));
-  EXPECT_LT(compareValues(Value(), Value(-1)), 0);
-  EXPECT_LT(compareValues(Value(u"Z"), Value(u"a")), 0);
+  // A minimum or maximum keeps to the kind of the first value, as the page
+  // layout's running totals do: a text cannot be compared with a number.
+  EXPECT_EQ(run(Op::Minimum, {u"b", 3, Value(), u"a"}), Value(u"a"));
+  EXPECT_EQ(run(Op::Maximum, {Value(), 5, u"z", 7}), Value(7));
+  EXPECT_LT(formula::compareValues(Value(), Value(-1)), 0);
+  EXPECT_LT(formula::compareValues(Value(u"Z"), Value(u"a")), 0);
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include <string>
 
 #include "engine/data/odbc_data_provider.h"
-#include "../../support/postgres_env.h"
+#include "odbc_fixture.h"
 
 namespace mervane::engine::data {
 namespace {
@@ -34,14 +34,8 @@ TEST(ServerStops, AFetchCutOffEndsInADataErrorSoon) {
             0);
 
   ReportDocument doc;
-  model::Table table;
-  table.alias = table.location = u"Many";
-  table.connection = fromUtf8("DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;PORT=" + env["PGPORT"] +
-                              ";DATABASE=company;UID=mervane_trust;Fetch=100");
-  doc.definition.data.tables.push_back(table);
-  model::FieldRef n;
-  n.table = u"Many";
-  n.column = u"N";
+  doc.definition.data.tables.push_back(fixture::sqlTable(u"Many", fixture::postgresCompany(env, ";UID=mervane_trust;Fetch=100")));
+  const model::FieldRef n = fixture::field(u"Many", u"N");
 
   auto provider = createOdbcDataProvider({5});
   auto data = provider->open(doc, doc.definition, u"");

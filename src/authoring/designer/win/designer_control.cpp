@@ -239,7 +239,6 @@ struct DesignerControl::Impl {
     // The worker gets a copy of what it needs, never the document itself.
     engine::ReportDocument tables;
     tables.definition.data.tables = document->definition.data.tables;
-    tables.secrets = document->secrets;
     tables.logOn = document->logOn;
     job = std::make_shared<ColumnJob>();
     worker = std::thread([job = job, source = columnSource, tables = std::move(tables), window = hwnd,

@@ -1,0 +1,13 @@
+// The session's data; see session_data.h.
+#include "connections/session_data.h"
+
+namespace mervane {
+
+SessionData readSessionData(const SessionSettings& s) {
+  using namespace engine::data;
+  return SessionData{hostDataSource(kHostDatabase, s.userName, s.userPassword, s.odbcServer),
+                     serverDataSource(s.sqlServer, s.sqlDatabase, s.sqlLogin, s.sqlPassword),
+                     readDataSource(s.sqlConnString)};
+}
+
+}  // namespace mervane
