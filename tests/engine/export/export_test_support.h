@@ -9,6 +9,7 @@
 #include <fstream>
 #include <string>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "engine/layout/display_list.h"
 
@@ -25,10 +26,24 @@ inline layout::TextRun run(std::int32_t x, std::int32_t y, Text text, std::int64
   return r;
 }
 
+// One folder per process, removed when the process ends: two runs of the
+// tests at once (a build and its sanitized twin) must not read each other's
+// files.
+inline const std::filesystem::path& scratchFolder() {
+  static const struct Folder {
+    std::filesystem::path path =
+        std::filesystem::temp_directory_path() / ("mervane-export-tests-" + std::to_string(getpid()));
+    ~Folder() {
+      std::error_code ignored;
+      std::filesystem::remove_all(path, ignored);
+    }
+  } folder;
+  return folder.path;
+}
+
 inline std::filesystem::path scratch(const std::string& name) {
-  auto folder = std::filesystem::temp_directory_path() / "mervane-export-tests";
-  std::filesystem::create_directories(folder);
-  return folder / name;
+  std::filesystem::create_directories(scratchFolder());
+  return scratchFolder() / name;
 }
 
 // What the command printed on standard output; its exit code in `status`.
