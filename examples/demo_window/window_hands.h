@@ -41,38 +41,44 @@ bool waitFor(Done done, int ms) {
 
 // The visible top-level window of this program whose caption starts so,
 // waited for up to ms.
+struct WindowSearch {
+  std::wstring prefix;
+  HWND found = nullptr;
+};
+
+// (Window enumeration callbacks are named functions: a lambda has the wrong
+// calling convention for them on 32-bit Windows.)
+inline BOOL CALLBACK visitWindow(HWND window, LPARAM data) {
+  auto* s = reinterpret_cast<WindowSearch*>(data);
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
+  if (process != GetCurrentProcessId() || !IsWindowVisible(window)) return TRUE;
+  if (!startsWith(text(window), s->prefix)) return TRUE;
+  s->found = window;
+  return FALSE;
+}
+
 inline HWND windowCalled(const std::wstring& prefix, int ms) {
-  struct Search {
-    std::wstring prefix;
-    HWND found = nullptr;
-  } search{prefix};
-  auto visit = [](HWND window, LPARAM data) -> BOOL {
-    auto* s = reinterpret_cast<Search*>(data);
-    DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
-    if (process != GetCurrentProcessId() || !IsWindowVisible(window)) return TRUE;
-    if (!startsWith(text(window), s->prefix)) return TRUE;
-    s->found = window;
-    return FALSE;
-  };
+  WindowSearch search{prefix};
   waitFor([&] {
-    EnumWindows(visit, reinterpret_cast<LPARAM>(&search));
+    EnumWindows(visitWindow, reinterpret_cast<LPARAM>(&search));
     return search.found != nullptr;
   }, ms);
   return search.found;
 }
 
 // The report viewer inside the designer window.
+inline BOOL CALLBACK visitForViewer(HWND child, LPARAM data) {
+  wchar_t name[64] = {};
+  GetClassNameW(child, name, 64);
+  if (std::wstring(name) != L"MervaneReportViewer") return TRUE;
+  *reinterpret_cast<HWND*>(data) = child;
+  return FALSE;
+}
+
 inline HWND viewerIn(HWND window) {
   HWND viewer = nullptr;
-  auto visit = [](HWND child, LPARAM data) -> BOOL {
-    wchar_t name[64] = {};
-    GetClassNameW(child, name, 64);
-    if (std::wstring(name) != L"MervaneReportViewer") return TRUE;
-    *reinterpret_cast<HWND*>(data) = child;
-    return FALSE;
-  };
-  EnumChildWindows(window, visit, reinterpret_cast<LPARAM>(&viewer));
+  EnumChildWindows(window, visitForViewer, reinterpret_cast<LPARAM>(&viewer));
   return viewer;
 }
 
