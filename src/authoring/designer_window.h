@@ -9,6 +9,7 @@
 #pragma once
 
 #include "base/text.h"
+#include "components/forgiving.h"
 #include "connections/session_data.h"
 
 namespace mervane {
@@ -30,6 +31,24 @@ class DesignerWindow {
   virtual bool hasReport() = 0;
   // Returns when the window hides itself (its close button).
   virtual void showModal() = 0;
+};
+
+// The window under the library's failure policy: each call is skipped when
+// the window is missing or the call fails; a failed read gives an empty
+// title or false.
+class ForgivingDesignerWindow : public ForgivingPart<DesignerWindow> {
+ public:
+  explicit ForgivingDesignerWindow(const Maker<DesignerWindow>& make) : ForgivingPart(make) {}
+
+  void setCaption(const Text& caption) noexcept { step([&](DesignerWindow& w) { w.setCaption(caption); }); }
+  void setSessionData(const SessionData& data) noexcept { step([&](DesignerWindow& w) { w.setSessionData(data); }); }
+  bool newReport() { return value(false, [](DesignerWindow& w) { return w.newReport(); }); }
+  void openReport(const Text& fileName, const Text& repName) noexcept {
+    step([&](DesignerWindow& w) { w.openReport(fileName, repName); });
+  }
+  Text reportTitle() { return value(Text(), [](DesignerWindow& w) { return w.reportTitle(); }); }
+  bool hasReport() { return value(false, [](DesignerWindow& w) { return w.hasReport(); }); }
+  void showModal() noexcept { step([](DesignerWindow& w) { w.showModal(); }); }
 };
 
 }  // namespace mervane

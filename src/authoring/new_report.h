@@ -15,7 +15,7 @@
 #include <memory>
 
 #include "base/text.h"
-#include "components/report_engine.h"
+#include "components/forgiving_report_engine.h"
 #include "connections/server_catalogue.h"
 #include "connections/table_chooser.h"
 
@@ -34,6 +34,23 @@ class NewReportWindow {
   virtual std::shared_ptr<EngineDatabase> reportDatabase() = 0;
 };
 
+// The window under the library's failure policy: a call that fails is
+// skipped and nothing is raised; a failed read gives an empty database.
+class ForgivingNewReportWindow {
+ public:
+  explicit ForgivingNewReportWindow(NewReportWindow& window) : window_(window) {}
+
+  void setHourglass(bool on) noexcept { attempt([&] { window_.setHourglass(on); }); }
+  void processMessages() noexcept { attempt([&] { window_.processMessages(); }); }
+  void createReport() noexcept { attempt([&] { window_.createReport(); }); }
+  ForgivingDatabase reportDatabase() {
+    return ForgivingDatabase(attemptOr(std::shared_ptr<EngineDatabase>(), [&] { return window_.reportDatabase(); }));
+  }
+
+ private:
+  NewReportWindow& window_;
+};
+
 // The data-set node's caption for a database.
 Text dataSetCaption(const Text& databaseName);
 
@@ -42,7 +59,7 @@ Text dataSetCaption(const Text& databaseName);
 // Never throws.
 // `sql` is the session's SQL Server log-on (its server, database, login and
 // password).
-bool buildNewReport(const DataSource& sql, DatabaseServer& server,
-                    const std::function<std::unique_ptr<TableChooser>()>& loadChooser, NewReportWindow& window);
+bool buildNewReport(const DataSource& sql, DatabaseServer& server, const Maker<TableChooser>& loadChooser,
+                    NewReportWindow& window);
 
 }  // namespace mervane

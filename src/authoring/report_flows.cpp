@@ -2,52 +2,41 @@
 // to unloading, each step's failure ignored.
 #include "authoring/report_flows.h"
 
-#include <memory>
-
 #include "authoring/designer_window.h"
-#include "base/attempt.h"
 #include "catalogue/catalogue_scan.h"
+#include "components/forgiving_desktop.h"
+#include "components/forgiving_settings_store.h"
 
 namespace mervane {
-namespace {
-
-// The session's connection settings, read once, go to the window as one
-// value.
-void configure(DesignerWindow& window, const SessionSettings& s) {
-  attempt([&] { window.setSessionData(readSessionData(s)); });
-}
-
-}  // namespace
 
 bool newVisualReport(const SessionSettings& session, const DesignerPorts& ports) {
-  std::unique_ptr<DesignerWindow> window;
-  if (!attempt([&] { window = ports.window(); }) || !window) return false;
-  configure(*window, session);
-  bool ready = false;
-  if (!attempt([&] { ready = window->newReport(); }) || !ready) return false;
-  attempt([&] { window->showModal(); });
-  attempt([&] { ports.desktop.processMessages(); });
+  ForgivingDesignerWindow window(ports.window);
+  if (!window) return false;
+  window.setSessionData(readSessionData(session));
+  if (!window.newReport()) return false;
+  window.showModal();
+  ForgivingDesktop(ports.desktop).processMessages();
   return true;
 }
 
 void editVisualReport(const SessionSettings& session, const DesignerPorts& ports, Text& repName, const Text& fileName) {
-  attempt([&] { ports.desktop.setBusyPointer(true); });
+  ForgivingDesktop desktop(ports.desktop);
+  desktop.setBusyPointer(true);
   Text newTitle;
   bool opened = false;
   {
-    std::unique_ptr<DesignerWindow> window;
-    attempt([&] { window = ports.window(); });
+    ForgivingDesignerWindow window(ports.window);
     if (window) {
-      attempt([&] { window->setCaption(u"Edit Report - " + fileName); });
-      configure(*window, session);
-      attempt([&] { window->openReport(fileName, repName); });
-      attempt([&] { ports.desktop.setBusyPointer(false); });
-      attempt([&] { window->showModal(); });
-      attempt([&] { ports.desktop.processMessages(); });
-      attempt([&] { newTitle = window->reportTitle(); });
-      attempt([&] { opened = window->hasReport(); });
+      window.setCaption(u"Edit Report - " + fileName);
+      window.setSessionData(readSessionData(session));
+      window.openReport(fileName, repName);
+      desktop.setBusyPointer(false);
+      window.showModal();
+      desktop.processMessages();
+      newTitle = window.reportTitle();
+      opened = window.hasReport();
     }
-    attempt([&] { ports.desktop.setBusyPointer(false); });
+    desktop.setBusyPointer(false);
   }  // the window unloads here
 
   // A report that never opened reads back an empty title: that is not the
@@ -58,19 +47,17 @@ void editVisualReport(const SessionSettings& session, const DesignerPorts& ports
   repName = trim(newTitle);
 }
 
-void retitleStoredReports(const SessionSettings& session, SettingsStore& store, const Text& oldTitle,
+void retitleStoredReports(const SessionSettings& session, SettingsStore& settings, const Text& oldTitle,
                           const Text& newTitle) {
-  std::vector<SettingsStore::Row> rows;
-  if (!attempt([&] { rows = store.readAll(session.registryPath, kReportsSection); })) return;
+  ForgivingSettingsStore store(settings);
+  const std::optional<std::vector<SettingsStore::Row>> rows = store.readAll(session.registryPath, kReportsSection);
+  if (!rows) return;
   const Text old = trim(oldTitle);
-  for (const auto& [key, text] : rows) {
+  for (const auto& [key, text] : *rows) {
     std::optional<StoredValue::Parts> parts = StoredValue::split(text);
     if (!parts || trim(parts->title) != old) continue;
     parts->title = newTitle;
-    const Text& storedKey = key;
-    attempt([&] {
-      store.write(session.registryPath, kReportsSection, storedKey, parts->joined());
-    });
+    store.write(session.registryPath, kReportsSection, key, parts->joined());
   }
 }
 

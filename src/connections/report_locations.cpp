@@ -2,10 +2,7 @@
 // every table of the main report and of each subreport one level down.
 #include "connections/report_locations.h"
 
-#include <memory>
-#include <vector>
-
-#include "base/attempt.h"
+#include "components/forgiving_report_engine.h"
 
 namespace mervane {
 namespace {
@@ -27,58 +24,38 @@ bool isHostTable(const Text& logOnDatabase) {
   return lower(logOnDatabase) == kHostDatabaseLower || trim(logOnDatabase).empty();
 }
 
-void repointTable(EngineTable& table, const SessionData& s) {
-  int type = 0;
-  attempt([&] { type = table.databaseType(); });
-  if (type != kSqlTableDatabaseType) return;
-
-  Text database;
-  attempt([&] { database = table.logOnDatabaseName(); });
-  const DataSource& host = s.host;
-  if (isHostTable(database)) {
-    attempt([&] { table.setLogOnInfo(host, kHostDatabase, host.user, host.password); });
+void repointTable(ForgivingTable& table, const SessionData& s) {
+  if (table.databaseType() != kSqlTableDatabaseType) return;
+  if (isHostTable(table.logOnDatabaseName())) {
+    const DataSource& host = s.host;
+    table.setLogOnInfo(host, kHostDatabase, host.user, host.password);
     return;
   }
   const DataSource& sql = s.sqlLogOn;
-  attempt([&] { table.setLogOnInfo(sql, sql.database, sql.user, sql.password); });
-  Text location;
-  attempt([&] { location = table.location(); });
-  attempt([&] { table.setTableLocation(sql.database, location, s.sqlConnection); });
+  table.setLogOnInfo(sql, sql.database, sql.user, sql.password);
+  const Text location = table.location();
+  table.setTableLocation(sql.database, location, s.sqlConnection);
 }
 
-void repointTables(EngineReport& report, const SessionData& s) {
-  std::shared_ptr<EngineDatabase> database;
-  attempt([&] { database = report.database(); });
-  if (!database) return;
-  std::vector<std::shared_ptr<EngineTable>> tables;
-  attempt([&] { tables = database->tables(); });
-  for (const auto& table : tables)
-    if (table) repointTable(*table, s);
+void repointTables(ForgivingReport& report, const SessionData& s) {
+  ForgivingDatabase database = report.database();
+  for (ForgivingTable& table : database.tables()) repointTable(table, s);
 }
 
 }  // namespace
 
 void setReportLocations(EngineReport* report, const SessionData& s) {
-  if (!report) return;
+  ForgivingReport main = ForgivingReport::borrowing(report);
   const DataSource& sql = s.sqlLogOn;
-  attempt([&] {
-    report->database()->logOnServerEx(kAdoDriverFile, sql.server, sql.database, sql.user, sql.password,
-                                      kAdoServerType, s.sqlConnection);
-  });
-  repointTables(*report, s);
+  main.database().logOnServerEx(kAdoDriverFile, sql.server, sql.database, sql.user, sql.password, kAdoServerType,
+                                s.sqlConnection);
+  repointTables(main, s);
 
-  std::vector<std::shared_ptr<EngineSection>> sections;
-  attempt([&] { sections = report->sections(); });
-  for (const auto& section : sections) {
-    std::vector<std::shared_ptr<EngineReportObject>> objects;
-    attempt([&] { objects = section->reportObjects(); });
-    for (const auto& object : objects) {
-      int kind = 0;
-      attempt([&] { kind = object->kind(); });
-      if (kind != kSubreportObjectKind) continue;
-      std::shared_ptr<EngineReport> subreport;
-      attempt([&] { subreport = object->openSubreport(); });
-      if (subreport) repointTables(*subreport, s);
+  for (ForgivingSection& section : main.sections()) {
+    for (ForgivingReportObject& object : section.reportObjects()) {
+      if (object.kind() != kSubreportObjectKind) continue;
+      ForgivingReport subreport = object.openSubreport();
+      repointTables(subreport, s);
     }
   }
 }

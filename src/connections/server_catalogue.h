@@ -18,6 +18,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/attempt.h"
 #include "base/text.h"
 #include "engine/data/data_source.h"
 
@@ -48,6 +49,27 @@ class DatabaseServer {
   // not there. Throws when the server cannot be asked.
   virtual std::optional<ServerDatabase> findDatabase(const Text& name) = 0;
   virtual void disconnect() = 0;
+};
+
+// The server under the library's failure policy: a call that fails is
+// skipped and nothing is raised. A log-on says whether it went through; a
+// failed search finds nothing.
+class ForgivingDatabaseServer {
+ public:
+  explicit ForgivingDatabaseServer(DatabaseServer& server) : server_(server) {}
+
+  void setLoginTimeout(int seconds) noexcept { attempt([&] { server_.setLoginTimeout(seconds); }); }
+  bool connectIntegrated(const Text& server) noexcept { return attempt([&] { server_.connectIntegrated(server); }); }
+  bool connectWithLogin(const Text& server, const Text& login, const Text& password) noexcept {
+    return attempt([&] { server_.connectWithLogin(server, login, password); });
+  }
+  std::optional<ServerDatabase> findDatabase(const Text& name) {
+    return attemptOr(std::optional<ServerDatabase>(), [&] { return server_.findDatabase(name); });
+  }
+  void disconnect() noexcept { attempt([&] { server_.disconnect(); }); }
+
+ private:
+  DatabaseServer& server_;
 };
 
 class OdbcDatabaseServer final : public DatabaseServer {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "components/forgiving.h"
 
 namespace mervane {
 
@@ -35,6 +36,26 @@ class TableChooser {
   virtual bool okSelected() = 0;
   // Every node in the tree's order, with its tick as it now stands.
   virtual std::vector<ChooserNodeState> nodes() = 0;
+};
+
+// The chooser under the library's failure policy: each call is skipped when
+// the chooser is missing or the call fails. showModal says whether it went
+// through; a failed read gives false or no nodes.
+class ForgivingTableChooser : public ForgivingPart<TableChooser> {
+ public:
+  explicit ForgivingTableChooser(const Maker<TableChooser>& make) : ForgivingPart(make) {}
+
+  void addDataSetNode(const Text& key, const Text& caption) noexcept {
+    step([&](TableChooser& c) { c.addDataSetNode(key, caption); });
+  }
+  void addTableNode(const Text& parentKey, const Text& text) noexcept {
+    step([&](TableChooser& c) { c.addTableNode(parentKey, text); });
+  }
+  bool showModal() noexcept { return step([](TableChooser& c) { c.showModal(); }); }
+  bool okSelected() { return value(false, [](TableChooser& c) { return c.okSelected(); }); }
+  std::vector<ChooserNodeState> nodes() {
+    return value(std::vector<ChooserNodeState>(), [](TableChooser& c) { return c.nodes(); });
+  }
 };
 
 }  // namespace mervane

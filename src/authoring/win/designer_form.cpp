@@ -26,11 +26,14 @@
 #include "authoring/viewer/win/viewer_control.h"
 #include "base/attempt.h"
 #include "base/win/com.h"
+#include "components/forgiving_report_engine.h"
 #include "connections/report_locations.h"
 #include "engine/engine.h"
 
 namespace mervane::authoring::win {
 namespace {
+
+using viewer::win::ForgivingViewerControl;
 
 constexpr int kDesignTab = 1;  // the tabs' indexes, from 1
 constexpr int kPreviewTab = 2;
@@ -185,47 +188,48 @@ void DesignerForm::tabChosen(int index) {
   if (back) ShowWindow(back, SW_HIDE);
   if (index == kPreviewTab && viewer_) {
     mervane::win::WaitCursor hourglass;
-    attempt([&] { viewer_->bringUpToDate(); });
+    ForgivingViewerControl(viewer_.get()).bringUpToDate();
   }
 }
 
 void DesignerForm::giveToDesigner() {
-  if (!designer_) return;
-  engine::Report* report = currentReport();
-  attempt([&] { designer_->setReport(report); });
-  attempt([&] { designer_->setDisplayOption(designer::kDisplayFieldList, true); });
-  attempt([&] { designer_->setDisplayOption(designer::kDisplayGrid, true); });
-  attempt([&] { designer_->setDisplayOption(designer::kDisplayReadOnly, false); });
+  ForgivingDesignerControl control(designer_.get());
+  control.setReport(currentReport());
+  control.setDisplayOption(designer::kDisplayFieldList, true);
+  control.setDisplayOption(designer::kDisplayGrid, true);
+  control.setDisplayOption(designer::kDisplayReadOnly, false);
 }
 
 // OpenReport asks for the page view (360) before showing the report (265);
 // NewReport the other way round.
 void DesignerForm::giveToViewer(bool pagesFirst) {
-  if (!viewer_) return;
-  engine::Report* report = currentReport();
-  attempt([&] { viewer_->setReportSource(report); });
+  ForgivingViewerControl viewer(viewer_.get());
+  viewer.setReportSource(currentReport());
   if (pagesFirst) {
-    attempt([&] { viewer_->showAsPages(); });
-    attempt([&] { viewer_->viewReport(); });
+    viewer.showAsPages();
+    viewer.viewReport();
   } else {
-    attempt([&] { viewer_->viewReport(); });
-    attempt([&] { viewer_->showAsPages(); });
+    viewer.viewReport();
+    viewer.showAsPages();
   }
 }
 
 void DesignerForm::dropReport() {
-  if (designer_) attempt([&] { designer_->setReport(nullptr); });
-  if (viewer_) attempt([&] { viewer_->setReportSource(nullptr); });
+  ForgivingDesignerControl(designer_.get()).setReport(nullptr);
+  ForgivingViewerControl(viewer_.get()).setReportSource(nullptr);
   report_.reset();
 }
 
 void DesignerForm::openReport(const Text& fileName, const Text& repName) {
   dropReport();
-  attempt([&] { if (engine_) report_ = engine_->open(fileName, OpenMethod::ByTemporaryCopy); });
-  attempt([&] { setReportLocations(report_.get(), session_); });
+  // A file the engine cannot open leaves the window without a report.
+  if (engine_)
+    report_ = attemptOr<std::unique_ptr<engine::Report>>(
+        nullptr, [&] { return engine_->open(fileName, OpenMethod::ByTemporaryCopy); });
+  setReportLocations(report_.get(), session_);
   giveToDesigner();
   giveToViewer(true);
-  attempt([&] { if (report_) report_->setTitle(repName); });
+  ForgivingReport::borrowing(report_.get()).setTitle(repName);
   markUnchanged();
 }
 
@@ -240,22 +244,17 @@ bool DesignerForm::changedByUser() const {
   return report && report->modified() && report->revision() != unchangedRevision_;
 }
 
-Text DesignerForm::reportTitle() {
-  Text title;
-  attempt([&] { if (report_) title = report_->title(); });
-  return title;
-}
+Text DesignerForm::reportTitle() { return ForgivingReport::borrowing(report_.get()).title(); }
 
 // ---- NewReport ----
 
 bool DesignerForm::newReport() {
-  std::unique_ptr<DatabaseServer> server;
-  attempt([&] { if (parts_.createServer) server = parts_.createServer(); });
+  std::unique_ptr<DatabaseServer> server = attemptOr<std::unique_ptr<DatabaseServer>>(nullptr, parts_.createServer);
   if (!server) return false;
   const bool built = buildNewReport(session_.sqlLogOn, *server, parts_.loadChooser, *this);
   // The tables were added after the designer was given the report: its
   // field list reads them again.
-  if (built && designer_) attempt([&] { designer_->setReport(currentReport()); });
+  if (built) ForgivingDesignerControl(designer_.get()).setReport(currentReport());
   markUnchanged();
   return built;
 }
@@ -325,14 +324,17 @@ void DesignerForm::onMenu(UINT id) {
     case kCommandClose: onCloseRequest(); return;
     case kCommandPrint:
     case kCommandExport: {
-      if (!viewer_) return;
       // What is printed is the report as it now stands.
-      attempt([&] { viewer_->bringUpToDate(); });
-      attempt([&] { id == kCommandPrint ? viewer_->print() : viewer_->exportTo(); });
+      ForgivingViewerControl viewer(viewer_.get());
+      viewer.bringUpToDate();
+      if (id == kCommandPrint)
+        viewer.print();
+      else
+        viewer.exportTo();
       return;
     }
     default:
-      if (designer_) attempt([&] { designer_->onCommand(id); });
+      ForgivingDesignerControl(designer_.get()).onCommand(id);
   }
 }
 

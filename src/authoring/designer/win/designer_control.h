@@ -20,6 +20,7 @@
 
 #include "authoring/designer/editor.h"
 #include "authoring/designer/field_list.h"
+#include "components/forgiving.h"
 
 namespace mervane::engine {
 class Report;
@@ -120,6 +121,21 @@ class DesignerControl {
  private:
   struct Impl;
   std::unique_ptr<Impl> impl_;
+};
+
+// The designer as its host window drives it, under the library's failure
+// policy: each call is skipped when there is no designer or the call fails.
+// The host keeps the designer; the wrapper only borrows it.
+class ForgivingDesignerControl : public ForgivingPart<DesignerControl, std::shared_ptr<DesignerControl>> {
+ public:
+  explicit ForgivingDesignerControl(DesignerControl* designer)
+      : ForgivingPart(std::shared_ptr<DesignerControl>(std::shared_ptr<void>(), designer)) {}
+
+  void setReport(engine::Report* report) noexcept { step([&](DesignerControl& d) { d.setReport(report); }); }
+  void setDisplayOption(int number, bool value) noexcept {
+    step([&](DesignerControl& d) { d.setDisplayOption(number, value); });
+  }
+  void onCommand(UINT id) noexcept { step([&](DesignerControl& d) { d.onCommand(id); }); }
 };
 
 }  // namespace mervane::authoring::win

@@ -27,6 +27,7 @@
 #include "authoring/viewer/page_cache.h"
 #include "authoring/viewer/viewer_state.h"
 #include "authoring/viewer/win/export_job.h"
+#include "components/forgiving.h"
 #include "engine/engine.h"
 #include "engine/layout/page_source.h"
 #include "engine/win/page_painter.h"
@@ -166,6 +167,24 @@ class ViewerControl {
   std::unique_ptr<printing::win::PrintJob> printJob_;
   std::unique_ptr<ExportJob> exportJob_;
   std::optional<bool> exportResult_;
+};
+
+// The viewer as its host window drives it, under the library's failure
+// policy: each call is skipped when there is no viewer or the call fails.
+// The host keeps the viewer; the wrapper only borrows it.
+class ForgivingViewerControl : public ForgivingPart<ViewerControl, std::shared_ptr<ViewerControl>> {
+ public:
+  explicit ForgivingViewerControl(ViewerControl* viewer)
+      : ForgivingPart(std::shared_ptr<ViewerControl>(std::shared_ptr<void>(), viewer)) {}
+
+  void setReportSource(engine::Report* report) noexcept {
+    step([&](ViewerControl& v) { v.setReportSource(report); });
+  }
+  void showAsPages() noexcept { step([](ViewerControl& v) { v.showAsPages(); }); }
+  void viewReport() noexcept { step([](ViewerControl& v) { v.viewReport(); }); }
+  void bringUpToDate() noexcept { step([](ViewerControl& v) { v.bringUpToDate(); }); }
+  void print() noexcept { step([](ViewerControl& v) { v.print(); }); }
+  void exportTo() noexcept { step([](ViewerControl& v) { v.exportTo(); }); }
 };
 
 }  // namespace mervane::viewer::win
