@@ -160,7 +160,7 @@ class JoinedGroups {
 std::vector<std::shared_ptr<EngineTable>> DatabaseObject::tables() {
   std::vector<std::shared_ptr<EngineTable>> result;
   for (std::size_t i = 0; i < definition_.data.tables.size(); ++i)
-    result.push_back(std::make_shared<TableObject>(report_, definition_, i));
+    result.push_back(std::make_shared<TableObject>(definition_, i));
   return result;
 }
 

@@ -38,8 +38,7 @@ class DatabaseObject final : public EngineDatabase {
 
 class TableObject final : public EngineTable {
  public:
-  TableObject(Report& report, model::ReportDefinition& definition, std::size_t index)
-      : report_(report), definition_(definition), index_(index) {}
+  TableObject(model::ReportDefinition& definition, std::size_t index) : definition_(definition), index_(index) {}
   int databaseType() override { return static_cast<int>(table().type); }
   Text logOnDatabaseName() override { return table().logOn.database; }
   Text location() override { return table().location; }
@@ -49,7 +48,6 @@ class TableObject final : public EngineTable {
  private:
   model::Table& table();
 
-  Report& report_;
   model::ReportDefinition& definition_;
   std::size_t index_;
 };
