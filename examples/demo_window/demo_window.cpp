@@ -4,8 +4,9 @@
 // with the title and path the catalogue gave), while a second thread does
 // what a person at the window would: looks at the Design tab, clicks
 // Preview, waits for the first page, and exports the report to PDF through
-// the viewer's Export button and its save dialog. Both tabs are saved as PNG pictures beside the
-// PDF, and each path is printed as soon as the file is there.
+// the viewer's Export button, its Export dialog and the save dialog. Both
+// tabs are saved as PNG pictures beside the PDF, and each path is printed as
+// soon as the file is there.
 //
 //   demo_window.exe REPORTS_FOLDER\ FILE_NAME COMPANY_DB OUTPUT_FOLDER [--stay]
 //
@@ -85,10 +86,15 @@ int person(const std::wstring& folder, const std::wstring& pdfName, bool stay) {
   Sleep(500);
   if (shown && savePicture(window, folder + L"\\preview.png")) ++saved;
 
-  // File > Export through the viewer's button and the save dialog.
+  // Export through the viewer's button: the Export dialog as it opens (a
+  // PDF of all pages), then the save dialog.
   const std::wstring pdf = folder + L"\\" + pdfName;
   DeleteFileW(pdf.c_str());
   if (viewer) PostMessageW(GetDlgItem(viewer, kExportButton), BM_CLICK, 0, 0);
+  if (HWND choice = windowCalled(L"Export", 10000)) {
+    Sleep(300);
+    PostMessageW(GetDlgItem(choice, IDOK), BM_CLICK, 0, 0);
+  }
   if (HWND dialog = windowCalled(L"Export Report", 10000)) {
     Sleep(300);
     HWND name = GetDlgItem(dialog, kFileNameCombo);
