@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <ios>
 #include <map>
+#include <string>
+
+#include "engine/export/xml_text.h"
 
 namespace mervane::engine::exporting {
 
@@ -35,18 +38,8 @@ std::string colour(std::uint32_t rgb) {
   return s;
 }
 
-void appendEscaped(std::string& out, TextView text) {
-  for (char c : toUtf8(text)) {
-    switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      default:
-        if (static_cast<unsigned char>(c) >= 0x20 || c == '\t') out += c;
-    }
-  }
-}
+// Line breaks have no place in a placed run of text.
+void appendEscaped(std::string& out, TextView text) { appendXmlEscaped(out, toUtf8(text), false); }
 
 std::string base64(const std::string& bytes) {
   static const char table[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";

@@ -11,6 +11,7 @@
 
 #include "base/zip/zip_stream_writer.h"
 #include "engine/export/report_records.h"
+#include "engine/export/xml_text.h"
 
 namespace mervane::engine::exporting {
 
@@ -23,21 +24,8 @@ constexpr const char* kMainNs = "http://schemas.openxmlformats.org/spreadsheetml
 constexpr const char* kRelNs = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 constexpr const char* kXmlHead = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
 
-// Text for XML content and attribute values; characters XML 1.0 cannot
-// carry (most control characters) are left out.
-void appendEscaped(std::string& out, std::string_view utf8) {
-  for (char c : utf8) {
-    switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      default:
-        if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r') break;
-        out += c;
-    }
-  }
-}
+// A cell's text keeps its line breaks.
+void appendEscaped(std::string& out, std::string_view utf8) { appendXmlEscaped(out, utf8, true); }
 
 std::string escaped(TextView text) {
   std::string out;
