@@ -23,6 +23,40 @@ void RecordWriter::u64(std::uint64_t v) {
   u32(static_cast<std::uint32_t>(v >> 32));
 }
 
+std::string endRecords(std::uint64_t count, std::uint64_t start, std::uint64_t size, std::uint64_t end,
+                       bool forceZip64) {
+  const bool zip64 = forceZip64 || count >= kMax16 || start >= kMax32 || size >= kMax32;
+  std::string tail;
+  RecordWriter w(tail);
+  if (zip64) {
+    w.u32(kZip64EndSignature);
+    w.u64(kZip64EndSize - 12);
+    w.u16(kVersionZip64);
+    w.u16(kVersionZip64);
+    w.u32(0);  // this disk
+    w.u32(0);  // the central directory's disk
+    w.u64(count);
+    w.u64(count);
+    w.u64(size);
+    w.u64(start);
+    w.u32(kZip64LocatorSignature);
+    w.u32(0);
+    w.u64(end);  // where the ZIP64 end record starts
+    w.u32(1);    // disks
+  }
+  const auto fit16 = [&](std::uint64_t v) { return forceZip64 || v >= kMax16 ? kMax16 : static_cast<std::uint16_t>(v); };
+  const auto fit32 = [&](std::uint64_t v) { return forceZip64 || v >= kMax32 ? kMax32 : static_cast<std::uint32_t>(v); };
+  w.u32(kEndSignature);
+  w.u16(0);
+  w.u16(0);
+  w.u16(fit16(count));
+  w.u16(fit16(count));
+  w.u32(fit32(size));
+  w.u32(fit32(start));
+  w.u16(0);  // comment
+  return tail;
+}
+
 std::uint16_t readU16(const unsigned char* p) {
   return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
 }

@@ -88,6 +88,14 @@ class RecordReader {
   bool failed_ = false;
 };
 
+// The records that end a zip file, for a central directory of `count`
+// entries, `size` bytes long, that starts at `start` and ends at `end`: the
+// ZIP64 end record and its locator when a count or an offset does not fit
+// the classic record (or when `forceZip64`), then the classic end record,
+// with the fields ZIP64 carries set to their maximum.
+std::string endRecords(std::uint64_t count, std::uint64_t start, std::uint64_t size, std::uint64_t end,
+                       bool forceZip64 = false);
+
 std::uint16_t readU16(const unsigned char* p);
 std::uint32_t readU32(const unsigned char* p);
 std::uint64_t readU64(const unsigned char* p);

@@ -166,35 +166,7 @@ void StreamWriter::finish() {
   put(cd.data(), cd.size());
   const std::uint64_t size = position_ - start;
   const std::uint64_t count = entries_.size();
-  const bool zip64 = count >= kMax16 || start >= kMax32 || size >= kMax32;
-  std::string tail;
-  RecordWriter w(tail);
-  if (zip64) {
-    const std::uint64_t recordAt = position_;
-    w.u32(kZip64EndSignature);
-    w.u64(kZip64EndSize - 12);
-    w.u16(kVersionZip64);
-    w.u16(kVersionZip64);
-    w.u32(0);
-    w.u32(0);
-    w.u64(count);
-    w.u64(count);
-    w.u64(size);
-    w.u64(start);
-    w.u32(kZip64LocatorSignature);
-    w.u32(0);
-    w.u64(recordAt);
-    w.u32(1);
-  }
-  const auto count16 = count >= kMax16 ? kMax16 : static_cast<std::uint16_t>(count);
-  w.u32(kEndSignature);
-  w.u16(0);
-  w.u16(0);
-  w.u16(count16);
-  w.u16(count16);
-  w.u32(size >= kMax32 ? kMax32 : static_cast<std::uint32_t>(size));
-  w.u32(start >= kMax32 ? kMax32 : static_cast<std::uint32_t>(start));
-  w.u16(0);
+  const std::string tail = endRecords(count, start, size, position_);
   put(tail.data(), tail.size());
   out_.flush();
   if (!out_) throw std::ios_base::failure("the zip file could not be written");

@@ -353,38 +353,7 @@ class ArchiveWriter {
     std::uint64_t size = position_ - start;
     std::uint64_t count = records_.size();
 
-    bool zip64 =
-        options_.forceZip64 || count >= zip::kMax16 || start >= zip::kMax32 || size >= zip::kMax32;
-    std::string tail;
-    zip::RecordWriter w(tail);
-    if (zip64) {
-      std::uint64_t recordAt = position_;
-      w.u32(zip::kZip64EndSignature);
-      w.u64(zip::kZip64EndSize - 12);
-      w.u16(zip::kVersionZip64);
-      w.u16(zip::kVersionZip64);
-      w.u32(0);
-      w.u32(0);
-      w.u64(count);
-      w.u64(count);
-      w.u64(size);
-      w.u64(start);
-      w.u32(zip::kZip64LocatorSignature);
-      w.u32(0);
-      w.u64(recordAt);
-      w.u32(1);
-    }
-    bool all = options_.forceZip64;
-    std::uint16_t count16 =
-        all || count >= zip::kMax16 ? zip::kMax16 : static_cast<std::uint16_t>(count);
-    w.u32(zip::kEndSignature);
-    w.u16(0);
-    w.u16(0);
-    w.u16(count16);
-    w.u16(count16);
-    w.u32(all || size >= zip::kMax32 ? zip::kMax32 : static_cast<std::uint32_t>(size));
-    w.u32(all || start >= zip::kMax32 ? zip::kMax32 : static_cast<std::uint32_t>(start));
-    w.u16(0);  // comment
+    const std::string tail = zip::endRecords(count, start, size, position_, options_.forceZip64);
     writeBytes(tail.data(), tail.size());
   }
 
