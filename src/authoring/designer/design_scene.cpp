@@ -2,6 +2,7 @@
 #include "authoring/designer/design_scene.h"
 
 #include "authoring/designer/properties.h"
+#include "engine/layout/picture.h"
 
 namespace mervane::authoring::designer {
 
@@ -38,6 +39,11 @@ void appendObjectItems(const model::ReportObject& o, const Box& box, std::vector
       return;
     case model::ObjectKind::Subreport:
       items.push_back(layout::BoxItem{rectOf(box), model::BorderStyle::Dashed, 10, 0x808080, false, model::kWhite});
+      break;
+    case model::ObjectKind::Picture:
+      // A picture from a column shows as an empty frame with the column's name.
+      layout::appendPictureItems(o, rectOf(box), o.picture.image.shared(), items);
+      if (!o.picture.image.empty()) return;
       break;
     default:
       if (f.filled || f.border != model::BorderStyle::None)

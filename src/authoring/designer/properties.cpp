@@ -118,6 +118,7 @@ struct ObjectProperty {
   std::function<bool(model::ReportObject&, const Text&)> set;  // false: refused
   std::vector<Text> choices = {};
   bool textOnly = false;  // shown only when every selected object is fixed text
+  bool pictureOnly = false;  // shown only when every selected object is a picture
 };
 
 template <class F>
@@ -197,14 +198,28 @@ const std::vector<ObjectProperty>& objectProperties() {
        }},
       {u"canGrow", u"Can grow", PropertyKind::YesNo, [](const O& o) { return yesNo(o.format.canGrow); },
        flagSetter(&model::Format::canGrow)},
+      {u"stretch", u"Stretch to fill", PropertyKind::YesNo, [](const O& o) { return yesNo(o.picture.stretch); },
+       [](O& o, const Text& t) {
+         auto v = parseYesNo(t);
+         if (v) o.picture.stretch = *v;
+         return v.has_value();
+       },
+       {}, false, true},
   };
   return all;
 }
 
-bool allText(const engine::ReportDocument& document, const Selection& selection) {
+bool allOf(const engine::ReportDocument& document, const Selection& selection, model::ObjectKind kind) {
   for (ObjectRef r : selection.objects)
-    if (document.definition.sections[r.section].objects[r.index].kind != model::ObjectKind::Text) return false;
+    if (document.definition.sections[r.section].objects[r.index].kind != kind) return false;
   return true;
+}
+bool allText(const engine::ReportDocument& document, const Selection& selection) {
+  return allOf(document, selection, model::ObjectKind::Text);
+}
+bool shown(const ObjectProperty& p, const engine::ReportDocument& document, const Selection& selection) {
+  return (!p.textOnly || allText(document, selection)) &&
+         (!p.pictureOnly || allOf(document, selection, model::ObjectKind::Picture));
 }
 
 // Rows of a section; `set` for one of them gives the changed section.
@@ -300,6 +315,9 @@ Text designText(const model::ReportObject& o) {
       return name + u" of {" + field + u"}";
     }
     case model::ObjectKind::Subreport: return u"Subreport: " + o.subreport.name;
+    case model::ObjectKind::Picture:
+      return o.picture.image.empty() && !o.field.column.empty() ? u"{" + o.field.table + u"." + o.field.column + u"}"
+                                                                 : Text(u"Picture");
     default: return {};
   }
 }
@@ -307,10 +325,9 @@ Text designText(const model::ReportObject& o) {
 std::vector<Property> describeSelection(const engine::ReportDocument& document, const Selection& selection) {
   const auto& sections = document.definition.sections;
   if (!selection.objects.empty()) {
-    const bool texts = allText(document, selection);
     std::vector<Property> rows;
     for (const auto& p : objectProperties()) {
-      if (p.textOnly && !texts) continue;
+      if (!shown(p, document, selection)) continue;
       Property row{p.key, p.label, p.kind, {}, p.choices};
       if (p.kind == PropertyKind::YesNo) row.choices = {kYes, kNo};
       bool first = true;
@@ -337,7 +354,7 @@ std::unique_ptr<Command> propertyCommand(const engine::ReportDocument& document,
     const ObjectProperty* property = nullptr;
     for (const auto& p : objectProperties())
       if (key == p.key) property = &p;
-    if (!property || (property->textOnly && !allText(document, selection))) return nullptr;
+    if (!property || !shown(*property, document, selection)) return nullptr;
     std::vector<ObjectChange> changes;
     for (ObjectRef r : selection.objects) {
       const model::ReportObject& before = sections[r.section].objects[r.index];

@@ -149,8 +149,9 @@ struct Document {
   std::string show;
   std::array<int, 12> standardFonts{};
   EmbeddedFonts fonts;
-  // Pictures by their pixels; the pixels are held so the key stays theirs.
-  std::map<const void*, std::pair<std::shared_ptr<const std::vector<std::uint32_t>>, int>> images;
+  // Pictures by their pixels, or their JPEG file; what the key points to is
+  // held so that the key stays theirs.
+  std::map<const void*, std::pair<std::shared_ptr<const void>, int>> images;
 };
 
 // One page's content stream and the resources it uses.
@@ -256,15 +257,24 @@ class PageContent {
   }
 
   void add(const layout::ImageItem& image) {
-    if (!image.pixels || image.pixelWidth <= 0 || image.pixelHeight <= 0 || image.box.width <= 0 ||
-        image.box.height <= 0)
-      return;
-    auto count = static_cast<std::size_t>(image.pixelWidth) * static_cast<std::size_t>(image.pixelHeight);
-    if (image.pixels->size() < count) return;
-    auto& known = doc_.images[image.pixels.get()];
-    if (!known.first) known = {image.pixels, writeImage(image, count)};
-    std::string name = "Im" + std::to_string(known.second);
-    images_.emplace(name, known.second);
+    if (image.pixelWidth <= 0 || image.pixelHeight <= 0 || image.box.width <= 0 || image.box.height <= 0) return;
+    int object = 0;
+    const int components = image.jpegComponents;
+    if (image.jpeg && (components == 1 || components == 3 || components == 4)) {
+      // A JPEG goes in as it came: smaller than its pixels, and not decoded twice.
+      auto& known = doc_.images[image.jpeg.get()];
+      if (!known.first) known = {image.jpeg, writeJpeg(image)};
+      object = known.second;
+    } else {
+      if (!image.pixels) return;
+      auto count = static_cast<std::size_t>(image.pixelWidth) * static_cast<std::size_t>(image.pixelHeight);
+      if (image.pixels->size() < count) return;
+      auto& known = doc_.images[image.pixels.get()];
+      if (!known.first) known = {image.pixels, writeImage(image, count)};
+      object = known.second;
+    }
+    std::string name = "Im" + std::to_string(object);
+    images_.emplace(name, object);
     content_ += "q " + num(image.box.width / 20.0) + " 0 0 " + num(image.box.height / 20.0) + ' ' +
                 num(image.box.x / 20.0) + ' ' + num(height_ - (image.box.y + image.box.height) / 20.0) + " cm /" +
                 name + " Do Q\n";
@@ -297,6 +307,19 @@ class PageContent {
     if (style == model::BorderStyle::Dashed) return "[" + num(width * 4) + ' ' + num(width * 2) + "] 0 d ";
     if (style == model::BorderStyle::Dotted) return "1 J [0 " + num(width * 2) + "] 0 d ";
     return "";
+  }
+
+  int writeJpeg(const layout::ImageItem& image) {
+    const char* space = image.jpegComponents == 1 ? "/DeviceGray" : image.jpegComponents == 3 ? "/DeviceRGB" : "/DeviceCMYK";
+    int number = doc_.file.reserve();
+    doc_.file.stream(number,
+                     std::string("/Type /XObject /Subtype /Image /ColorSpace ") + space + " /Width " +
+                         std::to_string(image.pixelWidth) + " /Height " + std::to_string(image.pixelHeight) +
+                         " /BitsPerComponent 8 /Filter /DCTDecode" +
+                         // Adobe's CMYK JPEGs store their inks inverted.
+                         (image.jpegComponents == 4 ? " /Decode [1 0 1 0 1 0 1 0]" : ""),
+                     *image.jpeg);
+    return number;
   }
 
   // The picture's pixels as an RGB image object, with a soft mask where

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <variant>
 #include <vector>
 
@@ -77,12 +78,16 @@ struct BoxItem {
   std::uint32_t fill = model::kWhite;
 };
 
-// Pixels top row first, 0xAARRGGBB each.
+// Pixels top row first, 0xAARRGGBB each. A picture that came as a JPEG
+// file keeps the file too, for writers that embed it as it is (its pixels
+// may then be missing where nothing decoded them).
 struct ImageItem {
   Rect box;
   std::int32_t pixelWidth = 0;
   std::int32_t pixelHeight = 0;
   std::shared_ptr<const std::vector<std::uint32_t>> pixels;
+  std::shared_ptr<const std::string> jpeg;
+  int jpegComponents = 0;  // 1 grey, 3 colour, 4 CMYK
 };
 
 using DisplayItem = std::variant<TextRun, LineItem, BoxItem, ImageItem>;

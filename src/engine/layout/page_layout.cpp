@@ -1,5 +1,6 @@
 // The section stream and the pager (see page_layout.h).
 #include "engine/layout/page_layout.h"
+#include "engine/layout/picture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -482,6 +483,14 @@ class Pager {
           if (items && box.width > 0 && box.height > 0 && visible(box, clip)) {
             items->push_back(BoxItem{box, format.border, std::max(0, format.lineWidth), format.borderColour, format.filled,
                                      format.background});
+          }
+          break;
+        case ObjectKind::Picture:
+          if (items && visible(box, clip)) {
+            appendPictureItems(object, box,
+                               po.value.valid() ? pictureBytesOf(evaluate(po.value, stream.row(), stream.record(), context))
+                                                : object.picture.image.shared(),
+                               *items);
           }
           break;
         case ObjectKind::Subreport: {

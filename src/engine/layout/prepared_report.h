@@ -1,11 +1,11 @@
 // A report definition made ready to lay out.
 //
-// Before the first row is read the layout engine works out, once: which
-// table columns to ask of the data (the report's database fields, summary
-// and group fields, and the fields its formulas use), the formulas parsed,
-// the sections of each kind in printing order (suppressed ones left out),
-// and the summaries the report prints, each a "slot" of one operation on
-// one field over the whole report (level 0) or over a group (level n).
+// Before the first row is read the layout engine works out, once: which table
+// columns to ask of the data (the report's database fields, picture columns,
+// summary and group fields, and the fields its formulas use), the formulas
+// parsed, the sections of each kind in printing order (suppressed ones left
+// out), and the summaries the report prints, each a "slot" of one operation
+// on one field over the whole report (level 0) or over a group (level n).
 //
 // A summary printed only where its rows are already behind it (a group
 // total in its group's footer) is added up as the rows pass. A summary

@@ -153,6 +153,15 @@ class Reader {
     return fromUtf8(utf8);
   }
 
+  SharedBytes picture(const Field& f, std::size_t end) {
+    expect(f, kBytes);
+    const std::size_t length = lengthOf(end);
+    if (length > limits_.maxPictureBytes) fail(DefinitionError::TooLarge, f.start, "a picture is too large");
+    std::string bytes(reinterpret_cast<const char*>(p_ + pos_), length);
+    pos_ += length;
+    return SharedBytes(std::move(bytes));
+  }
+
   // A nested record: `read(recordEnd)` reads its fields.
   template <class Read>
   void nested(const Field& f, std::size_t end, Read&& read) {
@@ -226,6 +235,17 @@ class Reader {
         case 12: o.summaryGroup = inRange(f, e, 0, std::numeric_limits<std::int32_t>::max()); return true;
         case 13: o.formula = text(f, e); return true;
         case 14: nested(f, e, [&](std::size_t re) { subreportFields(o.subreport, re, depth); }); return true;
+        case 15: nested(f, e, [&](std::size_t re) { pictureFields(o.picture, re); }); return true;
+        default: return false;
+      }
+    });
+  }
+
+  void pictureFields(Picture& p, std::size_t end) {
+    fields(end, p.unknown, [&](const Field& f, std::size_t e) {
+      switch (f.number) {
+        case 1: p.image = picture(f, e); return true;
+        case 2: p.stretch = flag(f, e); return true;
         default: return false;
       }
     });
@@ -493,6 +513,13 @@ void writeObject(Writer& w, const ReportObject& o) {
   w.integer(12, o.summaryGroup);
   w.text(13, o.formula);
   w.record(14, [&](Writer& sw) { writeSubreport(sw, o.subreport); });
+  if (o.kind == ObjectKind::Picture) {
+    w.record(15, [&](Writer& pw) {
+      pw.bytes(1, o.picture.image.view());
+      pw.flag(2, o.picture.stretch);
+      pw.unknown(o.picture.unknown);
+    });
+  }
   w.unknown(o.unknown);
 }
 

@@ -1,11 +1,11 @@
 // The report definition's stream: how a ReportDefinition is stored in its
 // own stream of the report file, and read back.
 //
-// FORMAT (version 1.0)
+// FORMAT (version 1.1)
 //
 //   header   "MVRD"              4 bytes
 //            major version       2 bytes, little-endian (this version: 1)
-//            minor version       2 bytes, little-endian (this version: 0)
+//            minor version       2 bytes, little-endian (this version: 1)
 //            body length         4 bytes, little-endian
 //            body CRC-32         4 bytes, little-endian (the zip/zlib CRC-32)
 //   body     the fields of the report record, exactly `body length` bytes;
@@ -16,13 +16,14 @@
 //     wire type 0  a number: a varint holding the zigzag-encoded signed value
 //                  ((n << 1) ^ (n >> 63)); yes/no values are 0 and 1
 //     wire type 2  a length (varint) and that many bytes: a text in UTF-8,
-//                  or a nested record
+//                  or a nested record, or raw bytes (a picture's file)
 //   Varints are little-endian groups of 7 bits, the high bit set on every
 //   byte but the last, at most 10 bytes. Other wire types are errors.
 //   A list is its field repeated, in order. A field that appears twice where
 //   one is expected: the last one counts. A missing field has the value the
 //   model gives it by default. The writer writes every field it knows; a
-//   subreport record's report field is left out when it holds no report.
+//   subreport record's report field is left out when it holds no report, and
+//   an object's picture field is written for picture objects only.
 //
 //   Fields (number: name, type); a record's numbers are never reused.
 //     Report         1 page (PageSetup), 2 section (Section, list),
@@ -34,11 +35,13 @@
 //     ReportObject   1 kind, 2 name, 3 x, 4 y, 5 width, 6 height,
 //                    7 format (Format), 8 text, 9 field (FieldRef),
 //                    10 special field kind, 11 summary operation,
-//                    12 summary group, 13 formula name, 14 subreport (Subreport)
+//                    12 summary group, 13 formula name, 14 subreport (Subreport),
+//                    15 picture (Picture; since 1.1)
 //     Format         1 font name, 2 font size, 3 bold, 4 italic, 5 underline,
 //                    6 colour, 7 alignment, 8 number format, 9 date format,
 //                    10 border, 11 border colour, 12 filled, 13 background,
 //                    14 can grow, 15 line width
+//     Picture        1 image (the file's bytes), 2 stretch
 //     FieldRef       1 table, 2 column
 //     Subreport      1 name, 2 link (SubreportLink, list), 3 report (Report)
 //     SubreportLink  1 main field (FieldRef), 2 subreport field (FieldRef)
@@ -63,8 +66,8 @@
 //
 // LIMITS
 //   Reading checks every length before trusting it and never reads past the
-//   end; the stream size, the number of records, the length of a text and the
-//   nesting of subreports are bounded (DefinitionLimits), so that no stream
+//   end; the stream size, the number of records, the length of a text or a
+//   picture and the nesting of subreports are bounded (DefinitionLimits), so that no stream
 //   can make the reader hang or take memory out of proportion to its size.
 //
 // PASSWORDS
@@ -86,13 +89,15 @@
 namespace mervane::engine::model {
 
 constexpr std::uint16_t kDefinitionMajorVersion = 1;
-constexpr std::uint16_t kDefinitionMinorVersion = 0;
+constexpr std::uint16_t kDefinitionMinorVersion = 1;
 constexpr std::size_t kDefinitionHeaderSize = 16;
 
 struct DefinitionLimits {
-  std::size_t maxStreamBytes = 16u << 20;
+  // Room for a report with a few dozen logos of a few hundred KB each.
+  std::size_t maxStreamBytes = 64u << 20;
   std::size_t maxRecords = 100000;  // every record of the stream, subreports included
   std::size_t maxTextBytes = 1u << 20;
+  std::size_t maxPictureBytes = 8u << 20;  // one picture's file
   int maxSubreportDepth = 4;  // a subreport's subreport's ... ; the main report is 0
   std::int32_t maxTwips = 1000000;  // about 17 m: positions, sizes, margins
 };

@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/text.h"
@@ -82,6 +83,7 @@ enum class ObjectKind : std::int32_t {
   SpecialField = 6,   // page number, print date, ... (SpecialFieldKind)
   SummaryField = 7,   // sum, count, ... of a field (SummaryOperation)
   FormulaField = 8,   // the value of a named formula
+  Picture = 9,        // an image from the report file or a column (Picture)
 };
 
 enum class DatabaseType : std::int32_t {
@@ -204,6 +206,34 @@ struct Subreport {
   bool operator==(const Subreport&) const = default;
 };
 
+// Bytes that never change once made (a picture's file as it came), shared
+// by every copy of the definition: copies and undo steps cost nothing, and
+// exports recognise the same picture on every page by its address.
+class SharedBytes {
+ public:
+  SharedBytes() = default;
+  explicit SharedBytes(std::string bytes)
+      : bytes_(bytes.empty() ? nullptr : std::make_shared<const std::string>(std::move(bytes))) {}
+  std::string_view view() const { return bytes_ ? std::string_view(*bytes_) : std::string_view(); }
+  std::size_t size() const { return bytes_ ? bytes_->size() : 0; }
+  bool empty() const { return size() == 0; }
+  const std::shared_ptr<const std::string>& shared() const { return bytes_; }
+  bool operator==(const SharedBytes& other) const { return view() == other.view(); }
+
+ private:
+  std::shared_ptr<const std::string> bytes_;
+};
+
+// A picture object shows the image file kept in the report (PNG, JPEG, BMP
+// or GIF), or, when there is none, the image held in the object's `field`
+// on each record.
+struct Picture {
+  SharedBytes image;
+  bool stretch = false;  // fill the frame; otherwise keep the aspect ratio, centred
+  UnknownFields unknown;
+  bool operator==(const Picture&) const = default;
+};
+
 struct ReportObject {
   ObjectKind kind = ObjectKind::Text;
   Text name;
@@ -220,6 +250,7 @@ struct ReportObject {
   std::int32_t summaryGroup = 0;  // SummaryField: 0 the whole report, n the n-th group (from 1)
   Text formula;                   // FormulaField: the formula's name
   Subreport subreport;            // Subreport
+  Picture picture;                // Picture
   UnknownFields unknown;
   bool operator==(const ReportObject&) const = default;
 };

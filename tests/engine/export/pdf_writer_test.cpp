@@ -180,6 +180,27 @@ TEST(PdfExport, LinesBoxesAndImagesMakeAValidFile) {
   EXPECT_EQ(objects[0], objects[1]) << images;
 }
 
+TEST(PdfExport, AJpegGoesInAsItCameOnceForAllPages) {
+  std::ifstream in(std::string(MERVANE_TEST_PICTURES) + "/logo.jpg", std::ios::binary);
+  auto jpeg = std::make_shared<const std::string>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  layout::ImageItem logo{{1440, 1440, 2880, 1440}, 160, 80, nullptr, jpeg, 3};
+  layout::Page first, second;
+  first.items.push_back(logo);
+  second.items.push_back(logo);
+  auto pdf = writeFile("jpeg.pdf", {first, second});
+  expectValid(pdf);
+  std::string images = capture("pdfimages -list '" + pdf.string() + "'");
+  std::regex embedded("\n +([12]) +[0-9]+ image +160 +80 +rgb +3 +8 +jpeg +no +([0-9]+) ");
+  std::vector<std::string> objects;
+  for (std::sregex_iterator it(images.begin(), images.end(), embedded), end; it != end; ++it) objects.push_back((*it)[2]);
+  ASSERT_EQ(objects.size(), 2u) << images;
+  EXPECT_EQ(objects[0], objects[1]) << images;
+  // The file's bytes, unchanged, are the image's stream.
+  std::ifstream written(pdf, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(written)), std::istreambuf_iterator<char>());
+  EXPECT_NE(bytes.find(*jpeg), std::string::npos);
+}
+
 TEST(PdfExport, AThousandPagesStreamAndCanBeStopped) {
   auto feed = [](std::int32_t number) -> std::shared_ptr<const layout::Page> {
     if (number > 1000) return nullptr;

@@ -249,6 +249,15 @@ TEST(DefinitionStream, LimitsOnRecordsTextsDepthAndSize) {
   limits.maxTextBytes = 10000;
   readOk(writeDefinition(longText), limits);
 
+  ReportDefinition bigPicture = blankReport();
+  o = makeObject(ObjectKind::Picture, 0, 0);
+  o.picture.image = SharedBytes(std::string(20000, '\xFF'));
+  bigPicture.sections[0].objects.push_back(o);
+  limits.maxPictureBytes = 19999;
+  EXPECT_EQ(readDefinition(writeDefinition(bigPicture), limits).error, DefinitionError::TooLarge);
+  limits.maxPictureBytes = 20000;
+  EXPECT_EQ(readOk(writeDefinition(bigPicture), limits), bigPicture);
+
   // Subreports inside subreports: the depth the limit allows reads, one more does not.
   auto nestedTo = [](int depth) {
     ReportDefinition r;

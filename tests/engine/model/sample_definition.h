@@ -71,6 +71,10 @@ inline ReportDefinition richReport() {
   title.format = {u"Times New Roman", 360, true, true, true, 0x336699, Alignment::Centre, u"", u"",
                   BorderStyle::Double, 0xFF0000, true, 0xEEEEEE, true, 30, {}};
   header.objects.push_back(title);
+  ReportObject logo = makeObject(ObjectKind::Picture, 9000, 0);
+  logo.picture.image = SharedBytes(std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\x02\0\0\0\x01", 24));
+  logo.picture.stretch = true;
+  header.objects.push_back(logo);
 
   Section& details = section(SectionKind::Details);
   ReportObject name = makeObject(ObjectKind::DatabaseField, 0, 0);
