@@ -12,7 +12,7 @@ using model::SectionKind;
 
 bool isTextKind(ObjectKind kind) {
   return kind == ObjectKind::Text || kind == ObjectKind::DatabaseField || kind == ObjectKind::SpecialField ||
-         kind == ObjectKind::SummaryField || kind == ObjectKind::FormulaField;
+         kind == ObjectKind::SummaryField || kind == ObjectKind::FormulaField || kind == ObjectKind::ParameterField;
 }
 
 bool sameField(const model::FieldRef& a, const model::FieldRef& b) {
@@ -60,6 +60,7 @@ class Preparer {
             break;
           case ObjectKind::Text:
           case ObjectKind::SpecialField:
+          case ObjectKind::ParameterField:
           case ObjectKind::Line:
           case ObjectKind::Box: break;
           default: continue;  // a kind of a newer version: passed over
