@@ -18,6 +18,7 @@
 #include "engine/data/query_builder.h"
 #include "engine/formula/sql_filter.h"
 #include "engine/formula/syntax.h"
+#include "engine/model/parameters.h"
 
 namespace mervane::engine::data {
 
@@ -119,6 +120,7 @@ struct Plan {
   bool residual = false;      // the engine tests the filter itself
   Text quote;
   std::map<Text, std::shared_ptr<const formula::Formula>> formulas;  // by case-folded name
+  model::ParameterValues parameters;
 
   std::mutex mutex;
   std::map<std::size_t, std::shared_ptr<const MemoryTable>> loaded;
@@ -186,6 +188,7 @@ class RowContext : public formula::EvaluationContext {
   }
   std::optional<Value> special(formula::SpecialValue) override { return std::nullopt; }
   const formula::Formula* formula(const Text& name) override { return plan_.formula(name); }
+  std::optional<formula::ParameterValue> parameter(const Text& name) override { return plan_.parameters.find(name); }
 
  private:
   const Plan& plan_;
@@ -657,6 +660,8 @@ class OdbcDataProvider final : public DataProvider {
                                    const Text& /*subreport*/) override {
     auto plan = std::make_shared<Plan>();
     plan->data = definition.data;
+    // A subreport sees the main report's parameters.
+    plan->parameters = model::ParameterValues(document.definition.parameters);
     for (const model::Formula& f : definition.formulas) {
       try {
         plan->formulas[caseFoldKey(f.name)] = formula::Formula::parse(f.text);
@@ -700,7 +705,8 @@ class OdbcDataProvider final : public DataProvider {
           throw DataError(u"The record filter uses " + named(f) + u", but the report has no table '" + f.table + u"'.");
         if (!plan->inPrimary(t)) pushable = false;
       }
-      if (pushable) plan->pushed = formula::toSqlFilter(*plan->filter, formula::SqlNaming{plan->quote});
+      model::ParameterContext parameters(plan->parameters);
+      if (pushable) plan->pushed = formula::toSqlFilter(*plan->filter, formula::SqlNaming{plan->quote}, &parameters);
       plan->residual = !(plan->pushed.exact && !plan->pushed.where.empty());
     }
     return std::make_unique<OdbcReportData>(std::move(plan));

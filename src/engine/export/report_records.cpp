@@ -2,6 +2,8 @@
 // report_records.h).
 #include "engine/export/report_records.h"
 
+#include "engine/model/parameters.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -25,7 +27,8 @@ struct Column {
 // What formulas see: the current row; no page, so no page numbers.
 class RecordContext final : public formula::EvaluationContext {
  public:
-  RecordContext(const layout::PreparedReport& report, const Text& title) : report_(report), title_(title) {}
+  RecordContext(const layout::PreparedReport& report, const Text& title, model::ParameterValues parameters)
+      : report_(report), title_(title), parameters_(std::move(parameters)) {}
   void at(const std::vector<Value>* row, std::int64_t record) {
     row_ = row;
     record_ = record;
@@ -45,10 +48,12 @@ class RecordContext final : public formula::EvaluationContext {
     }
   }
   const formula::Formula* formula(const Text& name) override { return report_.formula(name); }
+  std::optional<formula::ParameterValue> parameter(const Text& name) override { return parameters_.find(name); }
 
  private:
   const layout::PreparedReport& report_;
   const Text& title_;
+  model::ParameterValues parameters_;
   const std::vector<Value>* row_ = nullptr;
   std::int64_t record_ = 0;
   double now_ = [] {
@@ -111,7 +116,7 @@ ReportRecords::ReportRecords(const ReportDocument& document, data::DataProvider&
   std::stable_sort(s.columns.begin(), s.columns.end(),
                    [](const Column& a, const Column& b) { return a.x != b.x ? a.x < b.x : a.y < b.y; });
   for (const auto& c : s.columns) s.fields.push_back(c.field);
-  s.context = std::make_unique<RecordContext>(*s.report, s.title);
+  s.context = std::make_unique<RecordContext>(*s.report, s.title, model::ParameterValues(document.definition.parameters));
   s.data = provider.open(document, s.report->definition, u"");
   s.cursor = s.data->rows(s.report->fields, {});
 }

@@ -70,6 +70,26 @@ Value arithmetic(Operator op, const Value& left, const Value& right, const Node&
 
 class Evaluator {
  public:
+  ParameterValue parameter(const Node& node) {
+    std::optional<ParameterValue> value = context_.parameter(node.name);
+    if (!value) fail(node, u"The report has no parameter " + parameterReference(node.name));
+    return *value;
+  }
+
+  // x in {?Range}: within both ends, an empty end being no limit.
+  Value within(const Node& node) {
+    Value x = evaluate(*node.children[0]);
+    ParameterValue range = parameter(*node.children[1]);
+    if (x.isNull()) return Value();
+    if (!range.range) {
+      if (range.value.isNull()) return Value();
+      return compare(x, range.value, node) == 0;
+    }
+    if (!range.value.isNull() && compare(x, range.value, node) < 0) return false;
+    if (!range.to.isNull() && compare(x, range.to, node) > 0) return false;
+    return true;
+  }
+
   explicit Evaluator(EvaluationContext& context) : context_(context) {}
 
   Value evaluate(const Node& node) {
@@ -94,6 +114,16 @@ class Evaluator {
         return *value;
       }
       case Node::Kind::FormulaRef: return formula(node);
+      case Node::Kind::Parameter: {
+        ParameterValue value = parameter(node);
+        switch (node.part) {
+          case ParameterPart::Minimum: return value.value;
+          case ParameterPart::Maximum: return value.range ? value.to : value.value;
+          case ParameterPart::Whole: break;
+        }
+        return value.range ? Value(parameterText(value)) : value.value;
+      }
+      case Node::Kind::In: return within(node);
       case Node::Kind::Unary: return unary(node);
       case Node::Kind::Binary: return binary(node);
       case Node::Kind::Call: return call(node);

@@ -11,8 +11,9 @@
 // field: inside the braces every character stands for itself except "}}",
 // a literal '}', and "..", a literal '.'; the first single '.' separates the
 // table from the column ({Sales..2024.Net}} amount} is column "Net} amount"
-// of table "Sales.2024"). {@Name} is another formula of the report, escaped
-// the same way. Blanks, tabs and line breaks separate tokens.
+// of table "Sales.2024"). {@Name} is another formula of the report and
+// {?Name} a parameter of the report, both escaped the same way. Blanks, tabs
+// and line breaks separate tokens.
 //
 // Grammar, loosest first:
 //   expression  = "if" expression "then" expression ["else" expression]
@@ -20,16 +21,27 @@
 //   or          = and {"or" and}
 //   and         = not {"and" not}
 //   not         = "not" not | comparison
-//   comparison  = concat [("=" | "<>" | "<" | "<=" | ">" | ">=") concat]
+//   comparison  = concat [("=" | "<>" | "<" | "<=" | ">" | ">=") concat
+//                         | "in" parameter]
 //   concat      = sum {"&" sum}
 //   sum         = product {("+" | "-") product}
 //   product     = unary {("*" | "/") unary}
 //   unary       = "-" unary | primary
 //   primary     = number | text | "true" | "false" | "null" | field
-//               | formula | special | name "(" [expression {"," expression}] ")"
+//               | formula | parameter | special
+//               | ("Minimum" | "Maximum") "(" parameter ")"
+//               | name "(" [expression {"," expression}] ")"
 //               | "(" expression ")" | "if" ...
 // Special values: PageNumber, TotalPageCount, RecordNumber, PrintDate,
 // PrintTime, ReportTitle.
+//
+// Parameters. {?Name} is the value given for the parameter when the report
+// runs (its default until then). A range parameter (from-to) has two
+// values: Minimum({?Name}) and Maximum({?Name}) are its ends, and {?Name}
+// alone is the text "from - to" (for headings). `x in {?Name}` is true when
+// x lies within the range, both ends included, an end left empty being no
+// limit; for a parameter that is not a range it is x = {?Name}. "in" takes
+// nulls as the comparisons do.
 //
 // Types and nulls. + adds numbers, joins texts, and moves a date by days;
 // date - date is a number of days. Comparisons need two values of one kind;
@@ -87,6 +99,17 @@ enum class SpecialValue { PageNumber, TotalPageCount, RecordNumber, PrintDate, P
 struct Node;
 class Formula;
 
+// A parameter's value as formulas see it.
+struct ParameterValue {
+  Value value;  // the value; a range's lower end
+  bool range = false;
+  Value to;     // a range's upper end
+};
+
+// The text a parameter's value shows: a range as "from - to" (an end left
+// empty shows as nothing); `show` writes one value.
+Text parameterText(const ParameterValue& value, Text (*show)(const Value&) = nullptr);
+
 // What a formula can see while it is evaluated: the current record's fields,
 // the page being laid out, and the report's other formulas.
 class EvaluationContext {
@@ -99,6 +122,12 @@ class EvaluationContext {
   virtual std::optional<Value> special(SpecialValue which) = 0;
   // The report's formula of that name, or null when there is none.
   virtual const Formula* formula(const Text& name) = 0;
+  // The report's parameter of that name (letter case ignored); nothing when
+  // there is none.
+  virtual std::optional<ParameterValue> parameter(const Text& name) {
+    (void)name;
+    return std::nullopt;
+  }
 };
 
 // A parsed formula: immutable, cheap to evaluate many times, safe to share
@@ -127,5 +156,6 @@ std::optional<FormulaError> check(TextView source);
 // {Table.Column} and {@Name} with their escapes, as the parser reads them.
 Text fieldReference(TextView table, TextView column);
 Text formulaReference(TextView name);
+Text parameterReference(TextView name);
 
 }  // namespace mervane::engine::formula

@@ -123,6 +123,13 @@ class Parser {
 
   NodePtr comparison() {
     NodePtr left = concatenation();
+    if (peek().kind == TokenKind::In) {
+      NodePtr made = node(Node::Kind::In, next().at);
+      if (peek().kind != TokenKind::ParameterRef)
+        throw FormulaError(peek().at, u"Expected a parameter {?Name} after 'in', found " + describe(peek()));
+      made = adopt(std::move(made), std::move(left));
+      return adopt(std::move(made), parameter(ParameterPart::Whole));
+    }
     auto op = comparisonOperator(peek().kind);
     if (!op) return left;
     Position at = next().at;
@@ -202,6 +209,7 @@ class Parser {
         made->name = next().text;
         return made;
       }
+      case TokenKind::ParameterRef: return parameter(ParameterPart::Whole);
       case TokenKind::Name: return name();
       case TokenKind::LeftParen: {
         Position at = next().at;
@@ -224,8 +232,32 @@ class Parser {
     return made;
   }
 
+  NodePtr parameter(ParameterPart part) {
+    NodePtr made = node(Node::Kind::Parameter, peek().at);
+    made->name = next().text;
+    made->part = part;
+    return made;
+  }
+
+  // Minimum({?Name}) or Maximum({?Name}): an end of a range parameter.
+  std::optional<ParameterPart> rangeEnd(const Token& token) const {
+    if (current_ + 2 >= tokens_.size() || peek().kind != TokenKind::LeftParen ||
+        tokens_[current_ + 1].kind != TokenKind::ParameterRef || tokens_[current_ + 2].kind != TokenKind::RightParen)
+      return std::nullopt;
+    if (equalsNoCase(token.text, u"Minimum")) return ParameterPart::Minimum;
+    if (equalsNoCase(token.text, u"Maximum")) return ParameterPart::Maximum;
+    return std::nullopt;
+  }
+
   NodePtr name() {
     const Token& token = next();
+    if (std::optional<ParameterPart> end = rangeEnd(token)) {
+      next();  // (
+      NodePtr made = parameter(*end);
+      made->at = token.at;
+      next();  // )
+      return made;
+    }
     const Function* function = findFunction(token.text);
     if (peek().kind == TokenKind::LeftParen) {
       if (!function) throw FormulaError(token.at, u"There is no function called " + token.text);
@@ -318,5 +350,13 @@ Text fieldReference(TextView table, TextView column) {
 }
 
 Text formulaReference(TextView name) { return u"{@" + escaped(name, false) + u"}"; }
+
+Text parameterReference(TextView name) { return u"{?" + escaped(name, false) + u"}"; }
+
+Text parameterText(const ParameterValue& value, Text (*show)(const Value&)) {
+  auto one = [&](const Value& v) { return show ? show(v) : toText(v); };
+  if (!value.range) return one(value.value);
+  return one(value.value) + u" - " + one(value.to);
+}
 
 }  // namespace mervane::engine::formula

@@ -22,6 +22,7 @@ const Keyword kKeywords[] = {
     {u"and", TokenKind::And},   {u"or", TokenKind::Or},     {u"not", TokenKind::Not},
     {u"if", TokenKind::If},     {u"then", TokenKind::Then}, {u"else", TokenKind::Else},
     {u"true", TokenKind::True}, {u"false", TokenKind::False}, {u"null", TokenKind::Null},
+    {u"in", TokenKind::In},
 };
 
 class Scanner {
@@ -118,10 +119,11 @@ class Scanner {
     token.kind = TokenKind::String;
   }
 
-  // {Table.Column} or {@Name}; see formula.h for the escapes.
+  // {Table.Column}, {@Name} or {?Name}; see formula.h for the escapes.
   void reference(Token& token) {
     advance();
-    bool isFormula = peek() == u'@';
+    const bool isParameter = peek() == u'?';
+    bool isFormula = peek() == u'@' || isParameter;
     if (isFormula) advance();
     Text part;
     bool separated = false;
@@ -147,6 +149,11 @@ class Scanner {
       advance();
     }
     token.text = std::move(part);
+    if (isParameter) {
+      if (token.text.empty()) throw FormulaError(token.at, u"Expected a parameter name after '{?'");
+      token.kind = TokenKind::ParameterRef;
+      return;
+    }
     if (isFormula) {
       if (token.text.empty()) throw FormulaError(token.at, u"Expected a formula name after '{@'");
       token.kind = TokenKind::FormulaRef;
@@ -208,6 +215,8 @@ Text describe(const Token& token) {
     case TokenKind::String: return u"a text";
     case TokenKind::Field: return u"a field";
     case TokenKind::FormulaRef: return u"a formula";
+    case TokenKind::ParameterRef: return u"a parameter";
+    case TokenKind::In: return u"'in'";
     case TokenKind::Name: return u"'" + token.text + u"'";
     case TokenKind::And: return u"'and'";
     case TokenKind::Or: return u"'or'";

@@ -8,8 +8,8 @@
 namespace mervane::engine::formula {
 
 enum class TokenKind {
-  Number, String, Field, FormulaRef, Name,
-  And, Or, Not, If, Then, Else, True, False, Null,
+  Number, String, Field, FormulaRef, ParameterRef, Name,
+  And, Or, Not, In, If, Then, Else, True, False, Null,
   Plus, Minus, Star, Slash, Ampersand,
   Equal, NotEqual, Less, LessEqual, Greater, GreaterEqual,
   LeftParen, RightParen, Comma, End,

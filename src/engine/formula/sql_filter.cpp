@@ -13,27 +13,37 @@ struct Piece {
   bool exact = true;
 };
 
-// Constants need nothing from a context; this one answers nothing.
-class NoContext : public EvaluationContext {
+// Constants need nothing from a context but the parameters' values; this
+// one answers only those, when it has them.
+class ConstantContext : public EvaluationContext {
  public:
+  explicit ConstantContext(EvaluationContext* parameters) : parameters_(parameters) {}
   std::optional<Value> field(const Text&, const Text&) override { return std::nullopt; }
   std::optional<Value> special(SpecialValue) override { return std::nullopt; }
   const Formula* formula(const Text&) override { return nullptr; }
-};
+  std::optional<ParameterValue> parameter(const Text& name) override {
+    return parameters_ ? parameters_->parameter(name) : std::nullopt;
+  }
+  bool knowsParameters() const { return parameters_ != nullptr; }
 
-bool isConstant(const Node& node) {
-  if (node.kind == Node::Kind::Field || node.kind == Node::Kind::FormulaRef || node.kind == Node::Kind::Special) {
-    return false;
-  }
-  for (const auto& child : node.children) {
-    if (!isConstant(*child)) return false;
-  }
-  return true;
-}
+ private:
+  EvaluationContext* parameters_;
+};
 
 class Translator {
  public:
-  explicit Translator(const SqlNaming& naming) : naming_(naming) {}
+  Translator(const SqlNaming& naming, EvaluationContext* parameters) : naming_(naming), constants_(parameters) {}
+
+  bool isConstant(const Node& node) const {
+    if (node.kind == Node::Kind::Field || node.kind == Node::Kind::FormulaRef || node.kind == Node::Kind::Special) {
+      return false;
+    }
+    if (node.kind == Node::Kind::Parameter && !constants_.knowsParameters()) return false;
+    for (const auto& child : node.children) {
+      if (!isConstant(*child)) return false;
+    }
+    return true;
+  }
 
   // A condition the database can test. With `exactOnly`, only one that
   // selects exactly what the formula selects.
@@ -55,11 +65,42 @@ class Translator {
         if (node.op == Operator::And || node.op == Operator::Or) return logical(node, exactOnly);
         return comparison(node, exactOnly);
       case Node::Kind::Call: return call(node, exactOnly);
+      case Node::Kind::In: return within(node, exactOnly);
       default: return std::nullopt;
     }
   }
 
  private:
+  // field in {?Name}: the range's ends as bound values.
+  std::optional<Piece> within(const Node& node, bool exactOnly) {
+    const Node& tested = *node.children[0];
+    if (tested.kind != Node::Kind::Field || !constants_.knowsParameters()) return std::nullopt;
+    std::optional<Text> field = column(tested);
+    std::optional<ParameterValue> range = constants_.parameter(node.children[1]->name);
+    if (!field || !range) return std::nullopt;
+    std::vector<std::pair<const char16_t*, Value>> ends;
+    if (!range->range) {
+      if (range->value.isNull()) return Piece{u"1 = 0", {}, true};
+      ends.emplace_back(u" = ?", range->value);
+    } else {
+      if (!range->value.isNull()) ends.emplace_back(u" >= ?", range->value);
+      if (!range->to.isNull()) ends.emplace_back(u" <= ?", range->to);
+    }
+    bool textLike = false;
+    for (const auto& end : ends) textLike = textLike || end.second.kind() == ValueKind::Text;
+    // Texts compare by the database's collation: a range of texts may select more.
+    if (textLike && (exactOnly || ends.size() > 1 || range->range)) return std::nullopt;
+    if (ends.empty()) return Piece{u"(" + *field + u" IS NOT NULL)", {}, true};
+    Piece piece{u"(", {}, !textLike};
+    for (std::size_t i = 0; i < ends.size(); ++i) {
+      if (i > 0) piece.sql += u" AND ";
+      piece.sql += *field + ends[i].first;
+      piece.parameters.push_back(ends[i].second);
+    }
+    piece.sql += u")";
+    return piece;
+  }
+
   std::optional<Piece> logical(const Node& node, bool exactOnly) {
     std::optional<Piece> left = condition(*node.children[0], exactOnly);
     std::optional<Piece> right = condition(*node.children[1], exactOnly);
@@ -154,24 +195,24 @@ class Translator {
     return quoted;
   }
 
-  static std::optional<Value> fold(const Node& node) {
+  std::optional<Value> fold(const Node& node) {
     try {
-      NoContext none;
-      return evaluate(node, none);
+      return evaluate(node, constants_);
     } catch (...) {
       return std::nullopt;
     }
   }
 
   const SqlNaming& naming_;
+  ConstantContext constants_;
 };
 
 }  // namespace
 
-SqlFilter toSqlFilter(const Formula& filter, const SqlNaming& naming) {
+SqlFilter toSqlFilter(const Formula& filter, const SqlNaming& naming, EvaluationContext* parameters) {
   SqlFilter result;
   try {
-    std::optional<Piece> piece = Translator(naming).condition(filter.root(), false);
+    std::optional<Piece> piece = Translator(naming, parameters).condition(filter.root(), false);
     if (piece) {
       result.where = std::move(piece->sql);
       result.parameters = std::move(piece->parameters);

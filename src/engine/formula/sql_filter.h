@@ -1,9 +1,10 @@
 // Record filters pushed down to the database as a WHERE condition.
 //
 // The translation covers comparisons of a field with a constant, IsNull of
-// a field, StartsWith of a field and a constant text, and "and", "or" and
-// "not" over those; a constant is any part of the formula without fields,
-// formulas or special values (Date(2024, 1, 1), -5, "a" & "b"), evaluated
+// a field, StartsWith of a field and a constant text, a field "in" a
+// parameter, and "and", "or" and "not" over those; a constant is any part of
+// the formula without fields, formulas or special values (Date(2024, 1, 1),
+// -5, "a" & "b", {?Name} when the parameters' values are given), evaluated
 // once here. Constants always become bound parameters ('?' in the text,
 // values in `parameters` in order) and names are always quoted, so no text
 // of the formula ever becomes SQL text.
@@ -40,7 +41,9 @@ struct SqlNaming {
   Text quote = u"\"";
 };
 
-// Never throws for a parsed formula.
-SqlFilter toSqlFilter(const Formula& filter, const SqlNaming& naming);
+// Never throws for a parsed formula. `parameters` answers the report's
+// parameters (and nothing else); without it a filter using one is left to
+// the engine.
+SqlFilter toSqlFilter(const Formula& filter, const SqlNaming& naming, EvaluationContext* parameters = nullptr);
 
 }  // namespace mervane::engine::formula

@@ -22,13 +22,18 @@ const char16_t* spelling(Operator op);
 
 struct Function;
 
+// What of a parameter a Parameter node reads. An In node's children are the
+// value tested and the Parameter node (Whole) of the range.
+enum class ParameterPart { Whole, Minimum, Maximum };
+
 struct Node {
-  enum class Kind { Literal, Field, FormulaRef, Special, Unary, Binary, Call, If };
+  enum class Kind { Literal, Field, FormulaRef, Special, Unary, Binary, Call, If, Parameter, In };
   Kind kind;
   Position at;                 // where the node's token starts
   Value literal;               // Literal
   Text table;                  // Field
-  Text name;                   // Field (column), FormulaRef, Call
+  Text name;                   // Field (column), FormulaRef, Call, Parameter
+  ParameterPart part = ParameterPart::Whole;  // Parameter
   SpecialValue special{};      // Special
   Operator op{};               // Unary, Binary
   const Function* function{};  // Call

@@ -74,6 +74,9 @@ class RowContext final : public formula::EvaluationContext {
   }
 
   const formula::Formula* formula(const Text& name) override { return report_.formula(name); }
+  std::optional<formula::ParameterValue> parameter(const Text& name) override {
+    return environment_.parameters.find(name);
+  }
 
  private:
   const PreparedReport& report_;
@@ -417,7 +420,16 @@ class Pager {
     const model::ReportObject& object = *po.object;
     numeric = false;
     switch (object.kind) {
-      case ObjectKind::Text: return object.text;
+      case ObjectKind::Text: return withParameters(object.text, object.format);
+      case ObjectKind::ParameterField: {
+        std::optional<formula::ParameterValue> given = environment_.parameters.find(object.text);
+        if (!given) return Text();
+        if (!given->range) {
+          value = given->value;
+          break;
+        }
+        return parameterText(*given, object.format);
+      }
       case ObjectKind::DatabaseField:
       case ObjectKind::FormulaField: value = evaluate(po.value, stream.row(), stream.record(), context); break;
       case ObjectKind::SummaryField:
@@ -432,6 +444,30 @@ class Pager {
     }
     numeric = value.kind() == ValueKind::Number;
     return displayText(value, object.format);
+  }
+
+  Text parameterText(const formula::ParameterValue& given, const model::Format& format) const {
+    if (!given.range) return displayText(given.value, format);
+    return displayText(given.value, format) + u" - " + displayText(given.to, format);
+  }
+
+  // A text object shows each {?Name} in it as that parameter's value; a
+  // name the report has no parameter of stays as it is written.
+  Text withParameters(const Text& text, const model::Format& format) const {
+    std::size_t at = text.find(u"{?");
+    if (at == Text::npos) return text;
+    Text out = text.substr(0, at);
+    while (at != Text::npos) {
+      const std::size_t close = text.find(u'}', at + 2);
+      if (close == Text::npos) break;
+      std::optional<formula::ParameterValue> given = environment_.parameters.find(text.substr(at + 2, close - at - 2));
+      out += given ? parameterText(*given, format) : text.substr(at, close + 1 - at);
+      const std::size_t next = text.find(u"{?", close + 1);
+      out += text.substr(close + 1, next == Text::npos ? Text::npos : next - close - 1);
+      at = next;
+    }
+    if (at != Text::npos) out += text.substr(at);
+    return out;
   }
 
   Text specialText(const model::ReportObject& object, SectionStream& stream, RowContext& context) {

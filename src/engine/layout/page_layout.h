@@ -33,6 +33,7 @@
 #include "engine/layout/row_codec.h"
 #include "engine/layout/spool.h"
 #include "engine/layout/text_measure.h"
+#include "engine/model/parameters.h"
 
 namespace mervane::engine::layout {
 
@@ -108,6 +109,9 @@ struct LayoutEnvironment {
   TextMeasure* measure = nullptr;
   Text title;
   double printDateTime = 0;
+  // The report's parameters as this run sees them (subreports see the main
+  // report's).
+  model::ParameterValues parameters;
   // Whole-report totals from the data, per slot of the main report: asked
   // for only when a page shows one (the query runs then, once). Throws
   // data::DataError. Empty: no totals from the data.

@@ -66,7 +66,8 @@ class Run final : public PageSource {
       : document_(document),
         data_(data),
         measure_(std::make_shared<SharedMeasure>(measure ? std::move(measure) : std::make_shared<ApproximateMeasure>())),
-        printDateTime_(options.printDateTime.value_or(localNow())) {
+        printDateTime_(options.printDateTime.value_or(localNow())),
+        parameters_(document_.definition.parameters) {
     if (!document_.hasLayout) {
       stop(1, document_.layoutProblem.empty() ? Text(u"The report file holds no layout that this program can show.")
                                               : document_.layoutProblem);
@@ -156,6 +157,7 @@ class Run final : public PageSource {
     environment.measure = measure_.get();
     environment.title = document_.title;
     environment.printDateTime = printDateTime_;
+    environment.parameters = parameters_;
     environment.dataSummaries = [this]() -> const std::vector<formula::Value>& { return dataSummaries(); };
     for (const auto& spool : subreportSpools_) environment.subreportSpools.push_back(spool.get());
     return environment;
@@ -367,6 +369,7 @@ class Run final : public PageSource {
   data::DataProvider& data_;
   std::shared_ptr<TextMeasure> measure_;
   const double printDateTime_;
+  const model::ParameterValues parameters_;
   std::unique_ptr<PreparedReport> report_;
   std::unique_ptr<Spool> spool_;
   std::vector<std::unique_ptr<Spool>> subreportSpools_;

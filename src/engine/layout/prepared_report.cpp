@@ -12,7 +12,7 @@ using model::SectionKind;
 
 bool isTextKind(ObjectKind kind) {
   return kind == ObjectKind::Text || kind == ObjectKind::DatabaseField || kind == ObjectKind::SpecialField ||
-         kind == ObjectKind::SummaryField || kind == ObjectKind::FormulaField;
+         kind == ObjectKind::SummaryField || kind == ObjectKind::FormulaField || kind == ObjectKind::ParameterField;
 }
 
 bool sameField(const model::FieldRef& a, const model::FieldRef& b) {
@@ -64,6 +64,7 @@ class Preparer {
             // No file of its own: the picture in the object's column, per record.
             if (object.picture.image.empty() && !object.field.column.empty()) po.value = source(object.field);
             break;
+          case ObjectKind::ParameterField:
           case ObjectKind::Line:
           case ObjectKind::Box: break;
           default: continue;  // a kind of a newer version: passed over

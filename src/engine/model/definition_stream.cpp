@@ -182,6 +182,7 @@ class Reader {
         case 2: nested(f, e, [&](std::size_t re) { sectionFields(r.sections.emplace_back(), re, depth); }); return true;
         case 3: nested(f, e, [&](std::size_t re) { dataFields(r.data, re); }); return true;
         case 4: nested(f, e, [&](std::size_t re) { formulaFields(r.formulas.emplace_back(), re); }); return true;
+        case 5: nested(f, e, [&](std::size_t re) { parameterFields(r.parameters.emplace_back(), re); }); return true;
         default: return false;
       }
     });
@@ -391,6 +392,22 @@ class Reader {
     });
   }
 
+  void parameterFields(Parameter& m, std::size_t end) {
+    fields(end, m.unknown, [&](const Field& f, std::size_t e) {
+      switch (f.number) {
+        case 1: m.name = text(f, e); return true;
+        case 2: m.type = enumeration<ParameterType>(f, e); return true;
+        case 3: m.prompt = text(f, e); return true;
+        case 4: m.range = flag(f, e); return true;
+        case 5: m.defaultValue = text(f, e); return true;
+        case 6: m.defaultTo = text(f, e); return true;
+        case 7: m.allowedValues.push_back(text(f, e)); return true;
+        case 8: nested(f, e, [&](std::size_t re) { fieldRefFields(m.allowedFrom, re); }); return true;
+        default: return false;
+      }
+    });
+  }
+
   const std::uint8_t* p_;
   const DefinitionLimits& limits_;
   std::size_t pos_ = 0;
@@ -594,6 +611,19 @@ void writeReport(Writer& w, const ReportDefinition& r) {
       fw.text(1, f.name);
       fw.text(2, f.text);
       fw.unknown(f.unknown);
+    });
+  }
+  for (const Parameter& m : r.parameters) {
+    w.record(5, [&](Writer& pw) {
+      pw.text(1, m.name);
+      pw.enumeration(2, m.type);
+      pw.text(3, m.prompt);
+      pw.flag(4, m.range);
+      pw.text(5, m.defaultValue);
+      pw.text(6, m.defaultTo);
+      for (const Text& v : m.allowedValues) pw.text(7, v);
+      pw.record(8, [&](Writer& fw) { writeFieldRef(fw, m.allowedFrom); });
+      pw.unknown(m.unknown);
     });
   }
   w.unknown(r.unknown);

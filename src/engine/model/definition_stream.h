@@ -27,7 +27,8 @@
 //
 //   Fields (number: name, type); a record's numbers are never reused.
 //     Report         1 page (PageSetup), 2 section (Section, list),
-//                    3 data (Data), 4 formula (Formula, list)
+//                    3 data (Data), 4 formula (Formula, list),
+//                    5 parameter (Parameter, list; since 1.1)
 //     PageSetup      1 paper size, 2 paper width, 3 paper height,
 //                    4 orientation, 5-8 margin left, right, top, bottom
 //     Section        1 kind, 2 group, 3 name, 4 height, 5 suppress,
@@ -56,6 +57,10 @@
 //     SortField      1 field (FieldRef), 2 direction
 //     Group          1 field (FieldRef), 2 direction
 //     Formula        1 name, 2 text
+//     Parameter      1 name, 2 type, 3 prompt, 4 range, 5 default,
+//                    6 default upper end, 7 allowed value (text, list),
+//                    8 allowed values from (FieldRef); never the values
+//                    given when the report runs
 //   Enumerations are stored by the numbers report_definition.h gives them.
 //
 // VERSIONS

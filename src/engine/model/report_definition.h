@@ -84,6 +84,7 @@ enum class ObjectKind : std::int32_t {
   SummaryField = 7,   // sum, count, ... of a field (SummaryOperation)
   FormulaField = 8,   // the value of a named formula
   Picture = 9,        // an image from the report file or a column (Picture)
+  ParameterField = 11,  // the current value of a parameter (`text` names it); a range as "from - to"
 };
 
 enum class DatabaseType : std::int32_t {
@@ -332,11 +333,43 @@ struct Formula {
   bool operator==(const Formula&) const = default;
 };
 
+enum class ParameterType : std::int32_t {
+  Text = 1,
+  Number = 2,
+  Currency = 3,
+  Date = 4,
+  DateTime = 5,
+  Boolean = 6,  // yes/no
+};
+
+// A value the report asks for when it runs, used as {?Name} in formulas.
+// Values are texts in one fixed form per type (parameters.h): numbers as
+// "12.5", dates as "2024-01-31", date-times as "2024-01-31 14:30:00",
+// yes/no as "True" or "False". The current values are the run's, given in
+// the prompt; like passwords they are never written.
+struct Parameter {
+  Text name;
+  ParameterType type = ParameterType::Text;
+  Text prompt;  // the question the prompt shows; empty: the name
+  bool range = false;  // from-to (numbers, currency, dates and date-times only)
+  Text defaultValue;   // empty: none; a range's lower end
+  Text defaultTo;      // a range's upper end
+  std::vector<Text> allowedValues;  // typed in; empty: any value
+  FieldRef allowedFrom;  // a column whose distinct values are allowed; no table: none
+  // The run's values, not saved: set once the prompt has been answered.
+  bool given = false;
+  Text current;
+  Text currentTo;
+  UnknownFields unknown;
+  bool operator==(const Parameter&) const = default;
+};
+
 struct ReportDefinition {
   PageSetup page;
   std::vector<Section> sections;  // in printing order
   Data data;
   std::vector<Formula> formulas;
+  std::vector<Parameter> parameters;
   UnknownFields unknown;
   bool operator==(const ReportDefinition&) const = default;
 };

@@ -32,6 +32,12 @@ class Record : public EvaluationContext {
     auto found = formulas.find(name);
     return found == formulas.end() ? nullptr : found->second.get();
   }
+  std::map<Text, ParameterValue> parameters;
+  std::optional<ParameterValue> parameter(const Text& name) override {
+    auto found = parameters.find(name);
+    if (found == parameters.end()) return std::nullopt;
+    return found->second;
+  }
 };
 
 Value run(TextView source, Record& record) { return Formula::parse(source)->evaluate(record); }
@@ -92,6 +98,32 @@ TEST(Formula, FieldsFormulasAndSpecialValues) {
   EXPECT_EQ(error(u"1 + {T.Missing}", record), "The report has no field {T.Missing}, at column 5");
   EXPECT_EQ(error(u"{@Nope}", record), "The report has no formula {@Nope}, at column 1");
   EXPECT_EQ(error(u"RecordNumber", record), "This value is not known here, at column 1");
+}
+
+TEST(Formula, ParametersRangesAndIn) {
+  Record r;
+  r.parameters[u"Period"] = ParameterValue{Value(DateTime{45292}), true, Value()};  // from 2024-01-01, open
+  r.parameters[u"Region"] = ParameterValue{Value(u"North"), false, Value()};
+  r.fields[{u"O", u"Day"}] = Value(DateTime{45322});
+  EXPECT_EQ(run(u"{O.Day} in {?Period}", r), Value(true));
+  EXPECT_EQ(run(u"Date(2023, 12, 31) in {?Period}", r), Value(false));
+  EXPECT_EQ(run(u"null in {?Period}", r), Value());
+  EXPECT_EQ(run(u"\"North\" in {?Region} and {?Region} = \"North\"", r), Value(true));
+  EXPECT_EQ(run(u"Minimum({?Period})", r), Value(DateTime{45292}));
+  EXPECT_EQ(run(u"Maximum({?Period})", r), Value());
+  EXPECT_EQ(run(u"\"From \" & {?Period}", r), Value(u"From 2024-01-01 - "));
+  auto error = [&](TextView source) {
+    try {
+      run(source, r);
+    } catch (const FormulaError& e) {
+      return e.message();
+    }
+    return Text(u"no error");
+  };
+  EXPECT_EQ(error(u"{?Nobody} + 1"), u"The report has no parameter {?Nobody}, at column 1");
+  EXPECT_EQ(error(u"1 in 2"), u"Expected a parameter {?Name} after 'in', found a number, at column 6");
+  EXPECT_EQ(error(u"1 in {?Period}"), u"Cannot compare a number and a date, at column 3");
+  EXPECT_EQ(error(u"{?}"), u"Expected a parameter name after '{?', at column 1");
 }
 
 TEST(Formula, SyntaxErrorsSayWhatAndWhere) {

@@ -78,5 +78,37 @@ TEST(SqlFilter, HostileNamesAndTextsStayHarmless) {
   EXPECT_TRUE(sql(u"{T.a" + Text(1, u'\0') + u"b} > 0").where.empty());
 }
 
+// Answers parameters only: a date range, a single text, an open range.
+class Parameters : public EvaluationContext {
+ public:
+  std::optional<Value> field(const Text&, const Text&) override { return std::nullopt; }
+  std::optional<Value> special(SpecialValue) override { return std::nullopt; }
+  const Formula* formula(const Text&) override { return nullptr; }
+  std::optional<ParameterValue> parameter(const Text& name) override {
+    if (name == u"Period") return ParameterValue{Value(DateTime{45292}), true, Value(DateTime{45382})};
+    if (name == u"From") return ParameterValue{Value(DateTime{45292}), true, Value()};
+    if (name == u"Who") return ParameterValue{Value(u"x'; DROP TABLE t; --"), false, Value()};
+    return std::nullopt;
+  }
+};
+
+TEST(SqlFilter, ParametersAreBoundValuesNeverSqlText) {
+  Parameters given;
+  auto with = [&](TextView filter) { return toSqlFilter(*Formula::parse(filter), SqlNaming{}, &given); };
+  SqlFilter f = with(u"{O.Day} in {?Period} and {O.Total} > Maximum({?Period}) - Minimum({?Period})");
+  EXPECT_EQ(f.where, u"((\"O\".\"Day\" >= ? AND \"O\".\"Day\" <= ?) AND \"O\".\"Total\" > ?)");
+  EXPECT_EQ(f.parameters, (std::vector<Value>{Value(DateTime{45292}), Value(DateTime{45382}), Value(90)}));
+  EXPECT_TRUE(f.exact);
+  EXPECT_EQ(with(u"{O.Day} in {?From}").where, u"(\"O\".\"Day\" >= ?)");
+
+  f = with(u"{O.Name} = {?Who}");
+  EXPECT_EQ(f.where, u"\"O\".\"Name\" = ?");
+  EXPECT_EQ(f.parameters, std::vector<Value>{Value(u"x'; DROP TABLE t; --")});
+  EXPECT_FALSE(f.exact);
+  // An unknown parameter, or none given at all, leaves the filter to the engine.
+  EXPECT_TRUE(with(u"{O.Day} in {?Nobody}").where.empty());
+  EXPECT_TRUE(sql(u"{O.Day} in {?Period}").where.empty());
+}
+
 }  // namespace
 }  // namespace mervane::engine::formula
