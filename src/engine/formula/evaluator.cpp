@@ -94,6 +94,11 @@ class Evaluator {
         return *value;
       }
       case Node::Kind::FormulaRef: return formula(node);
+      case Node::Kind::RunningTotalRef: {
+        std::optional<Value> value = context_.runningTotal(node.name);
+        if (!value) fail(node, u"The report has no running total " + runningTotalReference(node.name));
+        return *value;
+      }
       case Node::Kind::Unary: return unary(node);
       case Node::Kind::Binary: return binary(node);
       case Node::Kind::Call: return call(node);

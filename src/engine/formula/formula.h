@@ -11,8 +11,9 @@
 // field: inside the braces every character stands for itself except "}}",
 // a literal '}', and "..", a literal '.'; the first single '.' separates the
 // table from the column ({Sales..2024.Net}} amount} is column "Net} amount"
-// of table "Sales.2024"). {@Name} is another formula of the report, escaped
-// the same way. Blanks, tabs and line breaks separate tokens.
+// of table "Sales.2024"). {@Name} is another formula of the report and
+// {#Name} a running total, escaped the same way. Blanks, tabs and line
+// breaks separate tokens.
 //
 // Grammar, loosest first:
 //   expression  = "if" expression "then" expression ["else" expression]
@@ -26,10 +27,18 @@
 //   product     = unary {("*" | "/") unary}
 //   unary       = "-" unary | primary
 //   primary     = number | text | "true" | "false" | "null" | field
-//               | formula | special | name "(" [expression {"," expression}] ")"
+//               | formula | running total | special | colour
+//               | name "(" [expression {"," expression}] ")"
 //               | "(" expression ")" | "if" ...
 // Special values: PageNumber, TotalPageCount, RecordNumber, PrintDate,
-// PrintTime, ReportTitle.
+// PrintTime, ReportTitle, and CurrentFieldValue: in an object's conditional
+// formatting, the value the object shows (null elsewhere).
+//
+// Colours are numbers 0xRRGGBB: Color(red, green, blue), each 0 to 255, or
+// one of the named colours crBlack, crWhite, crRed, crGreen, crBlue,
+// crYellow, crMaroon, crNavy, crTeal, crOlive, crPurple, crFuchsia, crAqua,
+// crLime, crSilver and crGray (the sixteen basic colours of the web), e.g.
+//   if {Orders.Amount} < 0 then crRed else crBlack
 //
 // Types and nulls. + adds numbers, joins texts, and moves a date by days;
 // date - date is a number of days. Comparisons need two values of one kind;
@@ -82,7 +91,7 @@ class FormulaError : public std::exception {
   std::string utf8_;
 };
 
-enum class SpecialValue { PageNumber, TotalPageCount, RecordNumber, PrintDate, PrintTime, ReportTitle };
+enum class SpecialValue { PageNumber, TotalPageCount, RecordNumber, PrintDate, PrintTime, ReportTitle, CurrentFieldValue };
 
 struct Node;
 class Formula;
@@ -99,6 +108,9 @@ class EvaluationContext {
   virtual std::optional<Value> special(SpecialValue which) = 0;
   // The report's formula of that name, or null when there is none.
   virtual const Formula* formula(const Text& name) = 0;
+  // The running total's value at the current record; nothing when the
+  // report has no running total of that name.
+  virtual std::optional<Value> runningTotal(const Text&) { return std::nullopt; }
 };
 
 // A parsed formula: immutable, cheap to evaluate many times, safe to share
@@ -127,5 +139,6 @@ std::optional<FormulaError> check(TextView source);
 // {Table.Column} and {@Name} with their escapes, as the parser reads them.
 Text fieldReference(TextView table, TextView column);
 Text formulaReference(TextView name);
+Text runningTotalReference(TextView name);
 
 }  // namespace mervane::engine::formula

@@ -118,10 +118,11 @@ class Scanner {
     token.kind = TokenKind::String;
   }
 
-  // {Table.Column} or {@Name}; see formula.h for the escapes.
+  // {Table.Column}, {@Name} or {#Name}; see formula.h for the escapes.
   void reference(Token& token) {
     advance();
-    bool isFormula = peek() == u'@';
+    const bool isTotal = peek() == u'#';
+    bool isFormula = peek() == u'@' || isTotal;
     if (isFormula) advance();
     Text part;
     bool separated = false;
@@ -147,6 +148,11 @@ class Scanner {
       advance();
     }
     token.text = std::move(part);
+    if (isTotal) {
+      if (token.text.empty()) throw FormulaError(token.at, u"Expected a running total's name after '{#'");
+      token.kind = TokenKind::RunningTotalRef;
+      return;
+    }
     if (isFormula) {
       if (token.text.empty()) throw FormulaError(token.at, u"Expected a formula name after '{@'");
       token.kind = TokenKind::FormulaRef;
@@ -208,6 +214,7 @@ Text describe(const Token& token) {
     case TokenKind::String: return u"a text";
     case TokenKind::Field: return u"a field";
     case TokenKind::FormulaRef: return u"a formula";
+    case TokenKind::RunningTotalRef: return u"a running total";
     case TokenKind::Name: return u"'" + token.text + u"'";
     case TokenKind::And: return u"'and'";
     case TokenKind::Or: return u"'or'";

@@ -22,7 +22,8 @@ class NoContext : public EvaluationContext {
 };
 
 bool isConstant(const Node& node) {
-  if (node.kind == Node::Kind::Field || node.kind == Node::Kind::FormulaRef || node.kind == Node::Kind::Special) {
+  if (node.kind == Node::Kind::Field || node.kind == Node::Kind::FormulaRef || node.kind == Node::Kind::Special ||
+      node.kind == Node::Kind::RunningTotalRef) {
     return false;
   }
   for (const auto& child : node.children) {

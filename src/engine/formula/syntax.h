@@ -23,12 +23,12 @@ const char16_t* spelling(Operator op);
 struct Function;
 
 struct Node {
-  enum class Kind { Literal, Field, FormulaRef, Special, Unary, Binary, Call, If };
+  enum class Kind { Literal, Field, FormulaRef, Special, Unary, Binary, Call, If, RunningTotalRef };
   Kind kind;
   Position at;                 // where the node's token starts
   Value literal;               // Literal
   Text table;                  // Field
-  Text name;                   // Field (column), FormulaRef, Call
+  Text name;                   // Field (column), FormulaRef, Call, RunningTotalRef
   SpecialValue special{};      // Special
   Operator op{};               // Unary, Binary
   const Function* function{};  // Call
