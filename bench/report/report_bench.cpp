@@ -7,6 +7,9 @@
 //
 //   report_bench open-save FOLDER
 //   report_bench pages LABEL CONNECT_TEXT [USER PASSWORD]
+//   report_bench conditional-pages LABEL CONNECT_TEXT
+//     (the same report with ten conditional formatting formulas and two
+//     running totals)
 //   report_bench pdf LABEL CONNECT_TEXT FOLDER
 //   report_bench xlsx LABEL CONNECT_TEXT FOLDER
 //
@@ -195,12 +198,70 @@ double driverAlone(const std::string& label, const engine::ReportDocument& docum
   return fetchMs;
 }
 
-int pages(const std::string& label, const Text& connectText, const Text& user, const Text& password) {
+// The grouped report with what report writers add to it: ten formatting
+// conditions on its details and group sections, and two running totals (a
+// balance over the whole report, and the lines of the day) shown on every
+// line and in the day's footer.
+engine::model::ReportDefinition withConditions(engine::model::ReportDefinition r) {
+  namespace model = engine::model;
+  model::RunningTotal balance;
+  balance.name = u"Balance";
+  balance.field = {u"Order Lines", u"Amount", {}};
+  model::RunningTotal dayLines;
+  dayLines.name = u"DayLines";
+  dayLines.field = {u"Order Lines", u"LineID", {}};
+  dayLines.operation = model::SummaryOperation::Count;
+  dayLines.reset = model::RunningTotalReset::OnChangeOfGroup;
+  dayLines.resetGroup = 1;
+  r.runningTotals = {balance, dayLines};
+  auto total = [](Text name, std::int32_t x, std::int32_t width) {
+    model::ReportObject o;
+    o.kind = model::ObjectKind::RunningTotalField;
+    o.name = name;
+    o.formula = std::move(name);
+    o.x = x;
+    o.width = width;
+    o.format.alignment = model::Alignment::Right;
+    o.format.numberFormat = u"#,##0.00";
+    return o;
+  };
+  for (model::Section& section : r.sections) {
+    if (section.kind == model::SectionKind::Details) {
+      for (model::ReportObject& o : section.objects) {
+        if (o.field.column == u"Amount") {
+          o.conditions.fontColour = u"if {Order Lines.Amount} > 1000 then crRed else crBlack";
+          o.conditions.bold = u"{Order Lines.Amount} > 2000";
+          o.conditions.background = u"if {Order Lines.Quantity} > 15 then Color(255, 240, 240)";
+        } else if (o.field.column == u"Quantity") {
+          o.conditions.italic = u"{Order Lines.Quantity} < 3";
+          o.conditions.fontColour = u"if CurrentFieldValue > 10 then crNavy else crBlack";
+        } else if (o.field.column == u"Name") {
+          o.conditions.suppress = u"IsNull({Products.Name})";
+          o.conditions.border = u"{Order Lines.Quantity} = 20";
+        }
+      }
+      model::ReportObject shown = total(u"Balance", 9100, 1500);
+      shown.conditions.fontColour = u"if {#Balance} > 1000000 then crGreen else crBlack";
+      section.objects.push_back(shown);
+      section.objects.push_back(total(u"DayLines", 10700, 600));
+    } else if (section.kind == model::SectionKind::GroupHeader) {
+      section.conditions.newPageBefore = u"{Orders.OrderDate} = \"2026-13-01\"";
+    } else if (section.kind == model::SectionKind::GroupFooter) {
+      section.conditions.suppress = u"{#DayLines} = 0";
+      section.objects.push_back(total(u"DayLines", 2500, 1000));
+    }
+  }
+  return r;
+}
+
+int pages(const std::string& label, const Text& connectText, const Text& user, const Text& password,
+          bool conditional = false) {
   FirstPageSplit split;
   engine::Engine engine(parts(&split));
   auto made = engine.create();
   auto& report = *made;
-  report.document().definition = tools::monthlySalesDefinition();
+  report.document().definition =
+      conditional ? withConditions(tools::monthlySalesDefinition()) : tools::monthlySalesDefinition();
   report.setTitle(u"Daily sales");
   SessionSettings session;
   session.sqlDatabase = u"company";
@@ -385,6 +446,10 @@ int wmain(int argc, wchar_t** argv) {
     std::wstring label(argv[2]);
     return mervane::pages(std::string(label.begin(), label.end()), fromWide(argv[3]),
                           argc > 4 ? fromWide(argv[4]) : mervane::Text(), argc > 5 ? fromWide(argv[5]) : mervane::Text());
+  }
+  if (mode == L"conditional-pages" && argc > 3) {
+    std::wstring label(argv[2]);
+    return mervane::pages("conditional-" + std::string(label.begin(), label.end()), fromWide(argv[3]), {}, {}, true);
   }
   if (mode == L"pdf" && argc > 4) {
     std::wstring label(argv[2]);

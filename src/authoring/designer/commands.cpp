@@ -133,6 +133,7 @@ model::Section withoutObjects(const model::Section& s) {
   copy.height = s.height;
   copy.suppress = s.suppress;
   copy.newPageAfter = s.newPageAfter;
+  copy.conditions = s.conditions;
   copy.unknown = s.unknown;
   return copy;
 }
@@ -163,6 +164,7 @@ void putParts(engine::ReportDocument& document, const ReportParts& parts) {
   document.definition.page = parts.page;
   document.definition.data = parts.data;
   document.definition.formulas = parts.formulas;
+  document.definition.runningTotals = parts.runningTotals;
 }
 
 class ChangeReport final : public Command {
@@ -241,7 +243,8 @@ std::unique_ptr<Command> changeSection(std::size_t section, const model::Section
   return std::make_unique<ChangeSection>(section, before, after);
 }
 ReportParts reportParts(const engine::ReportDocument& document) {
-  return {document.title, document.definition.page, document.definition.data, document.definition.formulas};
+  return {document.title, document.definition.page, document.definition.data, document.definition.formulas,
+          document.definition.runningTotals};
 }
 std::unique_ptr<Command> changeReport(ReportParts before, ReportParts after) {
   return std::make_unique<ChangeReport>(std::move(before), std::move(after));

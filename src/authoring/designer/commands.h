@@ -62,8 +62,8 @@ struct PlacedObject {
 std::unique_ptr<Command> insertObjects(std::vector<PlacedObject> objects);
 std::unique_ptr<Command> removeObjects(std::vector<PlacedObject> objects);
 
-// A section's own values (name, height, suppress, new page after); its
-// objects are left alone.
+// A section's own values (name, height, suppress, new page after, its
+// conditions); its objects are left alone.
 std::unique_ptr<Command> changeSection(std::size_t section, const model::Section& before, const model::Section& after);
 
 // The report-wide parts a person edits through the dialogs.
@@ -72,6 +72,7 @@ struct ReportParts {
   model::PageSetup page;
   model::Data data;
   std::vector<model::Formula> formulas;
+  std::vector<model::RunningTotal> runningTotals;
   bool operator==(const ReportParts&) const = default;
 };
 ReportParts reportParts(const engine::ReportDocument& document);

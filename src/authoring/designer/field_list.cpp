@@ -52,6 +52,7 @@ FieldList usedFields(const engine::ReportDocument& document) {
   for (const auto& s : report.data.sortFields) c.add(s.field);
   for (const auto& g : report.data.groups) c.add(g.field);
   for (const auto& f : report.formulas) c.scan(f.text);
+  for (const auto& t : report.runningTotals) c.add(t.field), c.add(t.evaluateField);
   c.scan(report.data.recordFilter);
   for (int k = 1; k <= 7; ++k) {
     model::ReportObject o;
@@ -60,6 +61,7 @@ FieldList usedFields(const engine::ReportDocument& document) {
     list.specials.push_back({o.special, designText(o)});
   }
   for (const auto& f : report.formulas) list.formulas.push_back(f.name);
+  for (const auto& t : report.runningTotals) list.runningTotals.push_back(t.name);
   return list;
 }
 

@@ -9,6 +9,7 @@ using engine::formula::Position;
 
 const InsertableName kFunctions[] = {
     {u"Abs(number)", u"Abs("},
+    {u"Color(red, green, blue)", u"Color("},
     {u"Date(year, month, day)", u"Date("},
     {u"DateAdd(interval, count, date)", u"DateAdd("},
     {u"DateDiff(interval, first, second)", u"DateDiff("},
@@ -40,6 +41,11 @@ const InsertableName kFunctions[] = {
 const InsertableName kSpecialValues[] = {
     {u"PageNumber", u"PageNumber"},   {u"TotalPageCount", u"TotalPageCount"}, {u"RecordNumber", u"RecordNumber"},
     {u"PrintDate", u"PrintDate"},     {u"PrintTime", u"PrintTime"},           {u"ReportTitle", u"ReportTitle"},
+    {u"CurrentFieldValue", u"CurrentFieldValue"},
+    {u"crBlack", u"crBlack"},   {u"crWhite", u"crWhite"},   {u"crRed", u"crRed"},       {u"crGreen", u"crGreen"},
+    {u"crBlue", u"crBlue"},     {u"crYellow", u"crYellow"}, {u"crMaroon", u"crMaroon"}, {u"crNavy", u"crNavy"},
+    {u"crTeal", u"crTeal"},     {u"crOlive", u"crOlive"},   {u"crPurple", u"crPurple"}, {u"crFuchsia", u"crFuchsia"},
+    {u"crAqua", u"crAqua"},     {u"crLime", u"crLime"},     {u"crSilver", u"crSilver"}, {u"crGray", u"crGray"},
 };
 
 }  // namespace

@@ -124,6 +124,11 @@ class Evaluator {
         return value.range ? Value(parameterText(value)) : value.value;
       }
       case Node::Kind::In: return within(node);
+      case Node::Kind::RunningTotalRef: {
+        std::optional<Value> value = context_.runningTotal(node.name);
+        if (!value) fail(node, u"The report has no running total " + runningTotalReference(node.name));
+        return *value;
+      }
       case Node::Kind::Unary: return unary(node);
       case Node::Kind::Binary: return binary(node);
       case Node::Kind::Call: return call(node);

@@ -11,9 +11,9 @@
 // field: inside the braces every character stands for itself except "}}",
 // a literal '}', and "..", a literal '.'; the first single '.' separates the
 // table from the column ({Sales..2024.Net}} amount} is column "Net} amount"
-// of table "Sales.2024"). {@Name} is another formula of the report and
-// {?Name} a parameter of the report, both escaped the same way. Blanks, tabs
-// and line breaks separate tokens.
+// of table "Sales.2024"). {@Name} is another formula of the report,
+// {?Name} a parameter of the report and {#Name} a running total, all three
+// escaped the same way. Blanks, tabs and line breaks separate tokens.
 //
 // Grammar, loosest first:
 //   expression  = "if" expression "then" expression ["else" expression]
@@ -28,12 +28,19 @@
 //   product     = unary {("*" | "/") unary}
 //   unary       = "-" unary | primary
 //   primary     = number | text | "true" | "false" | "null" | field
-//               | formula | parameter | special
+//               | formula | parameter | running total | special | colour
 //               | ("Minimum" | "Maximum") "(" parameter ")"
 //               | name "(" [expression {"," expression}] ")"
 //               | "(" expression ")" | "if" ...
 // Special values: PageNumber, TotalPageCount, RecordNumber, PrintDate,
-// PrintTime, ReportTitle.
+// PrintTime, ReportTitle, and CurrentFieldValue: in an object's conditional
+// formatting, the value the object shows (null elsewhere).
+//
+// Colours are numbers 0xRRGGBB: Color(red, green, blue), each 0 to 255, or
+// one of the named colours crBlack, crWhite, crRed, crGreen, crBlue,
+// crYellow, crMaroon, crNavy, crTeal, crOlive, crPurple, crFuchsia, crAqua,
+// crLime, crSilver and crGray (the sixteen basic colours of the web), e.g.
+//   if {Orders.Amount} < 0 then crRed else crBlack
 //
 // Parameters. {?Name} is the value given for the parameter when the report
 // runs (its default until then). A range parameter (from-to) has two
@@ -94,7 +101,7 @@ class FormulaError : public std::exception {
   std::string utf8_;
 };
 
-enum class SpecialValue { PageNumber, TotalPageCount, RecordNumber, PrintDate, PrintTime, ReportTitle };
+enum class SpecialValue { PageNumber, TotalPageCount, RecordNumber, PrintDate, PrintTime, ReportTitle, CurrentFieldValue };
 
 struct Node;
 class Formula;
@@ -128,6 +135,9 @@ class EvaluationContext {
     (void)name;
     return std::nullopt;
   }
+  // The running total's value at the current record; nothing when the
+  // report has no running total of that name.
+  virtual std::optional<Value> runningTotal(const Text&) { return std::nullopt; }
 };
 
 // A parsed formula: immutable, cheap to evaluate many times, safe to share
@@ -157,5 +167,6 @@ std::optional<FormulaError> check(TextView source);
 Text fieldReference(TextView table, TextView column);
 Text formulaReference(TextView name);
 Text parameterReference(TextView name);
+Text runningTotalReference(TextView name);
 
 }  // namespace mervane::engine::formula

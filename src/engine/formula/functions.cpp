@@ -227,6 +227,17 @@ Value dateDiff(Arguments a, const Node& at) {
   return 0.0;
 }
 
+// A colour from its red, green and blue, each 0 to 255.
+Value colour(Arguments a, const Node& at) {
+  double result = 0;
+  for (std::size_t i = 0; i < 3; ++i) {
+    const double part = number(a, i, at);
+    if (!(part >= 0 && part <= 255)) fail(at, u"Color takes red, green and blue from 0 to 255, not " + toText(part));
+    result = result * 256 + std::round(part);
+  }
+  return result;
+}
+
 // Null tests.
 Value isNull(Arguments a, const Node&) { return a[0].isNull(); }
 Value ifNull(Arguments a, const Node&) { return a[0].isNull() ? a[1] : a[0]; }
@@ -257,6 +268,7 @@ const Function kFunctions[] = {
     {u"Date", 3, 3, true, makeDate},
     {u"DateAdd", 3, 3, true, dateAdd},
     {u"DateDiff", 3, 3, true, dateDiff},
+    {u"Color", 3, 3, true, colour},
     {u"IsNull", 1, 1, false, isNull},
     {u"IfNull", 2, 2, false, ifNull},
 };

@@ -16,6 +16,18 @@ const SpecialName kSpecials[] = {
     {u"PageNumber", SpecialValue::PageNumber}, {u"TotalPageCount", SpecialValue::TotalPageCount},
     {u"RecordNumber", SpecialValue::RecordNumber}, {u"PrintDate", SpecialValue::PrintDate},
     {u"PrintTime", SpecialValue::PrintTime}, {u"ReportTitle", SpecialValue::ReportTitle},
+    {u"CurrentFieldValue", SpecialValue::CurrentFieldValue},
+};
+
+struct ColourName {
+  const char16_t* name;
+  double value;  // 0xRRGGBB
+};
+const ColourName kColours[] = {
+    {u"crBlack", 0x000000},  {u"crWhite", 0xFFFFFF}, {u"crRed", 0xFF0000},    {u"crGreen", 0x008000},
+    {u"crBlue", 0x0000FF},   {u"crYellow", 0xFFFF00}, {u"crMaroon", 0x800000}, {u"crNavy", 0x000080},
+    {u"crTeal", 0x008080},   {u"crOlive", 0x808000}, {u"crPurple", 0x800080}, {u"crFuchsia", 0xFF00FF},
+    {u"crAqua", 0x00FFFF},   {u"crLime", 0x00FF00},  {u"crSilver", 0xC0C0C0}, {u"crGray", 0x808080},
 };
 
 using NodePtr = std::unique_ptr<Node>;
@@ -210,6 +222,11 @@ class Parser {
         return made;
       }
       case TokenKind::ParameterRef: return parameter(ParameterPart::Whole);
+      case TokenKind::RunningTotalRef: {
+        NodePtr made = node(Node::Kind::RunningTotalRef, token.at);
+        made->name = next().text;
+        return made;
+      }
       case TokenKind::Name: return name();
       case TokenKind::LeftParen: {
         Position at = next().at;
@@ -267,6 +284,13 @@ class Parser {
       if (equalsNoCase(token.text, special.name)) {
         NodePtr made = node(Node::Kind::Special, token.at);
         made->special = special.value;
+        return made;
+      }
+    }
+    for (const ColourName& colour : kColours) {
+      if (equalsNoCase(token.text, colour.name)) {
+        NodePtr made = node(Node::Kind::Literal, token.at);
+        made->literal = Value(colour.value);
         return made;
       }
     }
@@ -350,6 +374,7 @@ Text fieldReference(TextView table, TextView column) {
 }
 
 Text formulaReference(TextView name) { return u"{@" + escaped(name, false) + u"}"; }
+Text runningTotalReference(TextView name) { return u"{#" + escaped(name, false) + u"}"; }
 
 Text parameterReference(TextView name) { return u"{?" + escaped(name, false) + u"}"; }
 

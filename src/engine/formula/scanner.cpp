@@ -119,11 +119,12 @@ class Scanner {
     token.kind = TokenKind::String;
   }
 
-  // {Table.Column}, {@Name} or {?Name}; see formula.h for the escapes.
+  // {Table.Column}, {@Name}, {?Name} or {#Name}; see formula.h for the escapes.
   void reference(Token& token) {
     advance();
     const bool isParameter = peek() == u'?';
-    bool isFormula = peek() == u'@' || isParameter;
+    const bool isTotal = peek() == u'#';
+    bool isFormula = peek() == u'@' || isParameter || isTotal;
     if (isFormula) advance();
     Text part;
     bool separated = false;
@@ -152,6 +153,11 @@ class Scanner {
     if (isParameter) {
       if (token.text.empty()) throw FormulaError(token.at, u"Expected a parameter name after '{?'");
       token.kind = TokenKind::ParameterRef;
+      return;
+    }
+    if (isTotal) {
+      if (token.text.empty()) throw FormulaError(token.at, u"Expected a running total's name after '{#'");
+      token.kind = TokenKind::RunningTotalRef;
       return;
     }
     if (isFormula) {
@@ -217,6 +223,7 @@ Text describe(const Token& token) {
     case TokenKind::FormulaRef: return u"a formula";
     case TokenKind::ParameterRef: return u"a parameter";
     case TokenKind::In: return u"'in'";
+    case TokenKind::RunningTotalRef: return u"a running total";
     case TokenKind::Name: return u"'" + token.text + u"'";
     case TokenKind::And: return u"'and'";
     case TokenKind::Or: return u"'or'";

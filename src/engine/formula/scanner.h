@@ -8,7 +8,7 @@
 namespace mervane::engine::formula {
 
 enum class TokenKind {
-  Number, String, Field, FormulaRef, ParameterRef, Name,
+  Number, String, Field, FormulaRef, ParameterRef, RunningTotalRef, Name,
   And, Or, Not, In, If, Then, Else, True, False, Null,
   Plus, Minus, Star, Slash, Ampersand,
   Equal, NotEqual, Less, LessEqual, Greater, GreaterEqual,
@@ -18,7 +18,7 @@ enum class TokenKind {
 struct Token {
   TokenKind kind = TokenKind::End;
   Position at;
-  Text text;     // String: its value; Name: as written; Field: the column; FormulaRef: the name
+  Text text;     // String: its value; Name: as written; Field: the column; FormulaRef, RunningTotalRef: the name
   Text table;    // Field: the table
   double number = 0;
 };

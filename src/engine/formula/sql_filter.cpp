@@ -35,7 +35,8 @@ class Translator {
   Translator(const SqlNaming& naming, EvaluationContext* parameters) : naming_(naming), constants_(parameters) {}
 
   bool isConstant(const Node& node) const {
-    if (node.kind == Node::Kind::Field || node.kind == Node::Kind::FormulaRef || node.kind == Node::Kind::Special) {
+    if (node.kind == Node::Kind::Field || node.kind == Node::Kind::FormulaRef || node.kind == Node::Kind::Special ||
+        node.kind == Node::Kind::RunningTotalRef) {
       return false;
     }
     if (node.kind == Node::Kind::Parameter && !constants_.knowsParameters()) return false;

@@ -27,12 +27,12 @@ struct Function;
 enum class ParameterPart { Whole, Minimum, Maximum };
 
 struct Node {
-  enum class Kind { Literal, Field, FormulaRef, Special, Unary, Binary, Call, If, Parameter, In };
+  enum class Kind { Literal, Field, FormulaRef, Special, Unary, Binary, Call, If, Parameter, In, RunningTotalRef };
   Kind kind;
   Position at;                 // where the node's token starts
   Value literal;               // Literal
   Text table;                  // Field
-  Text name;                   // Field (column), FormulaRef, Call, Parameter
+  Text name;                   // Field (column), FormulaRef, Call, Parameter, RunningTotalRef
   ParameterPart part = ParameterPart::Whole;  // Parameter
   SpecialValue special{};      // Special
   Operator op{};               // Unary, Binary

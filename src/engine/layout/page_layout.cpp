@@ -44,6 +44,9 @@ class RowContext final : public formula::EvaluationContext {
     row_ = row;
     record_ = record;
   }
+  void flow(const FlowState* state) { flow_ = state; }
+  // The value of the object whose conditions are being worked out.
+  void current(const Value* value) { current_ = value; }
   bool usedPageCount() const { return usedPageCount_; }
   std::int32_t page() const { return page_; }
   std::int32_t pageCount() {
@@ -69,6 +72,7 @@ class RowContext final : public formula::EvaluationContext {
       case formula::SpecialValue::PrintTime:
         return Value(formula::DateTime{environment_.printDateTime - std::floor(environment_.printDateTime)});
       case formula::SpecialValue::ReportTitle: return Value(environment_.title);
+      case formula::SpecialValue::CurrentFieldValue: return current_ ? *current_ : Value();
     }
     return std::nullopt;
   }
@@ -78,6 +82,35 @@ class RowContext final : public formula::EvaluationContext {
     return environment_.parameters.find(name);
   }
 
+  std::optional<Value> runningTotal(const Text& name) override {
+    const int index = report_.runningTotalIndex(name);
+    if (index < 0) return std::nullopt;
+    return runningValue(index);
+  }
+
+  Value runningValue(int index) const {
+    const auto i = static_cast<std::size_t>(index);
+    if (!flow_ || i >= flow_->totals.size()) return Value();
+    const RunningState& s = flow_->totals[i];
+    return resultOf(s.sums, report_.runningTotals[i].operation, s.distinct.size());
+  }
+
+  // A condition's value for the current record; nothing when it cannot be
+  // worked out (the object then prints as it is).
+  std::optional<Value> condition(const formula::Formula* formula) {
+    if (!formula) return std::nullopt;
+    try {
+      return formula->evaluate(*this);
+    } catch (const formula::FormulaError&) {
+      return std::nullopt;
+    }
+  }
+  bool isTrue(const formula::Formula* formula, bool otherwise) {
+    const std::optional<Value> value = condition(formula);
+    if (!formula) return otherwise;
+    return value && value->kind() == ValueKind::Boolean && value->boolean();
+  }
+
  private:
   const PreparedReport& report_;
   LayoutEnvironment& environment_;
@@ -85,7 +118,37 @@ class RowContext final : public formula::EvaluationContext {
   const EncodedRow* row_ = nullptr;
   std::int64_t record_ = 0;
   bool usedPageCount_ = false;
+  const FlowState* flow_ = nullptr;
+  const Value* current_ = nullptr;
 };
+
+// A colour a condition gave: a number 0xRRGGBB.
+std::optional<std::uint32_t> colourOf(const std::optional<Value>& value) {
+  if (!value || value->kind() != ValueKind::Number) return std::nullopt;
+  const double n = std::round(value->number());
+  if (!(n >= 0 && n <= 0xFFFFFF)) return std::nullopt;
+  return static_cast<std::uint32_t>(n);
+}
+
+// The object's format for the current record, changed as its conditions say.
+void applyConditions(const PreparedConditions& c, RowContext& context, model::Format& format) {
+  if (const auto colour = colourOf(context.condition(c.fontColour))) format.colour = *colour;
+  if (const auto colour = colourOf(context.condition(c.background))) {
+    format.background = *colour;
+    format.filled = true;
+  }
+  if (const auto bold = context.condition(c.bold); bold && bold->kind() == ValueKind::Boolean) format.bold = bold->boolean();
+  if (const auto italic = context.condition(c.italic); italic && italic->kind() == ValueKind::Boolean) {
+    format.italic = italic->boolean();
+  }
+  if (const auto border = context.condition(c.border)) {
+    if (border->kind() == ValueKind::Boolean) {
+      format.border = border->boolean() ? model::BorderStyle::Single : model::BorderStyle::None;
+    } else if (border->kind() == ValueKind::Number && border->number() >= 0 && border->number() <= 4) {
+      format.border = static_cast<model::BorderStyle>(static_cast<int>(border->number()));
+    }
+  }
+}
 
 // A formula's mistake, named after the formula it is in.
 [[noreturn]] void rethrowIn(const Text& name, const formula::FormulaError& error) {
@@ -108,7 +171,9 @@ Value evaluate(const RowValueSource& source, const EncodedRow* row, std::int64_t
 class SectionStream {
  public:
   SectionStream(const PreparedReport& report, RowFeed& feed, FlowState& state, RowContext& context)
-      : report_(report), feed_(feed), state_(state), context_(context) {}
+      : report_(report), feed_(feed), state_(state), context_(context) {
+    context_.flow(&state_);
+  }
 
   // Reads again the rows a saved state stood on.
   void restore() {
@@ -239,12 +304,58 @@ class SectionStream {
       if (s.fromData || report_.readAhead[static_cast<std::size_t>(s.level)]) continue;
       add(s, state_.running[i], current_, state_.record, nullptr);
     }
+    runningTotals(level);
+  }
+
+  // The running totals take in the current row: each starts again first
+  // when its rule says so, then takes the row in when its rule picks it.
+  void runningTotals(int level) {
+    if (report_.runningTotals.empty()) return;
+    context_.at(&current_, state_.record);
+    for (std::size_t i = 0; i < report_.runningTotals.size(); ++i) {
+      const PreparedRunningTotal& t = report_.runningTotals[i];
+      RunningState& s = state_.totals[i];
+      bool reset = false;
+      switch (t.reset) {
+        case model::RunningTotalReset::OnChangeOfGroup: reset = level <= t.resetGroup; break;
+        case model::RunningTotalReset::OnFormula: reset = context_.isTrue(t.resetFormula, false); break;
+        default: break;
+      }
+      if (reset) {
+        s.sums = Accumulator{};
+        s.distinct.clear();
+      }
+      bool take = true;
+      if (t.evaluate == model::RunningTotalEvaluate::OnChangeOfField) {
+        std::string key;
+        if (t.evaluateField.field >= 0) {
+          key = current_.raw(static_cast<std::size_t>(t.evaluateField.field));
+        } else {
+          encodeValue(evaluate(t.evaluateField, &current_, state_.record, context_), key);
+        }
+        take = !s.haveLast || key != s.last;
+        s.last = std::move(key);
+        s.haveLast = true;
+      } else if (t.evaluate == model::RunningTotalEvaluate::OnFormula) {
+        context_.at(&current_, state_.record);
+        take = context_.isTrue(t.evaluateFormula, false);
+      }
+      if (take) {
+        add(t.operation, t.value, s.sums, current_, state_.record,
+            t.operation == SummaryOperation::DistinctCount ? &s.distinct : nullptr);
+      }
+    }
   }
 
   void add(const SummarySlot& slot, Accumulator& acc, const EncodedRow& row, std::int64_t record,
            std::unordered_set<std::string>* distinct) {
-    if (slot.value.field >= 0) {
-      const auto field = static_cast<std::size_t>(slot.value.field);
+    add(slot.operation, slot.value, acc, row, record, distinct);
+  }
+
+  void add(SummaryOperation operation, const RowValueSource& source, Accumulator& acc, const EncodedRow& row,
+           std::int64_t record, std::unordered_set<std::string>* distinct) {
+    if (source.field >= 0) {
+      const auto field = static_cast<std::size_t>(source.field);
       if (row.isNull(field)) return;
       if (distinct) distinct->emplace(row.raw(field));
       ++acc.count;
@@ -252,13 +363,13 @@ class SectionStream {
       if (row.kind(field) == ValueKind::Number && row.number(field, number)) {
         ++acc.numbers;
         acc.sum += number;
-        if (wantsExtremes(slot.operation)) acc.extremes.add(Value(number));
-      } else if (wantsExtremes(slot.operation)) {
+        if (wantsExtremes(operation)) acc.extremes.add(Value(number));
+      } else if (wantsExtremes(operation)) {
         acc.extremes.add(row.value(field));
       }
       return;
     }
-    const Value value = evaluate(slot.value, &row, record, context_);
+    const Value value = evaluate(source, &row, record, context_);
     if (value.isNull()) return;
     if (distinct) {
       std::string key;
@@ -270,7 +381,7 @@ class SectionStream {
       ++acc.numbers;
       acc.sum += value.number();
     }
-    if (wantsExtremes(slot.operation)) acc.extremes.add(value);
+    if (wantsExtremes(operation)) acc.extremes.add(value);
   }
 
   // Totals of `level` for the group starting at the current row, found by
@@ -360,6 +471,11 @@ class Pager {
         break;
       }
       const PreparedSection& section = report_.sections[static_cast<std::size_t>(band)];
+      if (suppressed(section, stream, context_)) continue;
+      if (placed && section.newPageBefore && context_.isTrue(section.newPageBefore, false)) {
+        state_.pending = band;
+        break;
+      }
       if (section.section->kind != SectionKind::ReportHeader && !headersDone) {
         y += pageHeaders(stream, y, bodyBottom);
         headersDone = true;
@@ -378,13 +494,15 @@ class Pager {
       if (out_) std::move(items.begin(), items.end(), std::back_inserter(out_->items));
       y += height;
       placed = true;
-      breakAfter = section.section->newPageAfter;
+      context_.at(stream.row(), stream.record());
+      breakAfter = context_.isTrue(section.newPageAfter, section.section->newPageAfter);
     }
     if (!headersDone) pageHeaders(stream, y, bodyBottom);
     if (out_) {
       std::int32_t footerY = bodyBottom;
       for (int index : report_.pageFooters) {
         const std::int32_t height = std::max(0, sectionOf(index).height);
+        if (suppressed(report_.sections[static_cast<std::size_t>(index)], stream, context_)) continue;
         layoutSection(report_, report_.sections[static_cast<std::size_t>(index)], stream, context_, geometry_.left,
                       footerY, height, footerY + height, &out_->items);
         footerY += height;
@@ -401,6 +519,7 @@ class Pager {
   std::int32_t pageHeaders(SectionStream& stream, std::int32_t y, std::int32_t bodyBottom) {
     std::int32_t total = 0;
     for (int index : report_.pageHeaders) {
+      if (suppressed(report_.sections[static_cast<std::size_t>(index)], stream, context_)) continue;
       const std::int32_t available = std::max(0, bodyBottom - y - total);
       const std::int32_t height =
           std::min(available, layoutSection(report_, report_.sections[static_cast<std::size_t>(index)], stream, context_,
@@ -408,6 +527,13 @@ class Pager {
       total += height;
     }
     return total;
+  }
+
+  // Whether the section's suppress condition holds where it would print.
+  static bool suppressed(const PreparedSection& section, SectionStream& stream, RowContext& context) {
+    if (!section.suppress) return false;
+    context.at(stream.row(), stream.record());
+    return context.isTrue(section.suppress, false);
   }
 
   bool visible(const Rect& box, std::int32_t clip) const {
@@ -435,6 +561,7 @@ class Pager {
       case ObjectKind::SummaryField:
         value = stream.summary(po.slot, &report == &report_ ? &environment_.dataSummaries : nullptr);
         break;
+      case ObjectKind::RunningTotalField: value = context.runningValue(po.runningTotal); break;
       case ObjectKind::SpecialField:
         // The print date keeps its value, for exports that type their cells.
         if (object.special == model::SpecialFieldKind::PrintDate)
@@ -502,7 +629,26 @@ class Pager {
     for (const PreparedObject& po : ps.objects) {
       if (!items && !po.affectsLayout) continue;
       const model::ReportObject& object = *po.object;
-      const model::Format& format = object.format;
+      const bool shape = object.kind == ObjectKind::Line || object.kind == ObjectKind::Box ||
+                         object.kind == ObjectKind::Subreport;
+      bool numeric = false;
+      Value value;
+      const Text text = shape ? Text() : objectText(report, po, stream, context, numeric, value);
+      const model::Format* formatOf = &object.format;
+      model::Format adjusted;
+      if (po.conditions) {
+        context.at(stream.row(), stream.record());
+        context.current(&value);
+        const bool hidden = context.isTrue(po.conditions->suppress, false);
+        if (!hidden && items) {
+          adjusted = object.format;
+          applyConditions(*po.conditions, context, adjusted);
+          formatOf = &adjusted;
+        }
+        context.current(nullptr);
+        if (hidden) continue;
+      }
+      const model::Format& format = *formatOf;
       const Rect box{x0 + object.x, y0 + object.y, object.width, object.height};
       switch (object.kind) {
         case ObjectKind::Line: {
@@ -542,9 +688,6 @@ class Pager {
           break;
         }
         default: {
-          bool numeric = false;
-          Value value;
-          const Text text = objectText(report, po, stream, context, numeric, value);
           if (object.width <= 0 || object.height <= 0) break;
           const Font font = fontOf(format);
           const std::int32_t lineHeight = std::max(1, measure_.lineHeight(font));
@@ -633,6 +776,7 @@ class Pager {
     SectionStream stream(report, feed, flow, context);
     std::int32_t height = 0;
     for (int band = stream.next(); band >= 0; band = stream.next()) {
+      if (suppressed(report.sections[static_cast<std::size_t>(band)], stream, context)) continue;
       const std::int32_t room = std::max(0, available - height);
       const std::int32_t y = box.y + height;
       height += std::min(room, layoutSection(report, report.sections[static_cast<std::size_t>(band)], stream, context,
@@ -681,6 +825,7 @@ PageState firstPageState(const PreparedReport& report) {
   PageState state;
   state.flow.running.resize(report.slots.size());
   for (const SummarySlot& slot : report.slots) state.flow.ahead.push_back(resultOf(Accumulator{}, slot.operation, 0));
+  state.flow.totals.resize(report.runningTotals.size());
   state.subreportOffsets.assign(report.subreports.size(), 0);
   return state;
 }
@@ -712,6 +857,18 @@ std::string saveState(const PageState& state) {
   for (const Value& value : f.ahead) w.value(value);
   w.u64(state.subreportOffsets.size());
   for (std::uint64_t offset : state.subreportOffsets) w.u64(offset);
+  w.u64(f.totals.size());
+  for (const RunningState& total : f.totals) {
+    w.i64(total.sums.count);
+    w.i64(total.sums.numbers);
+    w.f64(total.sums.sum);
+    w.value(total.sums.extremes.minimum);
+    w.value(total.sums.extremes.maximum);
+    w.u64(total.haveLast ? 1 : 0);
+    w.bytes(total.last);
+    w.u64(total.distinct.size());
+    for (const std::string& seen : total.distinct) w.bytes(seen);
+  }
   return std::move(w.result());
 }
 
@@ -743,6 +900,18 @@ PageState loadState(std::string_view saved) {
   for (Value& value : f.ahead) value = r.value();
   state.subreportOffsets.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
   for (std::uint64_t& offset : state.subreportOffsets) offset = r.u64();
+  f.totals.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
+  for (RunningState& total : f.totals) {
+    total.sums.count = r.i64();
+    total.sums.numbers = r.i64();
+    total.sums.sum = r.f64();
+    total.sums.extremes.minimum = r.value();
+    total.sums.extremes.maximum = r.value();
+    total.haveLast = r.u64() != 0;
+    total.last = std::string(r.bytes());
+    const std::uint64_t seen = std::min<std::uint64_t>(r.u64(), saved.size());
+    for (std::uint64_t i = 0; i < seen; ++i) total.distinct.emplace(r.bytes());
+  }
   return state;
 }
 

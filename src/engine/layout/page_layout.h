@@ -24,6 +24,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "engine/data/report_data.h"
@@ -54,6 +55,14 @@ struct Accumulator {
   formula::Extremes extremes;  // for minimum and maximum
 };
 
+// A running total, as far as the rows have gone.
+struct RunningState {
+  Accumulator sums;
+  std::unordered_set<std::string> distinct;  // distinct counts only: the values seen since the last reset
+  std::string last;                          // evaluated on a change of field: that field's value before
+  bool haveLast = false;
+};
+
 enum class Phase : std::uint8_t { ReportHeader, FirstRow, GroupHeaders, Details, NextRow, GroupFooters, ReportFooter, Done };
 
 // Where a report's section stream stands.
@@ -70,6 +79,7 @@ struct FlowState {
   std::int64_t record = 0;  // the current row's number, from 1; 0 before the first
   std::vector<Accumulator> running;   // per summary slot
   std::vector<formula::Value> ahead;  // per slot, for levels read ahead
+  std::vector<RunningState> totals;   // per running total
 };
 
 struct PageState {

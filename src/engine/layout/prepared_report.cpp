@@ -12,7 +12,8 @@ using model::SectionKind;
 
 bool isTextKind(ObjectKind kind) {
   return kind == ObjectKind::Text || kind == ObjectKind::DatabaseField || kind == ObjectKind::SpecialField ||
-         kind == ObjectKind::SummaryField || kind == ObjectKind::FormulaField || kind == ObjectKind::ParameterField;
+         kind == ObjectKind::SummaryField || kind == ObjectKind::FormulaField || kind == ObjectKind::ParameterField ||
+         kind == ObjectKind::RunningTotalField;
 }
 
 bool sameField(const model::FieldRef& a, const model::FieldRef& b) {
@@ -26,16 +27,21 @@ class Preparer {
   void run() {
     const int groups = static_cast<int>(r_.definition.data.groups.size());
     for (const model::Group& group : r_.definition.data.groups) r_.groups.push_back(source(group.field));
+    runningTotals(groups);
     r_.groupHeaders.resize(static_cast<std::size_t>(groups) + 1);
     r_.groupFooters.resize(static_cast<std::size_t>(groups) + 1);
     std::vector<std::vector<const model::Section*>> slotPlaces;
 
     for (const model::Section& section : r_.definition.sections) {
-      if (section.suppress) continue;
+      if (section.suppress && trim(section.conditions.suppress).empty()) continue;
       const bool grouped = section.kind == SectionKind::GroupHeader || section.kind == SectionKind::GroupFooter;
       if (grouped && (section.group < 1 || section.group > groups)) continue;
       PreparedSection prepared;
       prepared.section = &section;
+      const Text where = u"section " + (section.name.empty() ? decimal(r_.sections.size() + 1) : section.name);
+      prepared.suppress = condition(section.conditions.suppress, u"The suppress condition of the " + where);
+      prepared.newPageBefore = condition(section.conditions.newPageBefore, u"The new page before condition of the " + where);
+      prepared.newPageAfter = condition(section.conditions.newPageAfter, u"The new page after condition of the " + where);
       for (const model::ReportObject& object : section.objects) {
         PreparedObject po;
         po.object = &object;
@@ -58,6 +64,13 @@ class Preparer {
             po.subreport = subreport(object.subreport);
             po.affectsLayout = true;
             break;
+          case ObjectKind::RunningTotalField:
+            po.runningTotal = r_.runningTotalIndex(object.formula);
+            if (po.runningTotal < 0) {
+              throw PrepareError(u"The report shows the running total " + formula::runningTotalReference(object.formula) +
+                                 u", which it does not have.");
+            }
+            break;
           case ObjectKind::Text:
           case ObjectKind::SpecialField:
           case ObjectKind::Picture:
@@ -70,8 +83,9 @@ class Preparer {
           default: continue;  // a kind of a newer version: passed over
         }
         if (isTextKind(object.kind) && object.format.canGrow) po.affectsLayout = true;
+        conditions(po, object);
         prepared.fixedHeight = prepared.fixedHeight && !po.affectsLayout;
-        prepared.objects.push_back(po);
+        prepared.objects.push_back(std::move(po));
       }
       const int index = static_cast<int>(r_.sections.size());
       r_.sections.push_back(std::move(prepared));
@@ -162,6 +176,68 @@ class Preparer {
     for (const auto& child : node.children) walk(*child);
   }
 
+  // A condition's formula, parsed, its fields asked of the data; null when
+  // there is none.
+  const formula::Formula* condition(const Text& text, const Text& what) {
+    if (trim(text).empty()) return nullptr;
+    std::shared_ptr<const formula::Formula> parsed;
+    try {
+      parsed = formula::Formula::parse(text);
+    } catch (const formula::FormulaError& error) {
+      throw PrepareError(what + u" has a mistake: " + error.message() + u".");
+    }
+    walk(parsed->root());
+    r_.conditionFormulas.push_back(parsed);
+    return parsed.get();
+  }
+
+  void conditions(PreparedObject& po, const model::ReportObject& object) {
+    const model::ObjectConditions& c = object.conditions;
+    if (c.empty()) return;
+    const Text of = u" condition of " + (object.name.empty() ? Text(u"an object") : object.name);
+    auto prepared = std::make_unique<PreparedConditions>();
+    prepared->suppress = condition(c.suppress, u"The suppress" + of);
+    prepared->fontColour = condition(c.fontColour, u"The font colour" + of);
+    prepared->background = condition(c.background, u"The background colour" + of);
+    prepared->bold = condition(c.bold, u"The bold" + of);
+    prepared->italic = condition(c.italic, u"The italic" + of);
+    prepared->border = condition(c.border, u"The border" + of);
+    // Whether a growing object prints changes the section's height.
+    if (prepared->suppress && object.format.canGrow) po.affectsLayout = true;
+    po.conditions = std::move(prepared);
+  }
+
+  void runningTotals(int groups) {
+    for (const model::RunningTotal& total : r_.definition.runningTotals) {
+      const Text name = formula::runningTotalReference(total.name);
+      if (trim(total.name).empty()) throw PrepareError(u"The report has a running total without a name.");
+      if (r_.runningTotalIndex(total.name) >= 0) throw PrepareError(u"The report has two running totals called " + name + u".");
+      if (total.field.column.empty()) throw PrepareError(u"The running total " + name + u" has no field to add up.");
+      PreparedRunningTotal p;
+      p.name = total.name;
+      p.operation = total.operation;
+      p.value = source(total.field);
+      p.evaluate = total.evaluate;
+      if (total.evaluate == model::RunningTotalEvaluate::OnChangeOfField) {
+        if (total.evaluateField.column.empty()) p.evaluate = model::RunningTotalEvaluate::EveryRecord;
+        else p.evaluateField = source(total.evaluateField);
+      } else if (total.evaluate == model::RunningTotalEvaluate::OnFormula) {
+        p.evaluateFormula = condition(total.evaluateFormula, u"The evaluate formula of the running total " + name);
+        if (!p.evaluateFormula) p.evaluate = model::RunningTotalEvaluate::EveryRecord;
+      } else {
+        p.evaluate = model::RunningTotalEvaluate::EveryRecord;
+      }
+      p.reset = total.reset;
+      if (total.reset == model::RunningTotalReset::OnChangeOfGroup) {
+        p.resetGroup = total.resetGroup >= 1 && total.resetGroup <= groups ? total.resetGroup : 0;
+      } else if (total.reset == model::RunningTotalReset::OnFormula) {
+        p.resetFormula = condition(total.resetFormula, u"The reset formula of the running total " + name);
+      }
+      if (!p.resetGroup && !p.resetFormula) p.reset = model::RunningTotalReset::Never;
+      r_.runningTotals.push_back(std::move(p));
+    }
+  }
+
   int slot(const model::ReportObject& object) {
     const int groups = static_cast<int>(r_.groups.size());
     const int level = object.summaryGroup >= 1 && object.summaryGroup <= groups ? object.summaryGroup : 0;
@@ -211,6 +287,13 @@ const formula::Formula* PreparedReport::formula(TextView name) const {
     if (equalsNoCase(known, name)) return parsed.get();
   }
   return nullptr;
+}
+
+int PreparedReport::runningTotalIndex(TextView name) const {
+  for (std::size_t i = 0; i < runningTotals.size(); ++i) {
+    if (equalsNoCase(runningTotals[i].name, name)) return static_cast<int>(i);
+  }
+  return -1;
 }
 
 std::unique_ptr<PreparedReport> prepare(const model::ReportDefinition& definition, bool main) {

@@ -15,6 +15,12 @@
 // aggregate query, so a grand total in the report header needs no reading
 // ahead at all. Totals printed behind their rows (a grand total in the
 // report footer) are added up as the rows pass, at no cost to the database.
+//
+// Running totals are kept apart from the summary slots: they follow the
+// rows as they print, taking in each record (or the records their rule
+// picks) and starting again where their rule says, so they are never read
+// ahead. Conditional formatting formulas are parsed here once; they are
+// worked out as each object prints.
 #pragma once
 
 #include <memory>
@@ -45,10 +51,22 @@ struct RowValueSource {
   bool valid() const { return field >= 0 || formula != nullptr; }
 };
 
+// An object's conditional formatting, parsed; null where there is none.
+struct PreparedConditions {
+  const formula::Formula* suppress = nullptr;
+  const formula::Formula* fontColour = nullptr;
+  const formula::Formula* background = nullptr;
+  const formula::Formula* bold = nullptr;
+  const formula::Formula* italic = nullptr;
+  const formula::Formula* border = nullptr;
+};
+
 struct PreparedObject {
   const model::ReportObject* object = nullptr;
   RowValueSource value;  // DatabaseField, FormulaField
   int slot = -1;         // SummaryField
+  int runningTotal = -1;  // RunningTotalField
+  std::unique_ptr<PreparedConditions> conditions;  // null: none
   int subreport = -1;    // Subreport
   // The object must be worked out even when only the section's height is
   // wanted: it can grow, holds a subreport, or runs a formula (whose
@@ -60,6 +78,21 @@ struct PreparedSection {
   const model::Section* section = nullptr;
   std::vector<PreparedObject> objects;
   bool fixedHeight = true;  // no object affects the layout
+  const formula::Formula* suppress = nullptr;  // conditions; null: the section's own yes/no
+  const formula::Formula* newPageBefore = nullptr;
+  const formula::Formula* newPageAfter = nullptr;
+};
+
+struct PreparedRunningTotal {
+  Text name;
+  model::SummaryOperation operation = model::SummaryOperation::Sum;
+  RowValueSource value;
+  model::RunningTotalEvaluate evaluate = model::RunningTotalEvaluate::EveryRecord;
+  RowValueSource evaluateField;
+  const formula::Formula* evaluateFormula = nullptr;
+  model::RunningTotalReset reset = model::RunningTotalReset::Never;
+  int resetGroup = 0;  // OnChangeOfGroup: 1..groups; 0 never
+  const formula::Formula* resetFormula = nullptr;
 };
 
 struct SummarySlot {
@@ -92,12 +125,15 @@ struct PreparedReport {
   std::vector<int> reportHeaders, pageHeaders, details, pageFooters, reportFooters;  // indexes into sections
   std::vector<std::vector<int>> groupHeaders, groupFooters;  // [level], level 1..groups
   std::vector<SummarySlot> slots;
+  std::vector<PreparedRunningTotal> runningTotals;
+  std::vector<std::shared_ptr<const formula::Formula>> conditionFormulas;  // owns the conditions' formulas
   std::vector<bool> readAhead;  // [level]: its summaries are found by reading its rows ahead
   std::vector<PreparedSubreport> subreports;
 
   int groupCount() const { return static_cast<int>(groups.size()); }
   int fieldIndex(TextView table, TextView column) const;
   const formula::Formula* formula(TextView name) const;
+  int runningTotalIndex(TextView name) const;
 };
 
 // Throws PrepareError. `main`: the report's own definition, whose totals

@@ -183,6 +183,7 @@ class Reader {
         case 3: nested(f, e, [&](std::size_t re) { dataFields(r.data, re); }); return true;
         case 4: nested(f, e, [&](std::size_t re) { formulaFields(r.formulas.emplace_back(), re); }); return true;
         case 5: nested(f, e, [&](std::size_t re) { parameterFields(r.parameters.emplace_back(), re); }); return true;
+        case 6: nested(f, e, [&](std::size_t re) { runningTotalFields(r.runningTotals.emplace_back(), re); }); return true;
         default: return false;
       }
     });
@@ -214,6 +215,7 @@ class Reader {
         case 5: s.suppress = flag(f, e); return true;
         case 6: s.newPageAfter = flag(f, e); return true;
         case 7: nested(f, e, [&](std::size_t re) { objectFields(s.objects.emplace_back(), re, depth); }); return true;
+        case 8: nested(f, e, [&](std::size_t re) { sectionConditionFields(s.conditions, re); }); return true;
         default: return false;
       }
     });
@@ -237,6 +239,7 @@ class Reader {
         case 13: o.formula = text(f, e); return true;
         case 14: nested(f, e, [&](std::size_t re) { subreportFields(o.subreport, re, depth); }); return true;
         case 15: nested(f, e, [&](std::size_t re) { pictureFields(o.picture, re); }); return true;
+        case 16: nested(f, e, [&](std::size_t re) { objectConditionFields(o.conditions, re); }); return true;
         default: return false;
       }
     });
@@ -408,6 +411,48 @@ class Reader {
     });
   }
 
+  void objectConditionFields(ObjectConditions& c, std::size_t end) {
+    fields(end, c.unknown, [&](const Field& f, std::size_t e) {
+      switch (f.number) {
+        case 1: c.suppress = text(f, e); return true;
+        case 2: c.fontColour = text(f, e); return true;
+        case 3: c.background = text(f, e); return true;
+        case 4: c.bold = text(f, e); return true;
+        case 5: c.italic = text(f, e); return true;
+        case 6: c.border = text(f, e); return true;
+        default: return false;
+      }
+    });
+  }
+
+  void sectionConditionFields(SectionConditions& c, std::size_t end) {
+    fields(end, c.unknown, [&](const Field& f, std::size_t e) {
+      switch (f.number) {
+        case 1: c.suppress = text(f, e); return true;
+        case 2: c.newPageBefore = text(f, e); return true;
+        case 3: c.newPageAfter = text(f, e); return true;
+        default: return false;
+      }
+    });
+  }
+
+  void runningTotalFields(RunningTotal& t, std::size_t end) {
+    fields(end, t.unknown, [&](const Field& f, std::size_t e) {
+      switch (f.number) {
+        case 1: t.name = text(f, e); return true;
+        case 2: nested(f, e, [&](std::size_t re) { fieldRefFields(t.field, re); }); return true;
+        case 3: t.operation = enumeration<SummaryOperation>(f, e); return true;
+        case 4: t.evaluate = enumeration<RunningTotalEvaluate>(f, e); return true;
+        case 5: nested(f, e, [&](std::size_t re) { fieldRefFields(t.evaluateField, re); }); return true;
+        case 6: t.evaluateFormula = text(f, e); return true;
+        case 7: t.reset = enumeration<RunningTotalReset>(f, e); return true;
+        case 8: t.resetGroup = inRange(f, e, 0, std::numeric_limits<std::int32_t>::max()); return true;
+        case 9: t.resetFormula = text(f, e); return true;
+        default: return false;
+      }
+    });
+  }
+
   const std::uint8_t* p_;
   const DefinitionLimits& limits_;
   std::size_t pos_ = 0;
@@ -537,6 +582,18 @@ void writeObject(Writer& w, const ReportObject& o) {
       pw.unknown(o.picture.unknown);
     });
   }
+  const ObjectConditions& c = o.conditions;
+  if (!c.empty() || !c.unknown.bytes.empty()) {
+    w.record(16, [&](Writer& cw) {
+      cw.text(1, c.suppress);
+      cw.text(2, c.fontColour);
+      cw.text(3, c.background);
+      cw.text(4, c.bold);
+      cw.text(5, c.italic);
+      cw.text(6, c.border);
+      cw.unknown(c.unknown);
+    });
+  }
   w.unknown(o.unknown);
 }
 
@@ -548,6 +605,15 @@ void writeSection(Writer& w, const Section& s) {
   w.flag(5, s.suppress);
   w.flag(6, s.newPageAfter);
   for (const ReportObject& o : s.objects) w.record(7, [&](Writer& ow) { writeObject(ow, o); });
+  const SectionConditions& c = s.conditions;
+  if (!c.empty() || !c.unknown.bytes.empty()) {
+    w.record(8, [&](Writer& cw) {
+      cw.text(1, c.suppress);
+      cw.text(2, c.newPageBefore);
+      cw.text(3, c.newPageAfter);
+      cw.unknown(c.unknown);
+    });
+  }
   w.unknown(s.unknown);
 }
 
@@ -624,6 +690,20 @@ void writeReport(Writer& w, const ReportDefinition& r) {
       for (const Text& v : m.allowedValues) pw.text(7, v);
       pw.record(8, [&](Writer& fw) { writeFieldRef(fw, m.allowedFrom); });
       pw.unknown(m.unknown);
+    });
+  }
+  for (const RunningTotal& t : r.runningTotals) {
+    w.record(6, [&](Writer& tw) {
+      tw.text(1, t.name);
+      tw.record(2, [&](Writer& fw) { writeFieldRef(fw, t.field); });
+      tw.enumeration(3, t.operation);
+      tw.enumeration(4, t.evaluate);
+      tw.record(5, [&](Writer& fw) { writeFieldRef(fw, t.evaluateField); });
+      tw.text(6, t.evaluateFormula);
+      tw.enumeration(7, t.reset);
+      tw.integer(8, t.resetGroup);
+      tw.text(9, t.resetFormula);
+      tw.unknown(t.unknown);
     });
   }
   w.unknown(r.unknown);

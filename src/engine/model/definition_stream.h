@@ -22,22 +22,27 @@
 //   A list is its field repeated, in order. A field that appears twice where
 //   one is expected: the last one counts. A missing field has the value the
 //   model gives it by default. The writer writes every field it knows; a
-//   subreport record's report field is left out when it holds no report, and
-//   an object's picture field is written for picture objects only.
+//   subreport record's report field is left out when it holds no report, an
+//   object's picture field is written for picture objects only, and a
+//   conditions record is left out when it holds no formula.
 //
 //   Fields (number: name, type); a record's numbers are never reused.
 //     Report         1 page (PageSetup), 2 section (Section, list),
 //                    3 data (Data), 4 formula (Formula, list),
-//                    5 parameter (Parameter, list; since 1.1)
+//                    5 parameter (Parameter, list; since 1.1),
+//                    6 running total (RunningTotal, list; since 1.1)
 //     PageSetup      1 paper size, 2 paper width, 3 paper height,
 //                    4 orientation, 5-8 margin left, right, top, bottom
 //     Section        1 kind, 2 group, 3 name, 4 height, 5 suppress,
-//                    6 new page after, 7 object (ReportObject, list)
+//                    6 new page after, 7 object (ReportObject, list),
+//                    8 conditions (SectionConditions; since 1.1)
 //     ReportObject   1 kind, 2 name, 3 x, 4 y, 5 width, 6 height,
 //                    7 format (Format), 8 text, 9 field (FieldRef),
 //                    10 special field kind, 11 summary operation,
-//                    12 summary group, 13 formula name, 14 subreport (Subreport),
-//                    15 picture (Picture; since 1.1)
+//                    12 summary group, 13 formula name (or running total
+//                    name), 14 subreport (Subreport),
+//                    15 picture (Picture; since 1.1),
+//                    16 conditions (ObjectConditions; since 1.1)
 //     Format         1 font name, 2 font size, 3 bold, 4 italic, 5 underline,
 //                    6 colour, 7 alignment, 8 number format, 9 date format,
 //                    10 border, 11 border colour, 12 filled, 13 background,
@@ -61,6 +66,13 @@
 //                    6 default upper end, 7 allowed value (text, list),
 //                    8 allowed values from (FieldRef); never the values
 //                    given when the report runs
+//     ObjectConditions   1 suppress, 2 font colour, 3 background, 4 bold,
+//                        5 italic, 6 border (each a formula's text)
+//     SectionConditions  1 suppress, 2 new page before, 3 new page after
+//                        (each a formula's text)
+//     RunningTotal   1 name, 2 field (FieldRef), 3 operation, 4 evaluate,
+//                    5 evaluate field (FieldRef), 6 evaluate formula,
+//                    7 reset, 8 reset group, 9 reset formula
 //   Enumerations are stored by the numbers report_definition.h gives them.
 //
 // VERSIONS

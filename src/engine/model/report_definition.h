@@ -84,6 +84,7 @@ enum class ObjectKind : std::int32_t {
   SummaryField = 7,   // sum, count, ... of a field (SummaryOperation)
   FormulaField = 8,   // the value of a named formula
   Picture = 9,        // an image from the report file or a column (Picture)
+  RunningTotalField = 10,  // the value of a running total, as far as the rows have gone
   ParameterField = 11,  // the current value of a parameter (`text` names it); a range as "from - to"
 };
 
@@ -188,6 +189,37 @@ struct Format {
   bool operator==(const Format&) const = default;
 };
 
+// Formulas that change how an object prints, evaluated for each record it
+// prints with (details) or with the current record of its group (group
+// sections). An empty text is no condition. See formula.h for the colour
+// names. A condition that cannot be worked out for a record (a mistake in
+// its formula, a value of the wrong kind) leaves the object as it is.
+struct ObjectConditions {
+  Text suppress;     // true: the object is not printed
+  Text fontColour;   // a colour number
+  Text background;   // a colour number: the background is painted in it
+  Text bold;         // true or false
+  Text italic;       // true or false
+  Text border;       // true or false (a single line, or none), or a BorderStyle number
+  bool empty() const {
+    return suppress.empty() && fontColour.empty() && background.empty() && bold.empty() && italic.empty() &&
+           border.empty();
+  }
+  UnknownFields unknown;
+  bool operator==(const ObjectConditions&) const = default;
+};
+
+// Formulas of a section, evaluated where it would print; each true or false,
+// and, when given, in place of the section's own yes/no.
+struct SectionConditions {
+  Text suppress;
+  Text newPageBefore;
+  Text newPageAfter;
+  bool empty() const { return suppress.empty() && newPageBefore.empty() && newPageAfter.empty(); }
+  UnknownFields unknown;
+  bool operator==(const SectionConditions&) const = default;
+};
+
 struct ReportDefinition;
 
 // Links a field of the main report to a field of the subreport: the
@@ -249,9 +281,10 @@ struct ReportObject {
   SpecialFieldKind special = SpecialFieldKind::PageNumber;  // SpecialField
   SummaryOperation summary = SummaryOperation::Sum;        // SummaryField
   std::int32_t summaryGroup = 0;  // SummaryField: 0 the whole report, n the n-th group (from 1)
-  Text formula;                   // FormulaField: the formula's name
+  Text formula;                   // FormulaField: the formula's name; RunningTotalField: the running total's
   Subreport subreport;            // Subreport
   Picture picture;                // Picture
+  ObjectConditions conditions;
   UnknownFields unknown;
   bool operator==(const ReportObject&) const = default;
 };
@@ -264,6 +297,7 @@ struct Section {
   bool suppress = false;
   bool newPageAfter = false;
   std::vector<ReportObject> objects;
+  SectionConditions conditions;
   UnknownFields unknown;
   bool operator==(const Section&) const = default;
 };
@@ -364,12 +398,35 @@ struct Parameter {
   bool operator==(const Parameter&) const = default;
 };
 
+// When a running total takes in the current record, and when it starts
+// again from nothing (before taking in the record that starts it again).
+enum class RunningTotalEvaluate : std::int32_t { EveryRecord = 0, OnChangeOfField = 1, OnFormula = 2 };
+enum class RunningTotalReset : std::int32_t { Never = 0, OnChangeOfGroup = 1, OnFormula = 2 };
+
+// A summary of a field taken record by record as the report prints: its
+// value in any section is the value at the current record (in a group
+// footer, at the group's last record). Formulas read it as {#Name}.
+struct RunningTotal {
+  Text name;
+  FieldRef field;  // a table's column, or a formula
+  SummaryOperation operation = SummaryOperation::Sum;
+  RunningTotalEvaluate evaluate = RunningTotalEvaluate::EveryRecord;
+  FieldRef evaluateField;  // OnChangeOfField: taken in when this field's value differs from the record before
+  Text evaluateFormula;    // OnFormula: taken in when it gives true
+  RunningTotalReset reset = RunningTotalReset::Never;
+  std::int32_t resetGroup = 1;  // OnChangeOfGroup: the group's number, from 1 (one the report lacks: never)
+  Text resetFormula;            // OnFormula: starts again when it gives true
+  UnknownFields unknown;
+  bool operator==(const RunningTotal&) const = default;
+};
+
 struct ReportDefinition {
   PageSetup page;
   std::vector<Section> sections;  // in printing order
   Data data;
   std::vector<Formula> formulas;
   std::vector<Parameter> parameters;
+  std::vector<RunningTotal> runningTotals;
   UnknownFields unknown;
   bool operator==(const ReportDefinition&) const = default;
 };

@@ -15,6 +15,17 @@
 
 #include "authoring/designer/win/designer_control.h"
 #include "authoring/designer/win/property_panel.h"
+#include "engine/data/odbc_data_provider.h"
+#include "engine/export/page_feed.h"
+#include "engine/export/pdf_writer.h"
+#include "engine/layout/page_source.h"
+#include "engine/win/gdi_font_source.h"
+#include "engine/win/gdi_measure.h"
+#include "../person.h"
+#include "base/win/wide.h"
+
+#include <filesystem>
+#include <fstream>
 
 namespace mervane::authoring::win {
 namespace {
@@ -24,7 +35,8 @@ using designer::Point;
 
 struct FakeColumns final : designer::ColumnSource {
   std::optional<std::vector<designer::FieldColumn>> columns(const engine::ReportDocument&, const model::Table&) override {
-    return std::vector<designer::FieldColumn>{{u"OrderID", {}}, {u"Customer", {}}, {u"Amount", {}}};
+    return std::vector<designer::FieldColumn>{
+        {u"OrderID", {}}, {u"Customer", {}}, {u"Amount", {engine::formula::ValueKind::Number, 12, 2}}};
   }
 };
 
@@ -272,6 +284,102 @@ TEST_F(DesignerWindow, EmptyAndReadOnly) {
   key('Z', true);
   EXPECT_FALSE(control.onCommand(kCommandSave));  // the host's
   EXPECT_TRUE(control.onCommand(kCommandSelectAll));
+}
+
+// Negative amounts turned red and a running balance added through the
+// dialogs, as a person does it; the report then laid out over a file of
+// order lines and exported to conditions.pdf for conditions_pdf_read_back.
+TEST_F(DesignerWindow, NegativeAmountsRedAndARunningBalance) {
+  namespace fs = std::filesystem;
+  using mervane::testing::Person;
+  const fs::path lines = fs::current_path() / "order-lines.csv";
+  std::ofstream(lines) << "OrderID,Customer,Amount\n1,Ann,120.5\n2,Ann,-30\n3,Bob,45\n4,Bob,-12.25\n5,Cy,10\n";
+  model::Table& table = doc.definition.data.tables[0];
+  table.type = model::DatabaseType::DelimitedTextFile;
+  table.location = mervane::win::fromWide(lines.wstring());
+  model::ReportObject amount;
+  amount.kind = model::ObjectKind::DatabaseField;
+  amount.name = u"Amount";
+  amount.field = {u"Orders", u"Amount", {}};
+  amount.x = 5760;
+  amount.format.numberFormat = u"0.00";
+  amount.format.alignment = model::Alignment::Right;
+  doc.definition.sections[2].objects.push_back(amount);
+  control.setDocument(&doc, [this] { ++changes; });
+  pump(50);
+  SetFocus(control.canvas());
+
+  // Insert > Running Total at an empty place of the details: first without
+  // a name (refused in words), then named and on the amounts.
+  click(onCanvas(2, 7300, 60));
+  std::wstring refusal;
+  {
+    Person person(L"Running Total", [&](Person& p, HWND dialog) {
+      p.type(dialog, 102, L"");
+      p.press(dialog, IDOK);
+      refusal = p.answerMessage(dialog).text;
+      p.type(dialog, 102, L"Balance");
+      SendMessageW(GetDlgItem(dialog, 104), CB_SELECTSTRING, static_cast<WPARAM>(-1),
+                   reinterpret_cast<LPARAM>(L"{Orders.Amount}"));
+      hold();
+      p.press(dialog, IDOK);
+    });
+    PostMessageW(host, WM_COMMAND, kCommandInsertRunningTotal, 0);
+    pump(300);
+  }
+  EXPECT_EQ(refusal, L"Please give the running total a name.");
+  ASSERT_EQ(doc.definition.runningTotals.size(), 1u);
+  EXPECT_EQ(doc.definition.runningTotals[0].field.column, u"Amount");
+  ASSERT_EQ(details().back().kind, model::ObjectKind::RunningTotalField);
+  EXPECT_EQ(details().back().formula, u"Balance");
+
+  // The amount's Conditional Formatting: a mistake shown with its place as
+  // it is typed, then the formula finished and confirmed.
+  click(onCanvas(2, 5900, 100));
+  ASSERT_EQ(control.editor().selection().objects.size(), 1u);
+  std::wstring status;
+  bool refusedWhileWrong = false;
+  {
+    Person person(L"Conditional Formatting: Amount", [&](Person& p, HWND dialog) {
+      // From the first row's box past its "..." button to the font colour's.
+      p.pressKey(dialog, VK_TAB);
+      p.pressKey(dialog, VK_TAB);
+      const std::wstring typed = L"if {Orders.Amount} < 0 then crRed else";
+      p.typeKeys(dialog, typed);
+      for (int i = 0; i < 100 && Person::text(dialog, 204) != typed; ++i) Sleep(20);
+      status = Person::text(dialog, 190);
+      refusedWhileWrong = !IsWindowEnabled(GetDlgItem(dialog, IDOK));
+      p.typeKeys(dialog, L" crBlack");
+      hold();
+      p.press(dialog, IDOK);
+    });
+    PostMessageW(host, WM_COMMAND, kCommandConditionalFormatting, 0);
+    pump(300);
+  }
+  EXPECT_EQ(status, L"Font colour, line 1, column 39: Expected a value, found the end of the formula");
+  EXPECT_TRUE(refusedWhileWrong);
+  const model::ReportObject& shown = details()[2];
+  EXPECT_EQ(shown.conditions.fontColour, u"if {Orders.Amount} < 0 then crRed else crBlack");
+  hold();
+
+  // The report as it prints: the negative amounts red, the balance line by line.
+  auto data = engine::data::createOdbcDataProvider();
+  auto source = engine::layout::runReport(doc, *data, std::make_shared<engine::win::GdiMeasure>());
+  std::vector<Text> reds, balances;
+  for (std::int32_t n = 1; auto page = source->page(n); ++n) {
+    for (const auto& item : page->items) {
+      const auto* run = std::get_if<engine::layout::TextRun>(&item);
+      if (run && run->source == u"Amount" && run->colour == 0xFF0000) reds.push_back(run->text);
+      if (run && run->source == details().back().name) balances.push_back(run->text);
+    }
+  }
+  ASSERT_TRUE(source->problem().empty()) << toUtf8(source->problem());
+  EXPECT_EQ(reds, (std::vector<Text>{u"-30.00", u"-12.25"}));
+  EXPECT_EQ(balances, (std::vector<Text>{u"120.5", u"90.5", u"135.5", u"123.25", u"133.25"}));
+  std::ofstream pdf(fs::current_path() / "conditions.pdf", std::ios::binary);
+  engine::exporting::PdfOptions options;
+  options.fonts = std::make_shared<engine::win::GdiFontSource>();
+  EXPECT_TRUE(engine::exporting::writePdf(engine::exporting::feedOf(*source), pdf, {}, options));
 }
 
 }  // namespace

@@ -345,6 +345,180 @@ TEST(Layout, SuppressedSectionsVanishAndNewPageAfterStartsEachGroupOnItsOwnPage)
   for (const auto& page : pages) EXPECT_TRUE(runsOf(*page, u"hidden").empty());
 }
 
+model::ReportObject totalObject(Text name) {
+  model::ReportObject o;
+  o.kind = ObjectKind::RunningTotalField;
+  o.name = name;
+  o.formula = std::move(name);
+  o.width = 1440;
+  return o;
+}
+
+model::RunningTotal runningTotal(Text name, SummaryOperation op, Text column) {
+  model::RunningTotal t;
+  t.name = std::move(name);
+  t.operation = op;
+  t.field = model::FieldRef{u"T", std::move(column), {}};
+  return t;
+}
+
+// The texts `source` printed, in order, over all pages.
+std::vector<Text> printed(const std::vector<std::shared_ptr<const Page>>& pages, TextView source) {
+  std::vector<Text> texts;
+  for (const auto& page : pages) {
+    for (const TextRun* run : runsOf(*page, source)) texts.push_back(run->text);
+  }
+  return texts;
+}
+
+TEST(Layout, RunningTotalsFollowTheRowsAndStartAgainAsTheirRulesSay) {
+  FakeProvider data;
+  data.tables[u""] = FakeTable::of({u"customer", u"amount"},
+                                   {{u"Ann", 5}, {u"Ann", -2}, {u"Bob", 3}, {u"Bob", 3}, {u"Cy", 4}});
+  model::ReportDefinition report = model::blankReport();
+  model::addGroup(report, model::Group{model::FieldRef{u"T", u"customer", {}}, {}, {}});
+  report.runningTotals.push_back(runningTotal(u"Balance", SummaryOperation::Sum, u"amount"));
+  auto perCustomer = runningTotal(u"PerCustomer", SummaryOperation::Sum, u"amount");
+  perCustomer.reset = model::RunningTotalReset::OnChangeOfGroup;
+  report.runningTotals.push_back(perCustomer);
+  auto customers = runningTotal(u"Customers", SummaryOperation::Count, u"customer");
+  customers.evaluate = model::RunningTotalEvaluate::OnChangeOfField;
+  customers.evaluateField = model::FieldRef{u"T", u"customer", {}};
+  report.runningTotals.push_back(customers);
+  report.runningTotals.push_back(runningTotal(u"Distinct", SummaryOperation::DistinctCount, u"amount"));
+  auto positives = runningTotal(u"Positives", SummaryOperation::Maximum, u"amount");
+  positives.evaluate = model::RunningTotalEvaluate::OnFormula;
+  positives.evaluateFormula = u"{T.amount} < 4";
+  positives.reset = model::RunningTotalReset::OnFormula;
+  positives.resetFormula = u"{T.customer} = \"Bob\"";
+  report.runningTotals.push_back(positives);
+  report.formulas.push_back({u"Twice", u"{#Balance} * 2", {}});
+  auto& details = sectionOf(report, SectionKind::Details).objects;
+  for (const Text name : {u"Balance", u"PerCustomer", u"Customers", u"Distinct", u"Positives"}) {
+    details.push_back(totalObject(name));
+  }
+  model::ReportObject twice;
+  twice.kind = ObjectKind::FormulaField;
+  twice.name = twice.formula = u"Twice";
+  details.push_back(twice);
+  auto footer = totalObject(u"PerCustomer");
+  footer.name = u"footer";
+  sectionOf(report, SectionKind::GroupFooter, 1).objects.push_back(footer);
+  auto header = totalObject(u"Balance");
+  header.name = u"header";
+  sectionOf(report, SectionKind::ReportHeader).objects.push_back(header);
+
+  auto source = runReport(documentOf(report), data, measure(), fixedDate());
+  const auto pages = allPages(*source);
+  ASSERT_TRUE(source->problem().empty()) << toUtf8(source->problem());
+  using Texts = std::vector<Text>;
+  EXPECT_EQ(printed(pages, u"Balance"), (Texts{u"5", u"3", u"6", u"9", u"13"}));
+  EXPECT_EQ(printed(pages, u"PerCustomer"), (Texts{u"5", u"3", u"3", u"6", u"4"}));
+  EXPECT_EQ(printed(pages, u"footer"), (Texts{u"3", u"6", u"4"}));  // at each group's last record
+  EXPECT_EQ(printed(pages, u"Customers"), (Texts{u"1", u"1", u"2", u"2", u"3"}));
+  EXPECT_EQ(printed(pages, u"Distinct"), (Texts{u"1", u"2", u"3", u"3", u"4"}));
+  // Taken in below 4; Bob's rows start it again before they are taken in.
+  EXPECT_EQ(printed(pages, u"Positives"), (Texts{u"", u"-2", u"3", u"3", u"3"}));
+  EXPECT_EQ(printed(pages, u"Twice"), (Texts{u"10", u"6", u"12", u"18", u"26"}));
+  EXPECT_EQ(printed(pages, u"header"), (Texts{u""}));  // before the first row: nothing yet
+}
+
+TEST(Layout, RunningTotalsCarryAcrossPagesLaidOutAgain) {
+  FakeProvider data;
+  data.tables[u""] = numbered(1000);  // more pages than are kept, so the first are laid out again
+  model::ReportDefinition report = listReport();
+  report.runningTotals.push_back(runningTotal(u"Balance", SummaryOperation::Sum, u"amount"));
+  report.runningTotals.push_back(runningTotal(u"Kinds", SummaryOperation::DistinctCount, u"amount"));
+  sectionOf(report, SectionKind::Details).objects.push_back(totalObject(u"Balance"));
+  sectionOf(report, SectionKind::Details).objects.push_back(totalObject(u"Kinds"));
+  auto source = runReport(documentOf(report), data, measure(), fixedDate());
+  const auto pages = allPages(*source);
+  ASSERT_GE(pages.size(), 20u);
+  const auto again = allPages(*source);
+  for (const auto* set : {&pages, &again}) {
+    const std::vector<Text> balances = printed(*set, u"Balance");
+    const std::vector<Text> kinds = printed(*set, u"Kinds");
+    ASSERT_EQ(balances.size(), 1000u);
+    std::int64_t sum = 0;
+    for (std::int64_t row = 0; row < 1000; ++row) {
+      sum += row % 7;
+      EXPECT_EQ(balances[static_cast<std::size_t>(row)], decimal(sum));
+      EXPECT_EQ(kinds[static_cast<std::size_t>(row)], decimal(std::min<std::int64_t>(row + 1, 7)));
+    }
+  }
+}
+
+TEST(Layout, ConditionalFormattingPerRecordAndConditionalSections) {
+  FakeProvider data;
+  data.tables[u""] = FakeTable::of({u"customer", u"amount"},
+                                   {{u"Ann", 5}, {u"Ann", -2}, {u"Bob", 3}, {u"Bob", 3}, {u"Cy", 4}});
+  model::ReportDefinition report = model::blankReport();
+  model::addGroup(report, model::Group{model::FieldRef{u"T", u"customer", {}}, {}, {}});
+  auto& header = sectionOf(report, SectionKind::GroupHeader, 1);
+  header.objects.push_back(fieldObject(u"customer"));
+  header.conditions.newPageBefore = u"{T.customer} = \"Cy\"";
+  auto& footer = sectionOf(report, SectionKind::GroupFooter, 1);
+  footer.newPageAfter = true;
+  footer.conditions.newPageAfter = u"false";  // the formula decides
+  auto& details = sectionOf(report, SectionKind::Details);
+  details.conditions.suppress = u"{T.amount} = 4";
+  model::ReportObject amount = fieldObject(u"amount");
+  amount.conditions.fontColour = u"if CurrentFieldValue < 0 then crRed else crBlack";
+  amount.conditions.bold = u"{T.amount} > 4";
+  amount.conditions.background = u"if {T.amount} = 3 then Color(255, 255, 0)";  // null otherwise: as it is
+  amount.conditions.italic = u"1 / 0 = 1";  // a mistake on every record: left as it is
+  amount.conditions.border = u"2";
+  details.objects.push_back(amount);
+  model::ReportObject note = textObject(u"note", u"not for Bob");
+  note.conditions.suppress = u"{T.customer} = \"Bob\"";
+  details.objects.push_back(note);
+
+  auto source = runReport(documentOf(report), data, measure(), fixedDate());
+  const auto pages = allPages(*source);
+  ASSERT_TRUE(source->problem().empty()) << toUtf8(source->problem());
+  ASSERT_EQ(pages.size(), 2u);  // Cy's group on a page of its own, nothing else breaks
+  EXPECT_EQ(textOf(*pages[1], u"customer"), u"Cy");
+  const auto runs = runsOf(*pages[0], u"amount");
+  ASSERT_EQ(runs.size(), 4u);
+  EXPECT_TRUE(runsOf(*pages[1], u"amount").empty());  // Cy's detail suppressed
+  EXPECT_EQ(runs[0]->colour, model::kBlack);
+  EXPECT_TRUE(runs[0]->font.bold);
+  EXPECT_EQ(runs[1]->colour, 0xFF0000u);
+  EXPECT_FALSE(runs[1]->font.bold);
+  EXPECT_FALSE(runs[1]->font.italic);
+  EXPECT_EQ(runsOf(*pages[0], u"note").size(), 2u);
+  int yellow = 0, doubled = 0;
+  for (const auto& item : pages[0]->items) {
+    if (auto box = std::get_if<BoxItem>(&item)) {
+      yellow += box->filled && box->fill == 0xFFFF00;
+      doubled += box->border == model::BorderStyle::Double;
+    }
+  }
+  EXPECT_EQ(yellow, 2);
+  EXPECT_EQ(doubled, 4);
+}
+
+TEST(Layout, MistakesInConditionsAndRunningTotalsAreShownInWords) {
+  FakeProvider data;
+  data.tables[u""] = numbered(3);
+  auto problemOf = [&](const model::ReportDefinition& report) {
+    auto source = runReport(documentOf(report), data, measure(), fixedDate());
+    allPages(*source);
+    return toUtf8(source->problem());
+  };
+  model::ReportDefinition report = listReport();
+  sectionOf(report, SectionKind::Details).objects[0].conditions.fontColour = u"if {T.amount} < 0 then crRed else";
+  EXPECT_NE(problemOf(report).find("The font colour condition of id has a mistake: Expected a value"), std::string::npos);
+
+  report = listReport();
+  sectionOf(report, SectionKind::Details).objects.push_back(totalObject(u"Gone"));
+  EXPECT_NE(problemOf(report).find("running total {#Gone}, which it does not have"), std::string::npos);
+
+  report.runningTotals.push_back(runningTotal(u"Gone", SummaryOperation::Sum, u"amount"));
+  report.runningTotals.push_back(runningTotal(u"gone", SummaryOperation::Count, u"id"));
+  EXPECT_NE(problemOf(report).find("two running totals called {#gone}"), std::string::npos);
+}
+
 TEST(Layout, FormulaFieldsSpecialFieldsAndFormulaMistakes) {
   auto withFormula = [](Text text) {
     model::ReportDefinition report = listReport();

@@ -88,6 +88,19 @@ TEST(DefinitionStream, RichReportRoundTripsExactly) {
   EXPECT_EQ(static_cast<int>(read.data.tables[0].type), 2);
   EXPECT_EQ(read.sections[0].objects[0].text, u"Kundenübersicht — 顧客");
   EXPECT_EQ(read.sections[0].objects[0].x, -20);
+  EXPECT_EQ(read.sections[4].objects[1].conditions.background, u"Color(255, 240, 240)");
+  EXPECT_EQ(read.sections[4].conditions.newPageAfter, u"RecordNumber > 50");
+  EXPECT_EQ(static_cast<int>(read.sections[4].objects[5].kind), 10);
+  EXPECT_EQ(read.runningTotals.at(1).resetFormula, u"{Customers.City} = \"Oslo\"");
+
+  // Objects and sections without conditions write no record for them.
+  ReportDefinition plain = original;
+  for (Section& section : plain.sections) {
+    section.conditions = {};
+    for (ReportObject& object : section.objects) object.conditions = {};
+  }
+  EXPECT_LT(writeDefinition(plain).size() + 80, stream.size());
+  EXPECT_EQ(readOk(writeDefinition(plain)), plain);
 }
 
 TEST(DefinitionStream, EmptyAndDefaultValuesRoundTrip) {

@@ -92,7 +92,18 @@ inline ReportDefinition richReport() {
   subreport.subreport.name = u"Orders";
   subreport.subreport.links.push_back({{u"Customers", u"Id", {}}, {u"Orders", u"CustomerId", {}}, {}});
   subreport.subreport.definition = Deep<ReportDefinition>(ordersSubreport());
-  details.objects = {name, margin, line, box, subreport};
+  margin.conditions = {u"{@Margin} < 0", u"if {@Margin} < 0 then crRed else crBlack", u"Color(255, 240, 240)",
+                       u"{@Margin} > 0.5", u"false", u"1", {}};
+  ReportObject balance = makeObject(ObjectKind::RunningTotalField, 6000, 0);
+  balance.formula = u"Balance";
+  details.objects = {name, margin, line, box, subreport, balance};
+  details.conditions = {u"{Customers.Sales} = 0", u"", u"RecordNumber > 50", {}};
+  r.runningTotals.push_back({u"Balance", {u"Customers", u"Sales", {}}, SummaryOperation::Sum,
+                             RunningTotalEvaluate::OnChangeOfField, {u"Customers", u"Id", {}}, u"",
+                             RunningTotalReset::OnChangeOfGroup, 2, u"", {}});
+  r.runningTotals.push_back({u"Big orders", {u"", u"Margin", {}}, SummaryOperation::DistinctCount,
+                             RunningTotalEvaluate::OnFormula, {}, u"{@Margin} > 0.2", RunningTotalReset::OnFormula,
+                             1, u"{Customers.City} = \"Oslo\"", {}});
 
   Section& groupFooter = section(SectionKind::GroupFooter, 1);
   groupFooter.suppress = true;

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <thread>
 
+#include "authoring/designer/conditions.h"
 #include "authoring/designer/properties.h"
 #include "authoring/designer/win/design_canvas.h"
 #include "authoring/designer/win/designer_dialogs.h"
@@ -69,7 +70,7 @@ bool isEditBox(HWND window) {
 
 struct DesignerControl::Impl {
   struct FieldEntry {
-    enum Kind { Column, Special, Formula } kind = Column;
+    enum Kind { Column, Special, Formula, RunningTotal } kind = Column;
     model::FieldRef field;
     model::SpecialFieldKind special = model::SpecialFieldKind::PageNumber;
     Text formula;
@@ -169,6 +170,8 @@ struct DesignerControl::Impl {
     for (const auto& t : report->data.tables) s += t.alias + u'\n';
     s += u'\t';
     for (const auto& f : report->formulas) s += f.name + u'\n';
+    s += u'\t';
+    for (const auto& t : report->runningTotals) s += t.name + u'\n';
     return s;
   }
 
@@ -220,6 +223,9 @@ struct DesignerControl::Impl {
       HTREEITEM formulas = add(TVI_ROOT, u"Formula Fields", -1);
       for (const auto& f : fields.formulas) addEntry(formulas, f, {FieldEntry::Formula, {}, {}, f});
       TreeView_Expand(tree, formulas, TVE_EXPAND);
+      HTREEITEM totals = add(TVI_ROOT, u"Running Total Fields", -1);
+      for (const auto& t : fields.runningTotals) addEntry(totals, t, {FieldEntry::RunningTotal, {}, {}, t});
+      TreeView_Expand(tree, totals, TVE_EXPAND);
     }
     SendMessageW(tree, WM_SETREDRAW, TRUE, 0);
     InvalidateRect(tree, nullptr, TRUE);
@@ -365,6 +371,12 @@ struct DesignerControl::Impl {
         o.formula = entry.formula;
         o.name = editor.uniqueName(entry.formula);
         break;
+      case FieldEntry::RunningTotal:
+        o.kind = model::ObjectKind::RunningTotalField;
+        o.formula = entry.formula;
+        o.name = editor.uniqueName(entry.formula);
+        o.format.alignment = model::Alignment::Right;
+        break;
     }
     return o;
   }
@@ -459,6 +471,10 @@ struct DesignerControl::Impl {
                          {kCommandSort, L"&Sort..."},
                          {kCommandLinks, L"&Links..."},
                          {kCommandPageSetup, L"&Page Setup..."}});
+    AppendMenuW(report, MF_SEPARATOR, 0, nullptr);
+    AppendMenuW(report, MF_STRING, kCommandConditionalFormatting, L"&Conditional Formatting...");
+    AppendMenuW(report, MF_STRING, kCommandSectionConditions, L"Section C&onditions...");
+    AppendMenuW(insert, MF_STRING, kCommandInsertRunningTotal, L"&Running Total...");
     zoomMenu = menu({{kCommandZoom50, L"&50%"},
                      {kCommandZoom75, L"&75%"},
                      {kCommandZoom100, L"&100%"},
@@ -503,6 +519,7 @@ struct DesignerControl::Impl {
       c.tables.push_back({t.alias, std::move(names)});
     }
     c.formulas = fields.formulas;
+    c.runningTotals = fields.runningTotals;
     if (const auto* report = editor.definition())
       for (const auto& g : report->data.groups) c.groups.push_back(g.field);
     return c;
@@ -542,6 +559,49 @@ struct DesignerControl::Impl {
       if (body + 16 <= bytes.size()) bytes.resize(body + 16);
     }
     return editor.paste(bytes);
+  }
+
+  // The selected objects' conditional formatting, edited as the first one's
+  // and given to all of them in one step.
+  void objectConditions(HWND dialogOwner) {
+    const auto& refs = editor.selection().objects;
+    const auto& sections = editor.definition()->sections;
+    const model::ReportObject& first = sections[refs.front().section].objects[refs.front().index];
+    std::vector<ConditionRow> rows;
+    for (const auto& row : designer::objectConditionRows()) rows.push_back({row.label, row.hint, first.conditions.*row.member});
+    const Text caption = u"Conditional Formatting: " + (refs.size() == 1 ? first.name : decimal(static_cast<std::int64_t>(refs.size())) + u" objects");
+    if (!editConditions(dialogOwner, caption, rows, catalogue())) return;
+    std::vector<designer::ObjectChange> changes;
+    for (const auto& ref : refs) {
+      const model::ReportObject& before = sections[ref.section].objects[ref.index];
+      model::ReportObject after = before;
+      for (std::size_t i = 0; i < rows.size(); ++i) after.conditions.*designer::objectConditionRows()[i].member = rows[i].formula;
+      if (!(after == before)) changes.push_back({ref, before, std::move(after)});
+    }
+    if (!changes.empty()) editor.execute(designer::changeObjects(std::move(changes)));
+  }
+
+  void sectionConditions(HWND dialogOwner) {
+    const std::size_t index = editor.currentSection();
+    const auto& sections = editor.definition()->sections;
+    if (index >= sections.size()) return;
+    const model::Section& before = sections[index];
+    std::vector<ConditionRow> rows;
+    for (const auto& row : designer::sectionConditionRows()) rows.push_back({row.label, u"true or false", before.conditions.*row.member});
+    const Text caption = u"Section Conditions: " + (before.name.empty() ? u"section " + decimal(static_cast<std::int64_t>(index + 1)) : before.name);
+    if (!editConditions(dialogOwner, caption, rows, catalogue())) return;
+    model::Section after = before;
+    for (std::size_t i = 0; i < rows.size(); ++i) after.conditions.*designer::sectionConditionRows()[i].member = rows[i].formula;
+    if (!(after.conditions == before.conditions)) editor.execute(designer::changeSection(index, before, after));
+  }
+
+  static Text uniqueTotalName(const designer::ReportParts& parts) {
+    for (int n = 1;; ++n) {
+      const Text name = u"RunningTotal" + decimal(n);
+      if (std::none_of(parts.runningTotals.begin(), parts.runningTotals.end(),
+                       [&](const model::RunningTotal& t) { return equalsNoCase(t.name, name); }))
+        return name;
+    }
   }
 
   bool onCommand(UINT id) {
@@ -634,6 +694,29 @@ struct DesignerControl::Impl {
           editor.insertObject(std::move(o));
         }
         break;
+      case kCommandConditionalFormatting:
+        if (!editable) break;
+        if (!editor.selection().objects.empty()) objectConditions(dialogOwner);
+        else sectionConditions(dialogOwner);
+        break;
+      case kCommandSectionConditions:
+        if (editable) sectionConditions(dialogOwner);
+        break;
+      case kCommandInsertRunningTotal: {
+        model::RunningTotal total;
+        total.name = uniqueTotalName(parts);
+        const auto problem = [&](const model::RunningTotal& t) {
+          return designer::runningTotalProblem(*editor.definition(), fields, t);
+        };
+        if (!editable || !editRunningTotal(dialogOwner, total, catalogue(), problem)) break;
+        parts.runningTotals.push_back(total);
+        o.kind = model::ObjectKind::RunningTotalField;
+        o.formula = total.name;
+        o.name = editor.uniqueName(total.name);
+        o.format.alignment = model::Alignment::Right;
+        editor.insertObject(std::move(o), parts);
+        break;
+      }
       case kCommandReportTitle:
         if (editable && editTitle(dialogOwner, parts.title)) editor.changeReportParts(parts);
         break;

@@ -70,6 +70,10 @@ enum DesignerCommand : UINT {
   kCommandZoom100,
   kCommandZoom150,
   kCommandZoom200,
+  // Conditional formatting and running totals
+  kCommandConditionalFormatting = 0x7180,  // the selected objects', else the current section's
+  kCommandSectionConditions,               // the current section's
+  kCommandInsertRunningTotal,
 };
 
 class DesignerControl {

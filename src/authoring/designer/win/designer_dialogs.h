@@ -6,6 +6,8 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <vector>
 
 #include "base/text.h"
@@ -23,6 +25,7 @@ struct FieldCatalogue {
   };
   std::vector<TableColumns> tables;
   std::vector<Text> formulas;  // names of the report's formulas
+  std::vector<Text> runningTotals;  // names of the report's running totals
   std::vector<model::FieldRef> groups;  // the report's groups, outermost first
 };
 
@@ -35,6 +38,25 @@ bool editFormula(HWND owner, Text& name, bool nameEditable, Text& text, const Fi
 // The record filter: the same editor for a formula giving true or false; an
 // empty filter selects every record.
 bool editRecordFilter(HWND owner, Text& filter, const FieldCatalogue& fields);
+// One condition's formula in the same editor; empty is no condition.
+bool editCondition(HWND owner, const Text& caption, Text& formula, const FieldCatalogue& fields);
+
+// Conditional formatting: a row per condition, each a formula typed in place
+// (or in the formula editor through its "..." button), checked as it is
+// typed, the first mistake shown with its row, line and column. OK is
+// refused while a row has a mistake.
+struct ConditionRow {
+  Text label;
+  Text hint;  // shown in the empty box
+  Text formula;
+};
+bool editConditions(HWND owner, const Text& caption, std::vector<ConditionRow>& rows, const FieldCatalogue& fields);
+
+// A running total: its name, field and operation, when it takes a record in
+// and when it starts again. `problem` says why one cannot be made (the
+// dialog then stays open, saying so).
+bool editRunningTotal(HWND owner, model::RunningTotal& total, const FieldCatalogue& fields,
+                      const std::function<std::optional<Text>(const model::RunningTotal&)>& problem);
 bool editSortFields(HWND owner, std::vector<model::SortField>& sort, const FieldCatalogue& fields);
 // A new group: its field and direction.
 bool chooseGroup(HWND owner, model::Group& group, const FieldCatalogue& fields);

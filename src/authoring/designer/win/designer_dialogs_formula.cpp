@@ -67,8 +67,10 @@ class FormulaDialog final : public ModalDialog {
  public:
   // A formula with a name when `name` is given; otherwise a record filter,
   // where an empty text is allowed.
-  FormulaDialog(const wchar_t* caption, Text* name, bool nameEditable, Text& text, const FieldCatalogue& fields)
+  FormulaDialog(const std::wstring& caption, Text* name, bool nameEditable, Text& text, const FieldCatalogue& fields,
+                const char16_t* whenEmpty = u"No filter: every record is selected.")
       : ModalDialog(caption, 9000, (name ? 480 : 120) + 5655),
+        whenEmpty_(whenEmpty),
         name_(name),
         nameEditable_(nameEditable),
         text_(text),
@@ -116,8 +118,12 @@ class FormulaDialog final : public ModalDialog {
     for (const Text& other : fields_.formulas) {
       // A formula cannot use itself.
       if (name_ && equalsNoCase(other, *name_)) continue;
-      formulaNames_.push_back(other);
-      addItem(kFormulasList, formula::formulaReference(other));
+      formulaNames_.push_back(formula::formulaReference(other));
+      addItem(kFormulasList, formulaNames_.back());
+    }
+    for (const Text& total : fields_.runningTotals) {
+      formulaNames_.push_back(formula::runningTotalReference(total));
+      addItem(kFormulasList, formulaNames_.back());
     }
     for (const InsertableName& name : functionNames()) addItem(kFunctionsList, name.shown);
     for (const InsertableName& name : specialValueNames()) addItem(kFunctionsList, name.shown);
@@ -185,7 +191,7 @@ class FormulaDialog final : public ModalDialog {
     const Text current = text(kTextBox);
     if (!name_ && isBlank(current)) {
       mistake_.reset();
-      setText(kStatus, u"No filter: every record is selected.");
+      setText(kStatus, whenEmpty_);
     } else {
       mistake_ = formula::check(current);
       setText(kStatus, statusLine(mistake_));
@@ -213,7 +219,7 @@ class FormulaDialog final : public ModalDialog {
       if (static_cast<std::size_t>(index) < choices.size()) inserted = choices[static_cast<std::size_t>(index)].shown;
     } else if (list == kFormulasList) {
       if (static_cast<std::size_t>(index) < formulaNames_.size()) {
-        inserted = formula::formulaReference(formulaNames_[static_cast<std::size_t>(index)]);
+        inserted = formulaNames_[static_cast<std::size_t>(index)];
       }
     } else {
       const auto functions = functionNames();
@@ -229,6 +235,7 @@ class FormulaDialog final : public ModalDialog {
     SetFocus(item(kTextBox));
   }
 
+  const char16_t* whenEmpty_;
   Text* name_;
   bool nameEditable_;
   Text& text_;
@@ -238,6 +245,16 @@ class FormulaDialog final : public ModalDialog {
 };
 
 }  // namespace
+
+bool editCondition(HWND owner, const Text& caption, Text& text, const FieldCatalogue& fields) {
+  return answered([&] {
+    Text answer = text;
+    const std::wstring title(caption.begin(), caption.end());
+    if (!FormulaDialog(title, nullptr, false, answer, fields, u"No condition.").run(owner)) return false;
+    text = std::move(answer);
+    return true;
+  });
+}
 
 bool editTitle(HWND owner, Text& title) {
   return answered([&] {
