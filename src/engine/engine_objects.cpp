@@ -20,49 +20,6 @@
 
 namespace mervane::engine {
 
-// One connection's catalogue, each answer asked for once.
-class CatalogueCache {
- public:
-  explicit CatalogueCache(std::unique_ptr<data::DatabaseCatalogue> catalogue) : catalogue_(std::move(catalogue)) {}
-
-  const Text& databaseName() {
-    if (!databaseName_) databaseName_ = catalogue_->databaseName();
-    return *databaseName_;
-  }
-  // The table's name as the database spells it; nothing when it has none.
-  std::optional<Text> find(const Text& table) {
-    if (!tables_) {
-      tables_.emplace();
-      for (Text& name : catalogue_->tables()) {
-        byFoldedName_.emplace(caseFoldKey(name), name);
-        tables_->insert(std::move(name));
-      }
-    }
-    if (tables_->count(table)) return table;
-    auto found = byFoldedName_.find(caseFoldKey(table));
-    if (found == byFoldedName_.end()) return std::nullopt;
-    return found->second;
-  }
-  const std::vector<data::CatalogueColumn>& columns(const Text& table) {
-    auto found = columns_.find(table);
-    if (found == columns_.end()) found = columns_.emplace(table, catalogue_->columns(table)).first;
-    return found->second;
-  }
-  const std::vector<data::ForeignKey>& foreignKeys(const Text& table) {
-    auto found = keys_.find(table);
-    if (found == keys_.end()) found = keys_.emplace(table, catalogue_->foreignKeys(table)).first;
-    return found->second;
-  }
-
- private:
-  std::unique_ptr<data::DatabaseCatalogue> catalogue_;
-  std::optional<Text> databaseName_;
-  std::optional<std::set<Text>> tables_;
-  std::unordered_map<Text, Text> byFoldedName_;  // the first table of each case-folded name
-  std::map<Text, std::vector<data::CatalogueColumn>> columns_;
-  std::map<Text, std::vector<data::ForeignKey>> keys_;
-};
-
 namespace {
 
 bool sameName(TextView a, TextView b) { return equalsNoCase(a, b); }
@@ -155,6 +112,36 @@ class JoinedGroups {
 
 }  // namespace
 
+model::Table catalogueTable(const model::ReportDefinition& definition, CatalogueCache& catalogue,
+                            const DataSource& connection, const Text& name) {
+  model::Table added;
+  added.alias = uniqueAlias(definition, name);
+  added.type = model::DatabaseType::SqlTable;
+  added.location = name;
+  added.connection = connection;
+  added.logOn.database = catalogue.databaseName();
+  return added;
+}
+
+std::vector<model::TableLink> proposeLinks(const model::Data& data, const model::Table& added, CatalogueCache& catalogue) {
+  std::vector<model::TableLink> links;
+  try {
+    JoinedGroups groups(data);
+    for (const model::Table& existing : data.tables) {
+      if (existing.type != model::DatabaseType::SqlTable || existing.connection != added.connection) continue;
+      if (groups.joined(existing.alias, added.alias)) continue;
+      std::optional<model::TableLink> link = linkByForeignKey(catalogue, existing, added);
+      if (!link) link = linkByKeyName(catalogue, existing, added);
+      if (!link) continue;
+      links.push_back(*link);
+      groups.join(existing.alias, added.alias);
+    }
+  } catch (const std::exception&) {
+    links.clear();
+  }
+  return links;
+}
+
 // ---- database ----
 
 std::vector<std::shared_ptr<EngineTable>> DatabaseObject::tables() {
@@ -190,29 +177,10 @@ void DatabaseObject::addOleDbSource(const DataSource& connection, const Text& ta
   std::optional<Text> found = catalogue.find(table);
   if (!found) throw data::DataError(u"The database has no table \"" + table + u"\".");
 
-  model::Table added;
-  added.alias = uniqueAlias(definition_, *found);
-  added.type = model::DatabaseType::SqlTable;
-  added.location = *found;
-  added.connection = connection;
-  added.logOn.database = catalogue.databaseName();
-
+  model::Table added = catalogueTable(definition_, catalogue, connection, *found);
   // Linking is a convenience: a catalogue that cannot say leaves the table
   // unlinked, for the user to link.
-  std::vector<model::TableLink> links;
-  try {
-    JoinedGroups groups(definition_.data);
-    for (const model::Table& existing : definition_.data.tables) {
-      if (existing.type != model::DatabaseType::SqlTable || existing.connection != connection) continue;
-      if (groups.joined(existing.alias, added.alias)) continue;
-      std::optional<model::TableLink> link = linkByForeignKey(catalogue, existing, added);
-      if (!link) link = linkByKeyName(catalogue, existing, added);
-      if (!link) continue;
-      links.push_back(*link);
-      groups.join(existing.alias, added.alias);
-    }
-  } catch (const std::exception&) {
-  }
+  std::vector<model::TableLink> links = proposeLinks(definition_.data, added, catalogue);
   definition_.data.tables.push_back(added);
   definition_.data.links.insert(definition_.data.links.end(), links.begin(), links.end());
   report_.markChanged();

@@ -4,12 +4,76 @@
 #pragma once
 
 #include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <unordered_map>
+#include <vector>
 
+#include "engine/data/catalogue.h"
 #include "engine/engine.h"
 
 namespace mervane::engine {
 
-class CatalogueCache;
+// One connection's catalogue, each answer asked for once.
+class CatalogueCache {
+ public:
+  explicit CatalogueCache(std::unique_ptr<data::DatabaseCatalogue> catalogue) : catalogue_(std::move(catalogue)) {}
+
+  const Text& databaseName() {
+    if (!databaseName_) databaseName_ = catalogue_->databaseName();
+    return *databaseName_;
+  }
+  // The database's tables, in its own order.
+  const std::vector<Text>& tables() {
+    find(Text());
+    return listed_;
+  }
+  // The table's name as the database spells it; nothing when it has none.
+  std::optional<Text> find(const Text& table) {
+    if (!tables_) {
+      tables_.emplace();
+      listed_ = catalogue_->tables();
+      for (const Text& name : listed_) {
+        byFoldedName_.emplace(caseFoldKey(name), name);
+        tables_->insert(name);
+      }
+    }
+    if (tables_->count(table)) return table;
+    auto found = byFoldedName_.find(caseFoldKey(table));
+    if (found == byFoldedName_.end()) return std::nullopt;
+    return found->second;
+  }
+  const std::vector<data::CatalogueColumn>& columns(const Text& table) {
+    auto found = columns_.find(table);
+    if (found == columns_.end()) found = columns_.emplace(table, catalogue_->columns(table)).first;
+    return found->second;
+  }
+  const std::vector<data::ForeignKey>& foreignKeys(const Text& table) {
+    auto found = keys_.find(table);
+    if (found == keys_.end()) found = keys_.emplace(table, catalogue_->foreignKeys(table)).first;
+    return found->second;
+  }
+
+ private:
+  std::unique_ptr<data::DatabaseCatalogue> catalogue_;
+  std::optional<Text> databaseName_;
+  std::optional<std::set<Text>> tables_;
+  std::vector<Text> listed_;
+  std::unordered_map<Text, Text> byFoldedName_;  // the first table of each case-folded name
+  std::map<Text, std::vector<data::CatalogueColumn>> columns_;
+  std::map<Text, std::vector<data::ForeignKey>> keys_;
+};
+
+// A table of the catalogue's database as a report adds it: its alias
+// unique in the report, its connection and database.
+model::Table catalogueTable(const model::ReportDefinition& definition, CatalogueCache& catalogue,
+                            const DataSource& connection, const Text& name);
+// The links proposed for a table being added: to each table of the same
+// connection it is not yet joined to, by a foreign key either way, else by
+// a column that names the other table's key. None where the catalogue
+// cannot say.
+std::vector<model::TableLink> proposeLinks(const model::Data& data, const model::Table& added, CatalogueCache& catalogue);
 
 // Tables added through one database object share the catalogue of each
 // connection: one log-on, the table list read once, each table's

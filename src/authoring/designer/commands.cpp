@@ -254,4 +254,44 @@ std::unique_ptr<Command> compose(std::vector<std::unique_ptr<Command>> commands)
   return std::make_unique<Composite>(std::move(commands));
 }
 
+namespace {
+
+class ChangeSubreport final : public Command {
+ public:
+  explicit ChangeSubreport(SubreportChange change) : change_(std::move(change)) {}
+  void apply(engine::ReportDocument& document) override { set(document, change_.after); }
+  void revert(engine::ReportDocument& document) override { set(document, change_.before); }
+  Selection selectionAfterApply() const override { return change_.selectionAfterApply; }
+  Selection selectionAfterRevert() const override { return change_.selectionAfterRevert; }
+  std::optional<ObjectRef> subreport() const override { return change_.subreport; }
+
+ private:
+  void set(engine::ReportDocument& document, const model::ReportDefinition& definition) {
+    model::ReportObject* o = objectAt(document, change_.subreport);
+    if (o && o->kind == model::ObjectKind::Subreport) o->subreport.definition = model::Deep(definition);
+  }
+  SubreportChange change_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> changeSubreport(SubreportChange change) {
+  return std::make_unique<ChangeSubreport>(std::move(change));
+}
+
+std::unique_ptr<Command> changeTables(model::Data before, model::Data after, std::vector<PlacedObject> removed) {
+  std::vector<std::unique_ptr<Command>> steps;
+  if (!removed.empty()) steps.push_back(removeObjects(std::move(removed)));
+  struct SetData final : Command {
+    model::Data before, after;
+    void apply(engine::ReportDocument& document) override { document.definition.data = after; }
+    void revert(engine::ReportDocument& document) override { document.definition.data = before; }
+  };
+  auto data = std::make_unique<SetData>();
+  data->before = std::move(before);
+  data->after = std::move(after);
+  steps.push_back(std::move(data));
+  return compose(std::move(steps));
+}
+
 }  // namespace mervane::authoring::designer

@@ -10,6 +10,7 @@
 #include <compare>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "engine/document.h"
@@ -45,6 +46,9 @@ class Command {
   virtual void revert(engine::ReportDocument& document) = 0;
   virtual Selection selectionAfterApply() const { return {}; }
   virtual Selection selectionAfterRevert() const { return selectionAfterApply(); }
+  // The subreport object whose own report the command changed (its
+  // selections are places in that report); none: the main report.
+  virtual std::optional<ObjectRef> subreport() const { return std::nullopt; }
 };
 
 struct ObjectChange {
@@ -80,6 +84,21 @@ std::unique_ptr<Command> changeReport(ReportParts before, ReportParts after);
 
 // A group as the innermost one, with its header and footer sections.
 std::unique_ptr<Command> addGroup(model::Group group);
+
+// A change made inside a subreport's own report: the subreport object's
+// report before and after, with what the change left selected there.
+struct SubreportChange {
+  ObjectRef subreport;
+  model::ReportDefinition before;
+  model::ReportDefinition after;
+  Selection selectionAfterApply;
+  Selection selectionAfterRevert;
+};
+std::unique_ptr<Command> changeSubreport(SubreportChange change);
+
+// Tables of the report added and removed at once (the report's data before
+// and after), with the objects that showed columns of the removed tables.
+std::unique_ptr<Command> changeTables(model::Data before, model::Data after, std::vector<PlacedObject> removed);
 
 // Several commands as one: done in order, undone in reverse.
 std::unique_ptr<Command> compose(std::vector<std::unique_ptr<Command>> commands);

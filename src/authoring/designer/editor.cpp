@@ -20,16 +20,87 @@ ObjectRef objectOf(const Selection& s, std::size_t i) { return s.objects[i]; }
 }  // namespace
 
 void Editor::setDocument(engine::ReportDocument* document, std::function<void()> changed) {
-  document_ = document;
+  document_ = main_ = document;
+  subreport_.reset();
+  subreportDocument_ = {};
   changed_ = std::move(changed);
   done_.clear();
   undone_.clear();
+  resetView();
+}
+
+void Editor::resetView() {
   selection_ = {};
   gesture_ = {};
   lastSection_ = static_cast<std::size_t>(-1);
   insertAt_ = {};
   layout_ = document_ ? BandLayout(document_->definition) : BandLayout();
   ++revision_;
+}
+
+namespace {
+
+const model::ReportObject* subreportObject(const engine::ReportDocument* main, ObjectRef ref) {
+  if (!main) return nullptr;
+  const auto& sections = main->definition.sections;
+  if (ref.section >= sections.size() || ref.index >= sections[ref.section].objects.size()) return nullptr;
+  const model::ReportObject& o = sections[ref.section].objects[ref.index];
+  if (o.kind != model::ObjectKind::Subreport || !o.subreport.definition) return nullptr;
+  return &o;
+}
+
+}  // namespace
+
+bool Editor::openSubreport(ObjectRef object) {
+  const model::ReportObject* o = subreportObject(main_, object);
+  if (!o) return false;
+  subreportDocument_ = engine::ReportDocument{};
+  subreportDocument_.definition = *o->subreport.definition;
+  subreportDocument_.title = o->subreport.name;
+  subreportDocument_.hasLayout = main_->hasLayout;
+  subreportDocument_.logOn = main_->logOn;
+  subreport_ = object;
+  document_ = &subreportDocument_;
+  resetView();
+  return true;
+}
+
+void Editor::closeSubreport() {
+  if (!subreport_) return;
+  subreport_.reset();
+  subreportDocument_ = {};
+  document_ = main_;
+  resetView();
+}
+
+void Editor::refreshSubreport() {
+  if (!subreport_) return;
+  const model::ReportObject* o = subreportObject(main_, *subreport_);
+  if (!o) {
+    closeSubreport();
+    return;
+  }
+  subreportDocument_.definition = *o->subreport.definition;
+  subreportDocument_.title = o->subreport.name;
+}
+
+bool Editor::setSubreportLinks(ObjectRef object, std::vector<model::SubreportLink> links) {
+  const model::ReportObject* o = subreportObject(main_, object);
+  if (!o || !main_->hasLayout || options_.readOnly || o->subreport.links == links) return false;
+  model::ReportObject after = *o;
+  after.subreport.links = std::move(links);
+  auto command = changeObjects({{object, *o, std::move(after)}});
+  command->apply(*main_);
+  if (!subreport_) selection_ = command->selectionAfterApply();
+  done_.push_back(std::move(command));
+  undone_.clear();
+  afterChange();
+  return true;
+}
+
+bool Editor::changeTables(const model::Data& data, std::vector<PlacedObject> removed) {
+  if (!document_ || (data == document_->definition.data && removed.empty())) return false;
+  return execute(designer::changeTables(document_->definition.data, data, std::move(removed)));
 }
 
 void Editor::select(Selection selection) {
@@ -275,7 +346,17 @@ void Editor::nudge(std::int32_t dx, std::int32_t dy, bool resize) {
 
 bool Editor::execute(std::unique_ptr<Command> command) {
   if (!command || !editable()) return false;
-  command->apply(*document_);
+  if (subreport_) {
+    // Done in the subreport's report, kept as a change of the main report.
+    SubreportChange change{*subreport_, subreportDocument_.definition, {}, {}, selection_};
+    command->apply(subreportDocument_);
+    change.after = subreportDocument_.definition;
+    change.selectionAfterApply = command->selectionAfterApply();
+    command = changeSubreport(std::move(change));
+    command->apply(*main_);
+  } else {
+    command->apply(*document_);
+  }
   selection_ = command->selectionAfterApply();
   done_.push_back(std::move(command));
   undone_.clear();
@@ -286,8 +367,10 @@ bool Editor::execute(std::unique_ptr<Command> command) {
 bool Editor::undo() {
   if (done_.empty() || !editable()) return false;
   gesture_ = {};
-  done_.back()->revert(*document_);
-  selection_ = done_.back()->selectionAfterRevert();
+  Command& command = *done_.back();
+  command.revert(*main_);
+  refreshSubreport();
+  selection_ = command.subreport() == subreport_ ? command.selectionAfterRevert() : Selection{};
   undone_.push_back(std::move(done_.back()));
   done_.pop_back();
   afterChange();
@@ -297,8 +380,10 @@ bool Editor::undo() {
 bool Editor::redo() {
   if (undone_.empty() || !editable()) return false;
   gesture_ = {};
-  undone_.back()->apply(*document_);
-  selection_ = undone_.back()->selectionAfterApply();
+  Command& command = *undone_.back();
+  command.apply(*main_);
+  refreshSubreport();
+  selection_ = command.subreport() == subreport_ ? command.selectionAfterApply() : Selection{};
   done_.push_back(std::move(undone_.back()));
   undone_.pop_back();
   afterChange();
@@ -442,8 +527,11 @@ bool Editor::placeColumn(const model::FieldRef& column, const ColumnShape& shape
   std::vector<std::unique_ptr<Command>> steps;
   steps.push_back(insertObjects({{{target, report->sections[target].objects.size()}, field}}));
   if (withHeading) {
+    // A subreport prints inside its main report's pages, without page
+    // headers of its own: its headings go in its report header.
+    const auto headingKind = subreport_ ? model::SectionKind::ReportHeader : model::SectionKind::PageHeader;
     auto header = std::find_if(report->sections.begin(), report->sections.end(),
-                               [](const model::Section& s) { return s.kind == model::SectionKind::PageHeader; });
+                               [&](const model::Section& s) { return s.kind == headingKind; });
     if (header != report->sections.end()) {
       heading.x = field.x;
       heading.width = field.width;

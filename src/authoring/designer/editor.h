@@ -130,12 +130,37 @@ class Editor {
   // A name not yet used by any object, from `stem` and a number.
   Text uniqueName(const Text& stem) const;
 
+  // Designing a subreport in place. While one is open, everything above
+  // (definition(), selection, gestures, inserts, properties, dialogs' parts)
+  // reads and changes the subreport's own report; each change goes onto the
+  // one undo list as a change of the subreport object of the main report.
+  // Undo and redo work across both: a change of the other report leaves
+  // nothing selected here. False when `object` is not a subreport of the
+  // main report.
+  bool openSubreport(ObjectRef object);
+  void closeSubreport();
+  const std::optional<ObjectRef>& openedSubreport() const { return subreport_; }
+  // The main report, whichever report is open.
+  engine::ReportDocument* mainDocument() const { return main_; }
+  // A subreport object's links, changed in the main report as one command.
+  bool setSubreportLinks(ObjectRef object, std::vector<model::SubreportLink> links);
+  // The report's tables changed (Report > Tables): its data becomes `data`
+  // and the objects in `removed` go, as one command.
+  bool changeTables(const model::Data& data, std::vector<PlacedObject> removed);
+
  private:
   void afterChange();
+  // After undo or redo: the open subreport read again from the main report,
+  // or closed when its object is gone.
+  void refreshSubreport();
+  void resetView();
   bool placeColumn(const model::FieldRef& column, const ColumnShape& shape, std::size_t section, Point at);
   Point movedDelta(Point to) const;
 
-  engine::ReportDocument* document_ = nullptr;
+  engine::ReportDocument* document_ = nullptr;  // the report open: main_ or subreportDocument_
+  engine::ReportDocument* main_ = nullptr;
+  std::optional<ObjectRef> subreport_;
+  engine::ReportDocument subreportDocument_;
   std::function<void()> changed_;
   DesignerOptions options_;
   BandLayout layout_;

@@ -123,6 +123,15 @@ void SelectTablesForm::addTableNode(const Text& parentKey, const Text& text) {
   remember(nodes_.addChild(parentKey, text, chooser::kTablePicture), added);
 }
 
+void SelectTablesForm::setTicked(int node, bool ticked) {
+  if (node < 0 || node >= static_cast<int>(items_.size())) return;
+  TreeMarks marks(*this);
+  marks.setChecked(node, ticked);
+  applyRules(node);
+  if (HWND tree = control(kTree))
+    for (int n = 0; n < static_cast<int>(items_.size()); ++n) seen_[static_cast<std::size_t>(n)] = isChecked(tree, item(n));
+}
+
 void SelectTablesForm::showModal() {
   finishFilling();
   if (!expanded_) {

@@ -37,6 +37,10 @@ class SelectTablesForm final : public Form, public TableChooser {
   bool okSelected() override { return okSelected_; }
   std::vector<ChooserNodeState> nodes() override;
 
+  // Ticks a node before the form is shown (a table the report already
+  // has); the tick rules run as for a click.
+  void setTicked(int node, bool ticked);
+
   // The tree control's item for a node index (in the order added).
   HTREEITEM item(int node) const { return items_.at(static_cast<std::size_t>(node)); }
 

@@ -481,13 +481,13 @@ class Pager {
         headersDone = true;
       }
       const std::int32_t available = std::max(0, bodyBottom - y);
-      const std::vector<std::uint64_t> offsets = state_.subreportOffsets;
+      const std::vector<std::uint64_t> instances = state_.subreportInstances;
       items.clear();
       std::int32_t height = layoutSection(report_, section, stream, context_, geometry_.left, y, available, bodyBottom,
                                           out_ ? &items : nullptr);
       if (placed && height > available) {  // on the next page, whole
         state_.pending = band;
-        state_.subreportOffsets = offsets;
+        state_.subreportInstances = instances;
         break;
       }
       height = std::min(height, available);
@@ -749,29 +749,36 @@ class Pager {
     return height;
   }
 
-  // One instance of a subreport: its rows (fetched in the background pass
+  // One instance of a subreport: its rows (found in the background pass
   // the first time, read from its spool after that) laid out top to bottom
   // inside the object's box. Returns the height of what it printed.
   std::int32_t subreport(const PreparedObject& po, SectionStream& mainStream, const Rect& box, std::int32_t available,
                          std::int32_t clip, std::vector<DisplayItem>* items) {
     const auto index = static_cast<std::size_t>(po.subreport);
     const PreparedSubreport& sub = report_.subreports[index];
-    if (index >= environment_.subreportSpools.size() || index >= state_.subreportOffsets.size()) return 0;
+    if (index >= environment_.subreportSpools.size() || index >= environment_.subreportBlocks.size() ||
+        index >= state_.subreportInstances.size()) {
+      return 0;
+    }
     Spool& spool = *environment_.subreportSpools[index];
-    std::uint64_t& offset = state_.subreportOffsets[index];
-    if (offset >= spool.end()) {
+    SubreportBlocks& blocks = *environment_.subreportBlocks[index];
+    std::uint64_t& instance = state_.subreportInstances[index];
+    std::optional<std::uint64_t> block = blocks.block(instance);
+    if (!block) {
       if (!environment_.fetchSubreport) return 0;
       std::vector<data::FieldMatch> match;
       for (const SubreportLinkSource& link : sub.links) {
         match.push_back(data::FieldMatch{link.subreportField,
                                          evaluate(link.mainValue, mainStream.row(), mainStream.record(), context_)});
       }
-      environment_.fetchSubreport(po.subreport, match);
+      block = environment_.fetchSubreport(po.subreport, match);
+      blocks.add(*block);
     }
+    ++instance;
     const PreparedReport& report = *sub.report;
     RowFeed feed(spool, report.fields.size());
     FlowState flow = firstPageState(report).flow;
-    flow.startOffset = offset;
+    flow.startOffset = *block;
     RowContext context(report, environment_, state_.number);
     SectionStream stream(report, feed, flow, context);
     std::int32_t height = 0;
@@ -783,7 +790,6 @@ class Pager {
                                               box.x, y, room, clip, y < clip ? items : nullptr));
     }
     if (context.usedPageCount()) context_.pageCount();  // the page shows the page count too
-    offset = feed.endAfter();
     return height;
   }
 
@@ -826,7 +832,7 @@ PageState firstPageState(const PreparedReport& report) {
   state.flow.running.resize(report.slots.size());
   for (const SummarySlot& slot : report.slots) state.flow.ahead.push_back(resultOf(Accumulator{}, slot.operation, 0));
   state.flow.totals.resize(report.runningTotals.size());
-  state.subreportOffsets.assign(report.subreports.size(), 0);
+  state.subreportInstances.assign(report.subreports.size(), 0);
   return state;
 }
 
@@ -855,8 +861,8 @@ std::string saveState(const PageState& state) {
   }
   w.u64(f.ahead.size());
   for (const Value& value : f.ahead) w.value(value);
-  w.u64(state.subreportOffsets.size());
-  for (std::uint64_t offset : state.subreportOffsets) w.u64(offset);
+  w.u64(state.subreportInstances.size());
+  for (std::uint64_t instance : state.subreportInstances) w.u64(instance);
   w.u64(f.totals.size());
   for (const RunningState& total : f.totals) {
     w.i64(total.sums.count);
@@ -898,8 +904,8 @@ PageState loadState(std::string_view saved) {
   }
   f.ahead.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
   for (Value& value : f.ahead) value = r.value();
-  state.subreportOffsets.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
-  for (std::uint64_t& offset : state.subreportOffsets) offset = r.u64();
+  state.subreportInstances.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
+  for (std::uint64_t& instance : state.subreportInstances) instance = r.u64();
   f.totals.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
   for (RunningState& total : f.totals) {
     total.sums.count = r.i64();

@@ -22,6 +22,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_set>
@@ -86,7 +87,7 @@ struct PageState {
   std::int32_t number = 1;
   FlowState flow;
   std::int32_t pending = -1;  // a section moved over from the page before
-  std::vector<std::uint64_t> subreportOffsets;  // the next instance's rows, per subreport
+  std::vector<std::uint64_t> subreportInstances;  // instances laid out so far, per subreport
 };
 
 PageState firstPageState(const PreparedReport& report);
@@ -114,6 +115,29 @@ class RowFeed {
   std::uint64_t endAfter_ = 0;
 };
 
+// Where each instance of one subreport finds its rows in the subreport's
+// spool, in the order the instances print. Instances with the same link
+// values share one block of rows, so the subreport's query runs once per
+// distinct set of link values. Eight bytes an instance; any thread.
+class SubreportBlocks {
+ public:
+  // The block of the `instance`-th instance (from 0), once it is known.
+  std::optional<std::uint64_t> block(std::uint64_t instance) const {
+    std::lock_guard lock(mutex_);
+    if (instance >= blocks_.size()) return std::nullopt;
+    return blocks_[static_cast<std::size_t>(instance)];
+  }
+  // The next instance's block.
+  void add(std::uint64_t block) {
+    std::lock_guard lock(mutex_);
+    blocks_.push_back(block);
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::uint64_t> blocks_;
+};
+
 // What a page's layout needs beyond the report and its rows.
 struct LayoutEnvironment {
   TextMeasure* measure = nullptr;
@@ -130,11 +154,14 @@ struct LayoutEnvironment {
   // pages that show it are provisional.
   std::optional<std::int32_t> pageCount;
   std::int32_t pagesSoFar = 1;
-  // One spool per subreport of the main report.
+  // One spool, and the blocks of its instances, per subreport of the main
+  // report.
   std::vector<Spool*> subreportSpools;
-  // Fetches one subreport instance's rows into its spool, ending the block
-  // (background pass only; null when laying out a page again).
-  std::function<void(int subreport, const std::vector<data::FieldMatch>& match)> fetchSubreport;
+  std::vector<SubreportBlocks*> subreportBlocks;
+  // The block of a subreport's rows for these link values: rows fetched
+  // into its spool, or the block of an earlier instance with the same
+  // values (background pass only; null when laying out a page again).
+  std::function<std::uint64_t(int subreport, const std::vector<data::FieldMatch>& match)> fetchSubreport;
 };
 
 // Lays out the page that `state` starts and moves `state` to the next

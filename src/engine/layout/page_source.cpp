@@ -17,6 +17,7 @@
 #include <mutex>
 #include <set>
 #include <thread>
+#include <unordered_map>
 
 #include "engine/layout/page_layout.h"
 #include "engine/layout/page_source.h"
@@ -78,6 +79,7 @@ class Run final : public PageSource {
       spool_ = std::make_unique<Spool>(options.spoolFolder);
       for (std::size_t i = 0; i < report_->subreports.size(); ++i) {
         subreportSpools_.push_back(std::make_unique<Spool>(options.spoolFolder));
+        subreportBlocks_.push_back(std::make_unique<SubreportBlocks>());
       }
     } catch (const PrepareError& error) {
       stop(1, error.message());
@@ -160,6 +162,7 @@ class Run final : public PageSource {
     environment.parameters = parameters_;
     environment.dataSummaries = [this]() -> const std::vector<formula::Value>& { return dataSummaries(); };
     for (const auto& spool : subreportSpools_) environment.subreportSpools.push_back(spool.get());
+    for (const auto& blocks : subreportBlocks_) environment.subreportBlocks.push_back(blocks.get());
     return environment;
   }
 
@@ -250,12 +253,27 @@ class Run final : public PageSource {
     });
 
     std::vector<std::unique_ptr<data::ReportData>> subreportData(report_->subreports.size());
+    // The block spooled for each set of link values, per subreport. Bounded:
+    // when full it starts again, and a set of values seen before the
+    // restart is queried once more.
+    constexpr std::size_t kRememberedLinkValues = 16384;
+    std::vector<std::unordered_map<std::string, std::uint64_t>> blockOfValues(report_->subreports.size());
     LayoutEnvironment environment = this->environment();
-    environment.fetchSubreport = [&](int index, const std::vector<data::FieldMatch>& match) {
-      const PreparedSubreport& sub = report_->subreports[static_cast<std::size_t>(index)];
-      auto& opened = subreportData[static_cast<std::size_t>(index)];
+    environment.fetchSubreport = [&](int index, const std::vector<data::FieldMatch>& match) -> std::uint64_t {
+      const auto at = static_cast<std::size_t>(index);
+      std::vector<formula::Value> linkValues;
+      for (const data::FieldMatch& m : match) linkValues.push_back(m.value);
+      EncodedRow key;
+      key.encode(linkValues);
+      auto& remembered = blockOfValues[at];
+      const std::string keyBytes(key.bytes());
+      if (auto found = remembered.find(keyBytes); found != remembered.end()) return found->second;
+
+      const PreparedSubreport& sub = report_->subreports[at];
+      auto& opened = subreportData[at];
       if (!opened) opened = data_.open(document_, sub.report->definition, sub.name);
-      Spool& spool = *subreportSpools_[static_cast<std::size_t>(index)];
+      Spool& spool = *subreportSpools_[at];
+      const std::uint64_t start = spool.end();
       const std::size_t subFields = sub.report->fields.size();
       std::unique_ptr<data::RowCursor> rows = opened->rows(sub.report->fields, match);
       std::vector<formula::Value> subValues;
@@ -267,6 +285,9 @@ class Run final : public PageSource {
         spool.append(row.bytes());
       }
       spool.appendBlockEnd();
+      if (remembered.size() >= kRememberedLinkValues) remembered.clear();
+      remembered.emplace(keyBytes, start);
+      return start;
     };
 
     PageState state = firstPageState(*report_);
@@ -373,6 +394,7 @@ class Run final : public PageSource {
   std::unique_ptr<PreparedReport> report_;
   std::unique_ptr<Spool> spool_;
   std::vector<std::unique_ptr<Spool>> subreportSpools_;
+  std::vector<std::unique_ptr<SubreportBlocks>> subreportBlocks_;
   std::mutex summariesMutex_;  // taken before mutex_, never while holding it
   bool summariesRead_ = false;
   std::vector<formula::Value> dataSummaries_;

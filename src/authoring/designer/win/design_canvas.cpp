@@ -217,6 +217,10 @@ void DesignCanvas::onMouse(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_LBUTTONDOWN:
     case WM_LBUTTONDBLCLK: {
       SetFocus(hwnd_);
+      if (message == WM_LBUTTONDBLCLK && open_) {
+        const designer::Hit hit = editor_->hitTest(at, slackTwips());
+        if (hit.kind == designer::HitKind::Object && open_(hit.object)) return;
+      }
       unsigned modifiers = 0;
       if (wParam & MK_SHIFT) modifiers |= designer::kShift;
       if (wParam & MK_CONTROL) modifiers |= designer::kControl;

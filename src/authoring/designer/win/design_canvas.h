@@ -30,6 +30,8 @@ class DesignCanvas {
   int zoom() const { return zoom_; }
   designer::Point toSurface(POINT client) const;
   POINT toClient(designer::Point surface) const;
+  // A double-click on an object is offered here first; true takes it.
+  void setOnOpen(std::function<bool(designer::ObjectRef)> open) { open_ = std::move(open); }
   // Paints the whole client area into `dc` (the window's paint, and benchmarks).
   void paint(HDC dc, const RECT& client);
 
@@ -51,6 +53,7 @@ class DesignCanvas {
   HWND hwnd_ = nullptr;
   designer::Editor* editor_ = nullptr;
   std::function<void()> acted_;
+  std::function<bool(designer::ObjectRef)> open_;
   engine::win::PagePainter painter_;  // the one that paints report pages
   // The objects' items, kept while neither the report nor the view changes
   // (a drag repaints often and changes neither until it ends).

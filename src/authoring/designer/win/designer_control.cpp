@@ -6,16 +6,22 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
+#include <optional>
 #include <mutex>
 #include <thread>
 
 #include "authoring/designer/conditions.h"
 #include "authoring/designer/properties.h"
+#include "authoring/designer/report_tables.h"
 #include "authoring/designer/win/design_canvas.h"
 #include "authoring/designer/win/designer_dialogs.h"
 #include "authoring/designer/win/property_panel.h"
 #include "base/win/com.h"
 #include "base/win/form.h"
+#include "connections/win/select_tables_form.h"
+#include "engine/data/table_connection.h"
+#include "engine/engine_objects.h"
 #include "engine/win/gdi_measure.h"
 
 namespace mervane::authoring::win {
@@ -28,8 +34,8 @@ namespace {
 
 constexpr wchar_t kClassName[] = L"MervaneDesigner";
 constexpr UINT kColumnsRead = WM_APP + 0x41;  // the field list's columns are in
-constexpr int kTreeId = 1, kCanvasId = 2, kListId = 3;
-constexpr int kTreeWidth = 190, kPanelWidth = 250;  // pixels
+constexpr int kTreeId = 1, kCanvasId = 2, kListId = 3, kTabsId = 4;
+constexpr int kTreeWidth = 190, kPanelWidth = 250, kTabsHeight = 24;  // pixels
 
 // The clipboard, open for a scope.
 class OpenClipboardScope {
@@ -87,6 +93,18 @@ struct DesignerControl::Impl {
   DesignCanvas canvas;
   PropertyPanel panel;
   HWND tree = nullptr;
+  // The report tabs: the main report's and, once one was opened, a
+  // subreport's; shown while there is a subreport tab.
+  HWND tabs = nullptr;
+  std::optional<designer::ObjectRef> tabSubreport;
+  // Columns read from the database, by case-folded table alias: the field
+  // list keeps them across the main report and its subreports.
+  std::map<Text, std::vector<designer::FieldColumn>> knownColumns;
+  // The main report's database, read once for Insert Subreport and Tables.
+  bool databaseTried = false;
+  std::unique_ptr<engine::CatalogueCache> database;
+  engine::data::DataSource databaseSource;
+  Text databaseProblem;
   std::shared_ptr<designer::ColumnSource> columnSource;
   bool defaultSource = true;
   designer::FieldList fields;
@@ -125,6 +143,10 @@ struct DesignerControl::Impl {
       case WM_SIZE: arrange(); return 0;
       case WM_NOTIFY: {
         const auto& header = *reinterpret_cast<const NMHDR*>(lParam);
+        if (header.hwndFrom == tabs && header.code == TCN_SELCHANGE) {
+          showTab(TabCtrl_GetCurSel(tabs));
+          return 0;
+        }
         if (panel.onNotify(header)) return 0;
         break;
       }
@@ -143,7 +165,11 @@ struct DesignerControl::Impl {
     const int panelWidth = std::min<int>(kPanelWidth, client.right / 3);
     MoveWindow(tree, 0, 0, treeWidth, client.bottom, TRUE);
     ShowWindow(tree, showFieldList ? SW_SHOW : SW_HIDE);
-    MoveWindow(canvas.hwnd(), treeWidth, 0, std::max<int>(client.right - treeWidth - panelWidth, 0), client.bottom, TRUE);
+    const int canvasWidth = std::max<int>(client.right - treeWidth - panelWidth, 0);
+    const int tabsHeight = tabSubreport ? std::min<int>(kTabsHeight, client.bottom) : 0;
+    MoveWindow(tabs, treeWidth, 0, canvasWidth, tabsHeight, TRUE);
+    ShowWindow(tabs, tabSubreport ? SW_SHOW : SW_HIDE);
+    MoveWindow(canvas.hwnd(), treeWidth, tabsHeight, canvasWidth, client.bottom - tabsHeight, TRUE);
     MoveWindow(panel.list(), client.right - panelWidth, 0, panelWidth, client.bottom, TRUE);
     ListView_SetColumnWidth(panel.list(), 0, panelWidth * 11 / 20);
     ListView_SetColumnWidth(panel.list(), 1, LVSCW_AUTOSIZE_USEHEADER);
@@ -152,6 +178,8 @@ struct DesignerControl::Impl {
   // After anything the person did: the panel, the surface, the menus and
   // the field list catch up.
   void acted() {
+    // Undo or redo took away the subreport being designed.
+    if (tabSubreport && !editor.openedSubreport() && TabCtrl_GetCurSel(tabs) == 1) closeTab();
     const bool changed = editor.revision() != shownRevision || !(editor.selection() == shownSelection);
     if (changed && editor.document()) panel.show(designer::describeSelection(*editor.document(), editor.selection()));
     if (changed && !editor.document()) panel.show({});
@@ -177,6 +205,12 @@ struct DesignerControl::Impl {
 
   void setDocument(engine::ReportDocument* document, std::function<void()> changed) {
     editor.setDocument(document, std::move(changed));
+    knownColumns.clear();
+    databaseTried = false;
+    database.reset();
+    tabSubreport.reset();
+    if (tabs) TabCtrl_DeleteAllItems(tabs);
+    if (hwnd) arrange();
     dragging = nullptr;
     shownRevision = ~0ull;
     fillFieldList(document ? designer::usedFields(*document) : designer::FieldList{}, true);
@@ -187,8 +221,10 @@ struct DesignerControl::Impl {
     // Columns read from the database stay while the tables are the same.
     if (!readColumns)
       for (auto& t : list.tables)
-        for (const auto& known : fields.tables)
-          if (known.fromDatabase && equalsNoCase(known.alias, t.alias)) t = known;
+        if (auto known = knownColumns.find(caseFoldKey(t.alias)); known != knownColumns.end()) {
+          t.columns = known->second;
+          t.fromDatabase = true;
+        }
     fields = std::move(list);
     fieldSignature = signature();
     SendMessageW(tree, WM_SETREDRAW, FALSE, 0);
@@ -278,6 +314,7 @@ struct DesignerControl::Impl {
     const auto& tables = editor.document()->definition.data.tables;
     for (std::size_t i = 0; i < columns.size() && i < list.tables.size() && i < tables.size(); ++i)
       if (columns[i] && equalsNoCase(list.tables[i].alias, tables[i].alias)) {
+        knownColumns[caseFoldKey(tables[i].alias)] = *columns[i];
         list.tables[i].columns = std::move(*columns[i]);
         list.tables[i].fromDatabase = true;
       }
@@ -404,6 +441,253 @@ struct DesignerControl::Impl {
     acted();
   }
 
+  // --- the report tabs ---
+
+  bool openSubreport(designer::ObjectRef object) {
+    if (editor.openedSubreport()) editor.closeSubreport();  // a subreport's own subreports are not designed
+    if (!editor.openSubreport(object)) {
+      showScope();
+      return false;
+    }
+    tabSubreport = object;
+    TabCtrl_DeleteAllItems(tabs);
+    const auto addTab = [this](int index, const Text& caption) {
+      std::wstring text = toWide(caption);
+      TCITEMW item{};
+      item.mask = TCIF_TEXT;
+      item.pszText = text.data();
+      SendMessageW(tabs, TCM_INSERTITEMW, index, reinterpret_cast<LPARAM>(&item));
+    };
+    addTab(0, u"Main Report");
+    addTab(1, editor.document()->title.empty() ? Text(u"Subreport") : editor.document()->title);
+    TabCtrl_SetCurSel(tabs, 1);
+    arrange();
+    showScope();
+    return true;
+  }
+
+  void showTab(int index) {
+    if (index == 0) {
+      editor.closeSubreport();
+    } else if (tabSubreport && !editor.openedSubreport() && !editor.openSubreport(*tabSubreport)) {
+      closeTab();
+    }
+    showScope();
+  }
+
+  void closeTab() {
+    editor.closeSubreport();
+    tabSubreport.reset();
+    TabCtrl_DeleteAllItems(tabs);
+    arrange();
+  }
+
+  // The field list and panel for the report now shown; columns not read
+  // yet are read.
+  void showScope() {
+    shownRevision = ~0ull;
+    const engine::ReportDocument* document = editor.document();
+    bool unread = false;
+    if (document)
+      for (const auto& t : document->definition.data.tables)
+        unread = unread || (t.type == model::DatabaseType::SqlTable && !knownColumns.count(caseFoldKey(t.alias)));
+    fillFieldList(document ? designer::usedFields(*document) : designer::FieldList{}, unread);
+    canvas.refresh();
+    acted();
+  }
+
+  // --- the database behind Insert Subreport and Tables ---
+
+  engine::CatalogueCache* readDatabase() {
+    if (databaseTried) return database.get();
+    databaseTried = true;
+    const engine::ReportDocument* main = editor.mainDocument();
+    if (!main) return nullptr;
+    for (const auto& t : main->definition.data.tables) {
+      if (t.type != model::DatabaseType::SqlTable || t.location.empty()) continue;
+      databaseSource = engine::data::tableDataSource(*main, t);
+      break;
+    }
+    if (!databaseSource.given()) {
+      databaseProblem = u"The report has no database tables.";
+      return nullptr;
+    }
+    mervane::win::WaitCursor wait;
+    try {
+      database = std::make_unique<engine::CatalogueCache>(engine::data::openCatalogue(databaseSource, 15));
+      database->find(u"");  // the table list, read now while the hourglass shows
+    } catch (const engine::data::DataError& error) {
+      databaseProblem = u"The report's database cannot be reached: " + error.message();
+      database.reset();
+    } catch (...) {
+      databaseProblem = u"The report's database cannot be reached.";
+      database.reset();
+    }
+    return database.get();
+  }
+
+  std::vector<designer::FieldColumn> databaseColumnsOf(const Text& table) {
+    std::vector<designer::FieldColumn> out;
+    if (auto known = knownColumns.find(caseFoldKey(table)); known != knownColumns.end()) return known->second;
+    if (!database) return out;
+    try {
+      if (auto found = database->find(table))
+        for (const auto& c : database->columns(*found)) out.push_back({c.name, {c.kind, c.size, c.decimals}});
+    } catch (...) {
+    }
+    if (!out.empty()) knownColumns[caseFoldKey(table)] = out;
+    return out;
+  }
+
+  const designer::ColumnShape* shapeOf(const model::FieldRef& field) const {
+    if (field.isFormula()) return nullptr;
+    auto known = knownColumns.find(caseFoldKey(field.table));
+    if (known == knownColumns.end()) return nullptr;
+    for (const auto& c : known->second)
+      if (equalsNoCase(c.name, field.column)) return &c.shape;
+    return nullptr;
+  }
+
+  void message(const Text& text, UINT flags = MB_ICONEXCLAMATION) {
+    MessageBoxW(owner(), toWide(text).c_str(), L"Report Designer", flags | MB_OK);
+  }
+
+  // Insert > Subreport: the subreport on a table of the report's database,
+  // its columns laid out in its details.
+  void insertSubreport() {
+    model::ReportObject o;
+    win::FieldCatalogue choices = catalogue();
+    if (engine::CatalogueCache* db = readDatabase()) {
+      try {
+        for (const Text& table : db->tables()) choices.otherTables.push_back({table, {}});
+      } catch (...) {
+      }
+    }
+    for (auto& t : choices.otherTables)
+      if (auto known = knownColumns.find(caseFoldKey(t.table)); known != knownColumns.end())
+        for (const auto& c : known->second) t.columns.push_back(c.name);
+    if (!chooseSubreport(owner(), o.subreport, choices) || !o.subreport.definition) return;
+    model::ReportDefinition& sub = *o.subreport.definition;
+    if (!sub.data.tables.empty()) {
+      model::Table table = sub.data.tables.front();
+      if (database) {
+        if (auto found = database->find(table.location)) {
+          table = engine::catalogueTable(model::ReportDefinition{}, *database, databaseSource, *found);
+          for (auto& link : o.subreport.links) link.subreportField.table = table.alias;
+        }
+      } else if (const engine::ReportDocument* main = editor.mainDocument()) {
+        // Where the report's own tables are.
+        for (const auto& t : main->definition.data.tables)
+          if (t.type == model::DatabaseType::SqlTable) {
+            table.connection = t.connection;
+            table.logOn = t.logOn;
+            break;
+          }
+      }
+      engine::win::GdiMeasure measure;
+      const std::int32_t width = std::max<std::int32_t>(1440, editor.layout().width() * 2 / 3);
+      sub = designer::subreportOnTable(table, databaseColumnsOf(table.location), width, measure);
+      o.width = width;
+    } else {
+      o.width = 2880;
+    }
+    o.kind = model::ObjectKind::Subreport;
+    // As high as the section it goes in; it grows there as it prints.
+    o.height = std::clamp(editor.definition()->sections[editor.currentSection()].height, 240, 720);
+    o.name = editor.uniqueName(u"Subreport");
+    editor.insertObject(std::move(o));
+  }
+
+  // Report > Subreport Links: of the subreport open, else the one selected.
+  void editSubreportLinks() {
+    std::optional<designer::ObjectRef> target = editor.openedSubreport();
+    const engine::ReportDocument* main = editor.mainDocument();
+    if (!main) return;
+    if (!target && editor.selection().objects.size() == 1) target = editor.selection().objects.front();
+    const auto& sections = main->definition.sections;
+    if (!target || target->section >= sections.size() || target->index >= sections[target->section].objects.size() ||
+        sections[target->section].objects[target->index].kind != model::ObjectKind::Subreport) {
+      message(u"Please select a subreport first.", MB_ICONINFORMATION);
+      return;
+    }
+    model::Subreport subreport = sections[target->section].objects[target->index].subreport;
+    designer::FieldList mainList = designer::usedFields(*main);
+    for (auto& t : mainList.tables)
+      if (auto known = knownColumns.find(caseFoldKey(t.alias)); known != knownColumns.end()) t.columns = known->second;
+    win::FieldCatalogue choices = catalogueOf(mainList, &main->definition);
+    if (subreport.definition)
+      for (const auto& t : subreport.definition->data.tables) {
+        std::vector<Text> names;
+        for (const auto& c : databaseColumnsOf(t.alias)) names.push_back(c.name);
+        choices.otherTables.push_back({t.alias, std::move(names)});
+      }
+    choices.linkRefusal = [this](const model::FieldRef& a, const model::FieldRef& b) {
+      return designer::linkRefusal(a, shapeOf(a), b, shapeOf(b));
+    };
+    if (chooseSubreport(owner(), subreport, choices, true)) editor.setSubreportLinks(*target, subreport.links);
+  }
+
+  // Report > Tables: the tables of the report open, ticked in the tree of
+  // the database's tables; added ones linked by the rule for new reports,
+  // removed ones taken away with the fields that show them, once agreed.
+  void editTables() {
+    const engine::ReportDocument* document = editor.document();
+    engine::CatalogueCache* db = readDatabase();
+    if (!document) return;
+    if (!db) {
+      message(databaseProblem);
+      return;
+    }
+    std::vector<Text> names;
+    try {
+      names = db->tables();
+    } catch (...) {
+    }
+    mervane::win::SelectTablesForm form;
+    form.load();
+    if (!form.hwnd()) return;
+    form.setCaption(L"Tables");
+    const Text dataSet = db->databaseName().empty() ? Text(u"Database") : db->databaseName();
+    form.addDataSetNode(u"db", dataSet);
+    const auto& tables = document->definition.data.tables;
+    auto inReport = [&](const Text& name) {
+      return std::find_if(tables.begin(), tables.end(),
+                          [&](const model::Table& t) { return equalsNoCase(t.location, name); });
+    };
+    for (const Text& name : names) form.addTableNode(u"db", name);
+    for (std::size_t i = 0; i < names.size(); ++i)
+      if (inReport(names[i]) != tables.end()) form.setTicked(static_cast<int>(i) + 1, true);
+    form.showModal();
+    if (!form.okSelected()) return;
+    const std::vector<ChooserNodeState> ticks = form.nodes();
+    std::vector<Text> ticked;
+    for (const auto& node : ticks)
+      if (!node.hasChildren && node.checked) ticked.push_back(node.text);
+    std::vector<Text> removed;
+    for (const auto& t : tables)
+      if (t.type == model::DatabaseType::SqlTable && std::find(names.begin(), names.end(), t.location) != names.end() &&
+          std::none_of(ticked.begin(), ticked.end(), [&](const Text& n) { return equalsNoCase(n, t.location); }))
+        removed.push_back(t.alias);
+    designer::TableRemoval plan = designer::planTableRemoval(document->definition, removed);
+    if (!plan.refusal.empty()) {
+      message(plan.refusal);
+      return;
+    }
+    if (!plan.question.empty() &&
+        MessageBoxW(owner(), toWide(plan.question).c_str(), L"Tables", MB_YESNO | MB_ICONQUESTION) != IDYES)
+      return;
+    model::ReportDefinition after = document->definition;
+    after.data = plan.data;
+    for (const Text& name : ticked) {
+      if (inReport(name) != tables.end()) continue;
+      model::Table added = engine::catalogueTable(after, *db, databaseSource, name);
+      std::vector<model::TableLink> links = engine::proposeLinks(after.data, added, *db);
+      after.data.tables.push_back(added);
+      after.data.links.insert(after.data.links.end(), links.begin(), links.end());
+    }
+    if (editor.changeTables(after.data, std::move(plan.objects))) showScope();
+  }
+
   // --- menus and commands ---
 
   void updateMenus() {
@@ -475,6 +759,8 @@ struct DesignerControl::Impl {
     AppendMenuW(report, MF_STRING, kCommandConditionalFormatting, L"&Conditional Formatting...");
     AppendMenuW(report, MF_STRING, kCommandSectionConditions, L"Section C&onditions...");
     AppendMenuW(insert, MF_STRING, kCommandInsertRunningTotal, L"&Running Total...");
+    AppendMenuW(report, MF_STRING, kCommandTables, L"T&ables...");
+    AppendMenuW(report, MF_STRING, kCommandSubreportLinks, L"Su&breport Links...");
     zoomMenu = menu({{kCommandZoom50, L"&50%"},
                      {kCommandZoom75, L"&75%"},
                      {kCommandZoom100, L"&100%"},
@@ -511,7 +797,9 @@ struct DesignerControl::Impl {
 
   HWND owner() const { return GetAncestor(hwnd, GA_ROOT); }
 
-  win::FieldCatalogue catalogue() const {
+  win::FieldCatalogue catalogue() const { return catalogueOf(fields, editor.definition()); }
+
+  static win::FieldCatalogue catalogueOf(const designer::FieldList& fields, const model::ReportDefinition* report) {
     win::FieldCatalogue c;
     for (const auto& t : fields.tables) {
       std::vector<Text> names;
@@ -520,7 +808,7 @@ struct DesignerControl::Impl {
     }
     c.formulas = fields.formulas;
     c.runningTotals = fields.runningTotals;
-    if (const auto* report = editor.definition())
+    if (report)
       for (const auto& g : report->data.groups) c.groups.push_back(g.field);
     return c;
   }
@@ -685,14 +973,13 @@ struct DesignerControl::Impl {
         break;
       }
       case kCommandInsertSubreport:
-        if (editable && chooseSubreport(dialogOwner, o.subreport, catalogue())) {
-          o.kind = model::ObjectKind::Subreport;
-          if (!o.subreport.definition) o.subreport.definition.emplace() = model::blankReport();
-          o.width = 2880;
-          o.height = 720;
-          o.name = editor.uniqueName(u"Subreport");
-          editor.insertObject(std::move(o));
-        }
+        if (editable && !editor.openedSubreport()) insertSubreport();
+        break;
+      case kCommandSubreportLinks:
+        if (editable) editSubreportLinks();
+        break;
+      case kCommandTables:
+        if (editable) editTables();
         break;
       case kCommandConditionalFormatting:
         if (!editable) break;
@@ -761,7 +1048,7 @@ DesignerControl::~DesignerControl() {
 
 HWND DesignerControl::create(HWND parent, int id) {
   static const bool registered = [] {
-    INITCOMMONCONTROLSEX controls{sizeof(controls), ICC_TREEVIEW_CLASSES | ICC_LISTVIEW_CLASSES};
+    INITCOMMONCONTROLSEX controls{sizeof(controls), ICC_TREEVIEW_CLASSES | ICC_LISTVIEW_CLASSES | ICC_TAB_CLASSES};
     InitCommonControlsEx(&controls);
     WNDCLASSEXW wc{};
     wc.lpfnWndProc = Impl::windowProc;
@@ -780,7 +1067,18 @@ HWND DesignerControl::create(HWND parent, int id) {
                                TVS_SHOWSELALWAYS,
                            0, 0, 10, 10, m.hwnd, reinterpret_cast<HMENU>(static_cast<INT_PTR>(kTreeId)), nullptr, nullptr);
   SetWindowSubclass(m.tree, Impl::treeProc, 1, reinterpret_cast<DWORD_PTR>(&m));
+  m.tabs = CreateWindowExW(0, WC_TABCONTROLW, L"", WS_CHILD | WS_CLIPSIBLINGS | TCS_FOCUSNEVER, 0, 0, 10, 10, m.hwnd,
+                           reinterpret_cast<HMENU>(static_cast<INT_PTR>(kTabsId)), nullptr, nullptr);
   m.canvas.create(m.hwnd, kCanvasId, m.editor, [&m] { m.acted(); });
+  m.canvas.setOnOpen([&m](designer::ObjectRef object) {
+    if (m.editor.openedSubreport()) return false;
+    const auto* report = m.editor.definition();
+    if (!report || object.section >= report->sections.size() ||
+        object.index >= report->sections[object.section].objects.size() ||
+        report->sections[object.section].objects[object.index].kind != model::ObjectKind::Subreport)
+      return false;
+    return m.openSubreport(object);
+  });
   m.panel.create(m.hwnd, kListId, [&m](const Text& key, const Text& value) {
     const bool taken = m.editor.setProperty(key, value);
     m.shownRevision = ~0ull;  // the panel shows the values as they now are
@@ -789,6 +1087,7 @@ HWND DesignerControl::create(HWND parent, int id) {
   });
   HFONT font = static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));
   SendMessageW(m.tree, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
+  SendMessageW(m.tabs, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
   SendMessageW(m.panel.list(), WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
   m.makeAccelerators();
   SetWindowLongPtrW(m.hwnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&m));
@@ -855,7 +1154,7 @@ bool DesignerControl::onCommand(UINT id) {
   try {
     return impl_->onCommand(id);
   } catch (...) {
-    return id >= kCommandUndo && id <= kCommandZoom200;
+    return (id >= kCommandUndo && id <= kCommandZoom200) || id == kCommandSubreportLinks || id == kCommandTables;
   }
 }
 
@@ -876,6 +1175,15 @@ HWND DesignerControl::fieldTree() const { return impl_->tree; }
 PropertyPanel& DesignerControl::properties() { return impl_->panel; }
 POINT DesignerControl::canvasPoint(designer::Point surface) const { return impl_->canvas.toClient(surface); }
 bool DesignerControl::readingColumns() const { return impl_->job != nullptr; }
+HWND DesignerControl::reportTabs() const { return impl_->tabs; }
+
+bool DesignerControl::openSubreport(designer::ObjectRef object) {
+  try {
+    return impl_->openSubreport(object);
+  } catch (...) {
+    return false;
+  }
+}
 
 void* DesignerControl::fieldItem(const Text& table, const Text& column) const {
   const Impl& m = *impl_;

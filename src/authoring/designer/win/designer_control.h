@@ -62,6 +62,9 @@ enum DesignerCommand : UINT {
   kCommandSort,
   kCommandLinks,
   kCommandPageSetup,
+  // Report: subreports and tables
+  kCommandSubreportLinks = 0x7190,
+  kCommandTables,
   // View
   kCommandShowGrid = 0x7140,
   kCommandSnapToGrid,
@@ -121,6 +124,12 @@ class DesignerControl {
   void* fieldItem(const Text& table, const Text& column) const;
   // Whether the field list's columns are still being read.
   bool readingColumns() const;
+  // The tabs of the reports being designed: the main report's, and a
+  // subreport's while one is open (null when none has been).
+  HWND reportTabs() const;
+  // Opens a subreport of the main report on a tab of its own, as a
+  // double-click on it does; false when `object` is not one.
+  bool openSubreport(designer::ObjectRef object);
 
  private:
   struct Impl;

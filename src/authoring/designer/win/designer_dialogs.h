@@ -27,6 +27,12 @@ struct FieldCatalogue {
   std::vector<Text> formulas;  // names of the report's formulas
   std::vector<Text> runningTotals;  // names of the report's running totals
   std::vector<model::FieldRef> groups;  // the report's groups, outermost first
+  // The database's other tables a subreport may show, with their columns
+  // where known.
+  std::vector<TableColumns> otherTables;
+  // Why a subreport link between a main report's field and a subreport's
+  // column cannot work, in words; empty (or no check) when it can.
+  std::function<Text(const model::FieldRef& main, const model::FieldRef& subreport)> linkRefusal;
 };
 
 bool editTitle(HWND owner, Text& title);
@@ -68,8 +74,9 @@ bool chooseSpecialField(HWND owner, model::SpecialFieldKind& kind);
 // group).
 bool chooseSummary(HWND owner, model::SummaryOperation& operation, model::FieldRef& field, std::int32_t& group,
                    const FieldCatalogue& fields);
-// A subreport: its name, one of the report's tables (or another table the
-// user names) and the link fields from the main report.
-bool chooseSubreport(HWND owner, model::Subreport& subreport, const FieldCatalogue& fields);
+// A subreport: its name, one of the report's or the database's tables (or
+// another table the user names) and the link fields from the main report.
+// With `linksOnly` ("Subreport Links") only the links change.
+bool chooseSubreport(HWND owner, model::Subreport& subreport, const FieldCatalogue& fields, bool linksOnly = false);
 
 }  // namespace mervane::authoring::win

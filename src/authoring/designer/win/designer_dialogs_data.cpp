@@ -597,12 +597,18 @@ enum SubreportIds {
 
 class SubreportDialog final : public ModalDialog {
  public:
-  SubreportDialog(model::Subreport& subreport, const FieldCatalogue& fields)
-      : ModalDialog(L"Insert Subreport", 7200, 3855),
+  SubreportDialog(model::Subreport& subreport, const FieldCatalogue& fields, bool linksOnly)
+      : ModalDialog(linksOnly ? L"Subreport Links" : L"Insert Subreport", 7200, 3855),
         subreport_(subreport),
         links_(subreport.links),
         fields_(fields),
-        mainChoices_(fieldChoices(fields, true)) {}
+        mainChoices_(fieldChoices(fields, true)),
+        linksOnly_(linksOnly) {
+    tables_ = fields.tables;
+    for (const auto& other : fields.otherTables)
+      if (std::none_of(tables_.begin(), tables_.end(), [&](const auto& t) { return equalsNoCase(t.table, other.table); }))
+        tables_.push_back(other);
+  }
 
  private:
   std::vector<ControlLayout> layout() const override {
@@ -633,8 +639,12 @@ class SubreportDialog final : public ModalDialog {
 
   void onInit() override {
     setText(kSubNameBox, subreport_.name);
-    for (const FieldCatalogue::TableColumns& table : fields_.tables) addItem(kSubTableBox, table.table);
+    for (const FieldCatalogue::TableColumns& table : tables_) addItem(kSubTableBox, table.table);
     setText(kSubTableBox, currentTable());
+    if (linksOnly_) {
+      enable(kSubNameBox, false);
+      enable(kSubTableBox, false);
+    }
     for (const FieldChoice& choice : mainChoices_) addItem(kMainFieldBox, choice.shown);
     if (!mainChoices_.empty()) select(kMainFieldBox, 0);
     fillSubreportColumns();
@@ -646,7 +656,7 @@ class SubreportDialog final : public ModalDialog {
       if (code == CBN_SELCHANGE) {
         // The edit part takes the chosen text only after this notice.
         const int index = selected(kSubTableBox);
-        if (index >= 0) setText(kSubTableBox, fields_.tables[at(index)].table);
+        if (index >= 0) setText(kSubTableBox, tables_[at(index)].table);
       }
       fillSubreportColumns();
     } else if (id == kAddSubLink && code == BN_CLICKED) {
@@ -674,8 +684,9 @@ class SubreportDialog final : public ModalDialog {
     }
     // The links name the subreport's table as it now is.
     for (model::SubreportLink& link : links_) link.subreportField.table = tableName;
-    subreport_.name = name;
     subreport_.links = links_;
+    if (linksOnly_) return true;
+    subreport_.name = name;
     if (!subreport_.definition) subreport_.definition = model::Deep<model::ReportDefinition>(model::blankReport());
     if (tableName != currentTable()) {
       // A new table: the designer gives it the main report's log-on.
@@ -691,9 +702,10 @@ class SubreportDialog final : public ModalDialog {
     const Text tableName = trim(text(kSubTableBox));
     const Text typed = text(kSubFieldBox);
     clearItems(kSubFieldBox);
-    for (const FieldCatalogue::TableColumns& table : fields_.tables) {
-      if (table.table != tableName) continue;
+    for (const FieldCatalogue::TableColumns& table : tables_) {
+      if (!equalsNoCase(table.table, tableName)) continue;
       for (const Text& column : table.columns) addItem(kSubFieldBox, column);
+      break;
     }
     if (itemCount(kSubFieldBox) > 0) select(kSubFieldBox, 0);
     else setText(kSubFieldBox, typed);
@@ -714,6 +726,13 @@ class SubreportDialog final : public ModalDialog {
     link.mainField = mainChoices_[at(main)].field;
     link.subreportField.table = trim(text(kSubTableBox));
     link.subreportField.column = column;
+    if (fields_.linkRefusal) {
+      const Text refusal = fields_.linkRefusal(link.mainField, link.subreportField);
+      if (!refusal.empty()) {
+        refuse(kSubFieldBox, refusal);
+        return;
+      }
+    }
     links_.push_back(link);
     showLinks(static_cast<int>(links_.size() - 1));
   }
@@ -732,6 +751,8 @@ class SubreportDialog final : public ModalDialog {
   std::vector<model::SubreportLink> links_;
   const FieldCatalogue& fields_;
   std::vector<FieldChoice> mainChoices_;
+  std::vector<FieldCatalogue::TableColumns> tables_;  // the report's, then the database's others
+  bool linksOnly_;
 };
 
 }  // namespace
@@ -795,10 +816,10 @@ bool editLinks(HWND owner, std::vector<model::TableLink>& links, const FieldCata
   });
 }
 
-bool chooseSubreport(HWND owner, model::Subreport& subreport, const FieldCatalogue& fields) {
+bool chooseSubreport(HWND owner, model::Subreport& subreport, const FieldCatalogue& fields, bool linksOnly) {
   return answered([&] {
     model::Subreport answer = subreport;
-    if (!SubreportDialog(answer, fields).run(owner)) return false;
+    if (!SubreportDialog(answer, fields, linksOnly).run(owner)) return false;
     subreport = std::move(answer);
     return true;
   });

@@ -1,0 +1,177 @@
+// Subreports designed in place through the one editor, tables removed from
+// a report with what shows them, and the subreport link rule.
+#include "authoring/designer/report_tables.h"
+
+#include <gtest/gtest.h>
+
+#include "authoring/designer/editor.h"
+
+namespace mervane::authoring::designer {
+namespace {
+
+model::ReportObject fieldOf(Text table, Text column) {
+  model::ReportObject o;
+  o.kind = model::ObjectKind::DatabaseField;
+  o.name = column;
+  o.field = {std::move(table), std::move(column), {}};
+  return o;
+}
+
+// Customers with an Orders subreport in the details, linked by CustomerID.
+engine::ReportDocument customersWithOrders() {
+  engine::ReportDocument d;
+  d.definition = model::blankReport();
+  d.definition.data.tables = {{.alias = u"Customers", .location = u"Customers"}};
+  model::ReportObject sub;
+  sub.kind = model::ObjectKind::Subreport;
+  sub.name = u"Orders";
+  sub.subreport.name = u"Orders";
+  sub.subreport.links = {{{u"Customers", u"CustomerID", {}}, {u"Orders", u"CustomerID", {}}, {}}};
+  model::ReportDefinition orders = model::blankReport();
+  orders.data.tables = {{.alias = u"Orders", .location = u"Orders"}};
+  sub.subreport.definition = model::Deep(orders);
+  d.definition.sections[2].objects = {fieldOf(u"Customers", u"Name"), sub};
+  return d;
+}
+
+TEST(SubreportInPlace, ChangesGoToTheSubreportOnTheOneUndoList) {
+  engine::ReportDocument doc = customersWithOrders();
+  Editor editor;
+  int changes = 0;
+  editor.setDocument(&doc, [&] { ++changes; });
+  EXPECT_FALSE(editor.openSubreport({2, 0}));  // a field, not a subreport
+  ASSERT_TRUE(editor.openSubreport({2, 1}));
+  EXPECT_EQ(editor.definition()->data.tables[0].alias, u"Orders");
+
+  ASSERT_TRUE(editor.insertColumn({u"Orders", u"Total", {}}));
+  const auto& subDetails = [&] { return doc.definition.sections[2].objects[1].subreport.definition->sections[2]; };
+  ASSERT_EQ(subDetails().objects.size(), 1u);  // in the main report's subreport object, at once
+  EXPECT_EQ(subDetails().objects[0].field.column, u"Total");
+  EXPECT_EQ(editor.selection().objects.size(), 2u);  // the field and its heading, in the report header
+  EXPECT_EQ(doc.definition.sections[2].objects[1].subreport.definition->sections[0].objects[0].text, u"Total");
+  EXPECT_EQ(doc.definition.sections[2].objects.size(), 2u);  // the main report's own objects are as they were
+  EXPECT_EQ(changes, 1);
+
+  // Back on the main report, undo and redo reach the subreport's change.
+  editor.closeSubreport();
+  EXPECT_EQ(editor.definition(), &doc.definition);
+  ASSERT_TRUE(editor.undo());
+  EXPECT_TRUE(subDetails().objects.empty());
+  EXPECT_TRUE(editor.selection().empty());  // nothing of the other report is selected here
+  ASSERT_TRUE(editor.redo());
+  EXPECT_EQ(subDetails().objects.size(), 1u);
+
+  // Open again: it shows the report as it now is, and undo there updates it.
+  ASSERT_TRUE(editor.openSubreport({2, 1}));
+  EXPECT_EQ(editor.definition()->sections[2].objects.size(), 1u);
+  ASSERT_TRUE(editor.undo());
+  EXPECT_TRUE(editor.definition()->sections[2].objects.empty());
+
+  // A link changed while the subreport is open is a change of the main report.
+  std::vector<model::SubreportLink> links;
+  ASSERT_TRUE(editor.setSubreportLinks({2, 1}, links));
+  EXPECT_TRUE(doc.definition.sections[2].objects[1].subreport.links.empty());
+  EXPECT_FALSE(editor.setSubreportLinks({2, 1}, links));  // nothing changes
+  ASSERT_TRUE(editor.undo());
+  EXPECT_EQ(doc.definition.sections[2].objects[1].subreport.links.size(), 1u);
+
+  // The subreport object deleted (undoing back past the insert would too):
+  // the open subreport closes instead of editing what is gone.
+  editor.closeSubreport();
+  editor.select({{{2, 1}}});
+  ASSERT_TRUE(editor.deleteSelection());
+  ASSERT_TRUE(editor.openSubreport({2, 0}) == false);
+  ASSERT_TRUE(editor.undo());
+  ASSERT_TRUE(editor.openSubreport({2, 1}));
+  ASSERT_TRUE(editor.redo());
+  EXPECT_FALSE(editor.openedSubreport());
+  EXPECT_EQ(editor.definition(), &doc.definition);
+}
+
+TEST(ReportTables, RemovingATableTakesItsFieldsLinksAndSortAsOneChange) {
+  engine::ReportDocument doc = customersWithOrders();
+  auto& data = doc.definition.data;
+  data.tables.push_back({.alias = u"Regions", .location = u"Regions"});
+  data.links.push_back({{u"Regions", u"RegionID", {}}, {u"Customers", u"RegionID", {}}, {}, {}});
+  data.sortFields.push_back({{u"Regions", u"Name", {}}, {}, {}});
+  data.sortFields.push_back({{u"Customers", u"Name", {}}, {}, {}});
+  auto& details = doc.definition.sections[2].objects;
+  details.push_back(fieldOf(u"regions", u"Name"));
+  details.push_back(fieldOf(u"Regions", u"Code"));
+  doc.definition.sections[4].objects.push_back(fieldOf(u"Regions", u"Name"));
+  doc.definition.sections[4].objects.back().kind = model::ObjectKind::SummaryField;
+  const engine::ReportDocument original = doc;
+
+  TableRemoval plan = planTableRemoval(doc.definition, {u"Regions"});
+  EXPECT_TRUE(plan.refusal.empty());
+  EXPECT_EQ(plan.question, u"Remove the table Regions and the 3 fields that show its columns?");
+  ASSERT_EQ(plan.data.tables.size(), 1u);
+  EXPECT_TRUE(plan.data.links.empty());
+  ASSERT_EQ(plan.data.sortFields.size(), 1u);
+
+  Editor editor;
+  editor.setDocument(&doc);
+  ASSERT_TRUE(editor.changeTables(plan.data, plan.objects));
+  EXPECT_EQ(details.size(), 2u);
+  EXPECT_TRUE(doc.definition.sections[4].objects.empty());
+  EXPECT_EQ(data.tables.size(), 1u);
+  ASSERT_TRUE(editor.undo());
+  EXPECT_EQ(doc.definition, original.definition);
+
+  // The table the subreport is linked by: the subreport goes too.
+  TableRemoval customers = planTableRemoval(doc.definition, {u"Customers"});
+  EXPECT_EQ(customers.objects.size(), 2u);
+  EXPECT_EQ(customers.question, u"Remove the table Customers and the 2 fields that show its columns?");
+}
+
+TEST(ReportTables, ATableThatGroupsFormulasOrTheFilterNeedIsRefusedInWords) {
+  model::ReportDefinition report = customersWithOrders().definition;
+  report.formulas.push_back({u"Label", u"{customers.Name} & \"!\"", {}});
+  EXPECT_EQ(planTableRemoval(report, {u"Customers"}).refusal,
+            u"The formula Label uses the table Customers: change the formula before removing the table.");
+  report.data.recordFilter = u"{Customers.Name} <> \"\"";
+  EXPECT_NE(planTableRemoval(report, {u"Customers"}).refusal.find(u"record filter"), Text::npos);
+  model::addGroup(report, {{u"Customers", u"City", {}}, {}, {}});
+  EXPECT_EQ(planTableRemoval(report, {u"Customers"}).refusal,
+            u"The report is grouped by Customers.City: remove that group before the table Customers.");
+  const TableRemoval none = planTableRemoval(report, {u"Orders"});  // not a table of this report
+  EXPECT_TRUE(none.refusal.empty() && none.question.empty() && none.data == report.data);
+}
+
+TEST(SubreportLinks, FieldsOfDifferentTypesAreRefused) {
+  using engine::formula::ValueKind;
+  FieldList list;
+  list.tables.push_back({u"Customers", {{u"CustomerID", {ValueKind::Number, 10, 0}}, {u"Name", {ValueKind::Text, 40, 0}}}, true});
+  list.tables.push_back({u"Orders", {{u"CustomerID", {ValueKind::Number, 10, 0}}}, true});
+  list.tables.push_back({u"Notes", {{u"Who", {}}}, false});  // the database did not say
+  const model::FieldRef id{u"Customers", u"CustomerID", {}}, name{u"Customers", u"Name", {}},
+      orderCustomer{u"orders", u"customerid", {}}, who{u"Notes", u"Who", {}};
+  auto refusal = [&](const model::FieldRef& a, const model::FieldRef& b) {
+    return linkRefusal(a, listedShape(list, a), b, listedShape(list, b));
+  };
+  EXPECT_EQ(refusal(id, orderCustomer), u"");
+  EXPECT_EQ(refusal(name, orderCustomer),
+            u"The field Customers.Name holds text and orders.customerid holds numbers: a link needs two fields of the "
+            u"same type.");
+  EXPECT_EQ(refusal(name, who), u"");
+  EXPECT_EQ(refusal(name, {u"Orders", u"", {}}), u"Please choose the subreport's field.");
+}
+
+TEST(SubreportLinks, ANewSubreportShowsItsTablesColumnsWithinTheWidth) {
+  engine::layout::ApproximateMeasure measure;
+  using engine::formula::ValueKind;
+  std::vector<FieldColumn> columns{{u"OrderID", {ValueKind::Number, 6, 0}},
+                                   {u"Total", {ValueKind::Number, 8, 2}},
+                                   {u"Notes", {ValueKind::Text, 200, 0}}};
+  model::ReportDefinition report = subreportOnTable({.alias = u"Orders", .location = u"Orders"}, columns, 5000, measure);
+  ASSERT_EQ(report.data.tables.size(), 1u);
+  const auto& details = report.sections[2].objects;
+  ASSERT_EQ(details.size(), 2u);  // the long notes do not fit beside them
+  EXPECT_EQ(details[1].field.column, u"Total");
+  EXPECT_GT(details[1].x, details[0].x + details[0].width - 1);
+  EXPECT_EQ(report.sections[0].objects[1].text, u"Total");
+  EXPECT_EQ(report.sections[1].height, 0);  // a page header never prints inside a page
+}
+
+}  // namespace
+}  // namespace mervane::authoring::designer
