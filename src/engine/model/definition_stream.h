@@ -1,11 +1,11 @@
 // The report definition's stream: how a ReportDefinition is stored in its
 // own stream of the report file, and read back.
 //
-// FORMAT (version 1.0)
+// FORMAT (version 1.1)
 //
 //   header   "MVRD"              4 bytes
 //            major version       2 bytes, little-endian (this version: 1)
-//            minor version       2 bytes, little-endian (this version: 0)
+//            minor version       2 bytes, little-endian (this version: 1)
 //            body length         4 bytes, little-endian
 //            body CRC-32         4 bytes, little-endian (the zip/zlib CRC-32)
 //   body     the fields of the report record, exactly `body length` bytes;
@@ -30,7 +30,10 @@
 //     PageSetup      1 paper size, 2 paper width, 3 paper height,
 //                    4 orientation, 5-8 margin left, right, top, bottom
 //     Section        1 kind, 2 group, 3 name, 4 height, 5 suppress,
-//                    6 new page after, 7 object (ReportObject, list)
+//                    6 new page after, 7 object (ReportObject, list),
+//                    9 keep together, 10 print at bottom of page,
+//                    11 reset page number after, 12 new page before
+//                    (9-12 since 1.1)
 //     ReportObject   1 kind, 2 name, 3 x, 4 y, 5 width, 6 height,
 //                    7 format (Format), 8 text, 9 field (FieldRef),
 //                    10 special field kind, 11 summary operation,
@@ -86,7 +89,7 @@
 namespace mervane::engine::model {
 
 constexpr std::uint16_t kDefinitionMajorVersion = 1;
-constexpr std::uint16_t kDefinitionMinorVersion = 0;
+constexpr std::uint16_t kDefinitionMinorVersion = 1;
 constexpr std::size_t kDefinitionHeaderSize = 16;
 
 struct DefinitionLimits {
