@@ -125,6 +125,8 @@ class PlaceObjects final : public Command {
   bool inserting_;
 };
 
+}  // namespace
+
 model::Section withoutObjects(const model::Section& s) {
   model::Section copy;
   copy.kind = s.kind;
@@ -134,9 +136,15 @@ model::Section withoutObjects(const model::Section& s) {
   copy.suppress = s.suppress;
   copy.newPageAfter = s.newPageAfter;
   copy.conditions = s.conditions;
+  copy.keepTogether = s.keepTogether;
+  copy.printAtBottom = s.printAtBottom;
+  copy.resetPageNumberAfter = s.resetPageNumberAfter;
+  copy.newPageBefore = s.newPageBefore;
   copy.unknown = s.unknown;
   return copy;
 }
+
+namespace {
 
 class ChangeSection final : public Command {
  public:
@@ -202,6 +210,34 @@ class AddGroup final : public Command {
   std::int32_t number_ = 0;
 };
 
+class ChangeGroups final : public Command {
+ public:
+  ChangeGroups(GroupedSections before, GroupedSections after) : before_(std::move(before)), after_(std::move(after)) {}
+  void apply(engine::ReportDocument& document) override { put(document, after_); }
+  void revert(engine::ReportDocument& document) override { put(document, before_); }
+
+ private:
+  static void put(engine::ReportDocument& document, const GroupedSections& values) {
+    document.definition.sections = values.sections;
+    document.definition.data.groups = values.groups;
+  }
+  GroupedSections before_, after_;
+};
+
+class Selecting final : public Command {
+ public:
+  Selecting(std::unique_ptr<Command> command, Selection afterApply, Selection afterRevert)
+      : command_(std::move(command)), afterApply_(std::move(afterApply)), afterRevert_(std::move(afterRevert)) {}
+  void apply(engine::ReportDocument& document) override { command_->apply(document); }
+  void revert(engine::ReportDocument& document) override { command_->revert(document); }
+  Selection selectionAfterApply() const override { return afterApply_; }
+  Selection selectionAfterRevert() const override { return afterRevert_; }
+
+ private:
+  std::unique_ptr<Command> command_;
+  Selection afterApply_, afterRevert_;
+};
+
 class Composite final : public Command {
  public:
   explicit Composite(std::vector<std::unique_ptr<Command>> commands) : commands_(std::move(commands)) {}
@@ -250,6 +286,12 @@ std::unique_ptr<Command> changeReport(ReportParts before, ReportParts after) {
   return std::make_unique<ChangeReport>(std::move(before), std::move(after));
 }
 std::unique_ptr<Command> addGroup(model::Group group) { return std::make_unique<AddGroup>(std::move(group)); }
+std::unique_ptr<Command> changeGroups(GroupedSections before, GroupedSections after) {
+  return std::make_unique<ChangeGroups>(std::move(before), std::move(after));
+}
+std::unique_ptr<Command> selecting(std::unique_ptr<Command> command, Selection afterApply, Selection afterRevert) {
+  return std::make_unique<Selecting>(std::move(command), std::move(afterApply), std::move(afterRevert));
+}
 std::unique_ptr<Command> compose(std::vector<std::unique_ptr<Command>> commands) {
   return std::make_unique<Composite>(std::move(commands));
 }

@@ -66,8 +66,10 @@ struct PlacedObject {
 std::unique_ptr<Command> insertObjects(std::vector<PlacedObject> objects);
 std::unique_ptr<Command> removeObjects(std::vector<PlacedObject> objects);
 
-// A section's own values (name, height, suppress, new page after, its
-// conditions); its objects are left alone.
+// A section's own values (name, height, suppress, page breaks, its
+// conditions and the other options), without its objects.
+model::Section withoutObjects(const model::Section& section);
+// Changes a section's own values; its objects are left alone.
 std::unique_ptr<Command> changeSection(std::size_t section, const model::Section& before, const model::Section& after);
 
 // The report-wide parts a person edits through the dialogs.
@@ -99,6 +101,17 @@ std::unique_ptr<Command> changeSubreport(SubreportChange change);
 // Tables of the report added and removed at once (the report's data before
 // and after), with the objects that showed columns of the removed tables.
 std::unique_ptr<Command> changeTables(model::Data before, model::Data after, std::vector<PlacedObject> removed);
+
+// The sections and groups as a whole, before and after groups were changed,
+// reordered or deleted.
+struct GroupedSections {
+  std::vector<model::Section> sections;
+  std::vector<model::Group> groups;
+};
+std::unique_ptr<Command> changeGroups(GroupedSections before, GroupedSections after);
+
+// `command` leaving the given selections behind it instead of its own.
+std::unique_ptr<Command> selecting(std::unique_ptr<Command> command, Selection afterApply, Selection afterRevert);
 
 // Several commands as one: done in order, undone in reverse.
 std::unique_ptr<Command> compose(std::vector<std::unique_ptr<Command>> commands);

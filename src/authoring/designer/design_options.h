@@ -20,6 +20,8 @@ struct DesignerOptions {
   bool showRulers = true;
   bool readOnly = false;
   std::int32_t gridStep = 120;  // twips (1/12 inch)
+  bool snapToObjects = true;    // a dragged object's edges snap to the others' edges
+  std::int32_t snapReach = 60;  // twips: how near an edge must come to snap
 };
 
 inline constexpr int kDisplayFieldList = 13;

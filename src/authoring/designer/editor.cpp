@@ -187,6 +187,7 @@ void Editor::press(Point p, unsigned modifiers, std::int32_t slack) {
         s.add(hit.object);
       }
       select(std::move(s));
+      if (selection_.contains(hit.object)) primary_ = hit.object, hasPrimary_ = true;
       if (selection_.contains(hit.object) && editable()) {
         gesture_.kind = Gesture::Move;
         gesture_.anchor = hit.object;
@@ -220,29 +221,55 @@ void Editor::dragTo(Point p) {
   if (gesture_.kind != Gesture::None) gesture_.current = p;
 }
 
-Point Editor::movedDelta(Point to) const {
+Point Editor::movedDelta(Point to, EdgeSnap* guides) const {
   const auto* report = definition();
   Point d{to.x - gesture_.start.x, to.y - gesture_.start.y};
   if (!report || selection_.objects.empty()) return d;
-  // The grabbed object's corner lands on the grid; the others keep their
-  // distance from it.
+  // The grabbed object's corner lands on the grid, then on a near edge of
+  // an object that stays; the others keep their distance from it.
   const ObjectRef a = gesture_.anchor;
-  if (a.section < report->sections.size() && a.index < report->sections[a.section].objects.size() &&
-      options_.snapToGrid) {
+  if (a.section < report->sections.size() && a.index < report->sections[a.section].objects.size()) {
     const auto& o = report->sections[a.section].objects[a.index];
-    d.x = snap(o.x + d.x, options_.gridStep) - o.x;
-    d.y = snap(o.y + d.y, options_.gridStep) - o.y;
+    if (options_.snapToGrid) {
+      d.x = snap(o.x + d.x, options_.gridStep) - o.x;
+      d.y = snap(o.y + d.y, options_.gridStep) - o.y;
+    }
+    if (options_.snapToObjects) {
+      std::vector<Box> others;
+      for (std::size_t s = 0; s < report->sections.size(); ++s)
+        for (std::size_t i = 0; i < report->sections[s].objects.size(); ++i)
+          if (!selection_.contains({s, i})) others.push_back(layout_.objectBox(s, report->sections[s].objects[i]));
+      Box moved = layout_.objectBox(a.section, o);
+      moved.x += d.x, moved.y += d.y;
+      const EdgeSnap edges = snapToEdges(moved, others, options_.snapReach);
+      d.x += edges.shift.x, d.y += edges.shift.y;
+      if (guides) *guides = edges;
+    }
   }
-  // Not past the band's left or top edge, unless already there.
+  // Not past the surface's left edge or above the first band's body,
+  // unless already there.
   std::int32_t minX = std::numeric_limits<std::int32_t>::max(), minY = minX;
   for (ObjectRef r : selection_.objects) {
-    const auto& o = report->sections[r.section].objects[r.index];
-    minX = std::min(minX, o.x);
-    minY = std::min(minY, o.y);
+    const Box b = layout_.objectBox(r.section, report->sections[r.section].objects[r.index]);
+    minX = std::min(minX, b.x);
+    minY = std::min(minY, b.y);
   }
+  const std::int32_t top = layout_.bands().empty() ? 0 : layout_.bands().front().bodyTop;
   if (minX >= 0) d.x = std::max(d.x, -minX);
-  if (minY >= 0) d.y = std::max(d.y, -minY);
+  if (minY >= top) d.y = std::max(d.y, top - minY);
   return d;
+}
+
+EdgeSnap Editor::snapGuides() const {
+  EdgeSnap guides;
+  if (gesture_.kind == Gesture::Move) movedDelta(gesture_.current, &guides);
+  return guides;
+}
+
+std::optional<ObjectRef> Editor::primary() const {
+  if (selection_.objects.empty()) return std::nullopt;
+  if (hasPrimary_ && selection_.contains(primary_)) return primary_;
+  return selection_.objects.back();
 }
 
 std::vector<Box> Editor::previewBoxes() const {
@@ -280,7 +307,14 @@ void Editor::release(Point p) {
     return;
   }
   switch (g.kind) {
-    case Gesture::Move:
+    case Gesture::Move: {
+      // A click without a drag moves nothing (not even onto the grid).
+      const std::vector<Box> boxes = g.current == g.start ? std::vector<Box>{} : previewBoxes();
+      gesture_ = {};
+      if (boxes.empty()) return;
+      moveSelection(boxes);
+      return;
+    }
     case Gesture::Resize: {
       const std::vector<Box> boxes = previewBoxes();
       std::vector<ObjectChange> changes;
@@ -323,6 +357,56 @@ void Editor::release(Point p) {
     case Gesture::None: break;
   }
   gesture_ = {};
+}
+
+// Each object goes to the band that holds its new top edge (or stays in
+// its own when it falls outside every band), keeping its look; objects that
+// change section go to the end of their new section's list.
+bool Editor::moveSelection(const std::vector<Box>& boxes) {
+  const auto* report = definition();
+  if (!report || boxes.size() != selection_.objects.size()) return false;
+  std::vector<ObjectChange> stay;
+  std::vector<PlacedObject> leaving, arriving;
+  std::vector<std::size_t> removed(report->sections.size(), 0), added(report->sections.size(), 0);
+  std::vector<std::pair<ObjectRef, std::size_t>> staying;  // ref, and the target for those arriving
+  for (std::size_t i = 0; i < boxes.size(); ++i) {
+    const ObjectRef r = objectOf(selection_, i);
+    const model::ReportObject& before = report->sections[r.section].objects[r.index];
+    const Band* band = layout_.bandAt(boxes[i].y);
+    if (!band) band = layout_.band(r.section);
+    model::ReportObject after = before;
+    after.x = boxes[i].x;
+    after.y = boxes[i].y - band->bodyTop;
+    if (after.y < 0 && (band->section != r.section || before.y >= 0)) after.y = 0;
+    if (band->section == r.section) {
+      if (!(after == before)) stay.push_back({r, before, std::move(after)});
+      continue;
+    }
+    leaving.push_back({r, before});
+    ++removed[r.section];
+    arriving.push_back({{band->section, 0}, std::move(after)});
+  }
+  if (leaving.empty()) return !stay.empty() && execute(changeObjects(std::move(stay)));
+  // Places once the leaving objects are gone.
+  const auto shifted = [&](ObjectRef r) {
+    std::size_t below = 0;
+    for (const auto& l : leaving)
+      if (l.ref.section == r.section && l.ref.index < r.index) ++below;
+    return ObjectRef{r.section, r.index - below};
+  };
+  Selection after;
+  for (ObjectRef r : selection_.objects)
+    if (std::none_of(leaving.begin(), leaving.end(), [r](const PlacedObject& l) { return l.ref == r; })) after.add(shifted(r));
+  for (auto& a : arriving) {
+    const std::size_t s = a.ref.section;
+    a.ref.index = report->sections[s].objects.size() - removed[s] + added[s]++;
+    after.add(a.ref);
+  }
+  std::vector<std::unique_ptr<Command>> steps;
+  if (!stay.empty()) steps.push_back(changeObjects(std::move(stay)));
+  steps.push_back(removeObjects(std::move(leaving)));
+  steps.push_back(insertObjects(std::move(arriving)));
+  return execute(selecting(compose(std::move(steps)), std::move(after), selection_));
 }
 
 void Editor::nudge(std::int32_t dx, std::int32_t dy, bool resize) {
@@ -563,6 +647,73 @@ bool Editor::changeReportParts(const ReportParts& parts) {
 }
 
 bool Editor::addGroup(const model::Group& group) { return execute(designer::addGroup(group)); }
+
+bool Editor::changeGroups(const std::vector<GroupPlace>& groups) {
+  const auto* report = definition();
+  if (!report || !editable()) return false;
+  model::ReportDefinition changed = *report;
+  if (!arrangeGroups(changed, groups)) return false;
+  if (changed.sections == report->sections && changed.data.groups == report->data.groups) return false;
+  return execute(designer::changeGroups({report->sections, report->data.groups},
+                                        {std::move(changed.sections), std::move(changed.data.groups)}));
+}
+
+bool Editor::setSectionOptions(std::size_t section, const model::Section& values) {
+  const auto* report = definition();
+  if (!report || section >= report->sections.size()) return false;
+  const model::Section& before = report->sections[section];
+  model::Section after = withoutObjects(values);
+  after.kind = before.kind;
+  after.group = before.group;
+  after.unknown = before.unknown;
+  if (after.height < 0) return false;
+  if (after == withoutObjects(before)) return false;
+  return execute(changeSection(section, before, after));
+}
+
+bool Editor::canArrange(Arrangement how) const {
+  return editable() && selection_.objects.size() >= objectsNeeded(how);
+}
+
+bool Editor::arrange(Arrangement how) {
+  const auto* report = definition();
+  const auto first = primary();
+  if (!report || !first || !canArrange(how)) return false;
+  std::vector<Box> boxes;
+  std::size_t primaryAt = 0;
+  for (ObjectRef r : selection_.objects) {
+    if (r == *first) primaryAt = boxes.size();
+    boxes.push_back(layout_.objectBox(r.section, report->sections[r.section].objects[r.index]));
+  }
+  boxes = arrangeBoxes(std::move(boxes), primaryAt, how);
+  std::vector<ObjectChange> changes;
+  for (std::size_t i = 0; i < boxes.size(); ++i) {
+    const ObjectRef r = objectOf(selection_, i);
+    const model::ReportObject& before = report->sections[r.section].objects[r.index];
+    model::ReportObject after = before;
+    after.x = boxes[i].x;
+    after.y = boxes[i].y - layout_.band(r.section)->bodyTop;
+    after.width = boxes[i].width;
+    after.height = boxes[i].height;
+    if (!(after == before)) changes.push_back({r, before, std::move(after)});
+  }
+  if (changes.empty()) return false;
+  const ObjectRef keep = *first;
+  const bool done = execute(selecting(changeObjects(std::move(changes)), selection_, selection_));
+  if (done) primary_ = keep, hasPrimary_ = true;
+  return done;
+}
+
+bool Editor::setObjectText(ObjectRef ref, const Text& text) {
+  const auto* report = definition();
+  if (!report || ref.section >= report->sections.size() || ref.index >= report->sections[ref.section].objects.size())
+    return false;
+  const model::ReportObject& before = report->sections[ref.section].objects[ref.index];
+  if (before.kind != model::ObjectKind::Text || before.text == text) return false;
+  model::ReportObject after = before;
+  after.text = text;
+  return execute(changeObjects({{ref, before, std::move(after)}}));
+}
 
 bool Editor::setProperty(const Text& key, const Text& value) {
   if (!document_) return false;

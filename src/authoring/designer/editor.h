@@ -19,6 +19,7 @@
 #include <span>
 #include <vector>
 
+#include "authoring/designer/arrange.h"
 #include "authoring/designer/band_layout.h"
 #include "authoring/designer/commands.h"
 #include "authoring/designer/design_options.h"
@@ -69,6 +70,9 @@ class Editor {
   const Selection& selection() const { return selection_; }
   void select(Selection selection);
   void selectAll();
+  // The object clicked last among the selected (the one the others are
+  // arranged by); the last of the selection when none of them was clicked.
+  std::optional<ObjectRef> primary() const;
   // The section that inserts and pastes go to: the selection's, else the
   // band clicked last, else the details.
   std::size_t currentSection() const;
@@ -82,8 +86,11 @@ class Editor {
   void cancelGesture() { gesture_ = {}; }
   const Gesture& gesture() const { return gesture_; }
   // Where the selected objects would be if the gesture ended now, in the
-  // order of selection().objects; empty without a move or resize.
+  // order of selection().objects; empty without a move or resize. A move
+  // snaps the grabbed object to the grid, then to the edges of the objects
+  // not moved (snapGuides() gives the edge lines it lies on).
   std::vector<Box> previewBoxes() const;
+  EdgeSnap snapGuides() const;
   Box rubberBand() const { return boxBetween(gesture_.start, gesture_.current); }
   // The height the dragged band edge gives its section.
   std::int32_t previewSectionHeight() const;
@@ -123,6 +130,16 @@ class Editor {
   bool setSectionHeight(std::size_t section, std::int32_t height);
   bool changeReportParts(const ReportParts& parts);
   bool addGroup(const model::Group& group);
+  // The groups changed, reordered and deleted at once (arrange.h).
+  bool changeGroups(const std::vector<GroupPlace>& groups);
+  // A section's options (keep together, page breaks, ...) from `values`;
+  // its kind, group and objects stay.
+  bool setSectionOptions(std::size_t section, const model::Section& values);
+  // The selection aligned, sized or spaced relative to the primary object.
+  bool canArrange(Arrangement how) const;
+  bool arrange(Arrangement how);
+  // A text object's text, as typed in place.
+  bool setObjectText(ObjectRef ref, const Text& text);
   // Sets a property of the selection by its key (properties.h); false when
   // the value is refused or changes nothing.
   bool setProperty(const Text& key, const Text& value);
@@ -155,7 +172,8 @@ class Editor {
   void refreshSubreport();
   void resetView();
   bool placeColumn(const model::FieldRef& column, const ColumnShape& shape, std::size_t section, Point at);
-  Point movedDelta(Point to) const;
+  Point movedDelta(Point to, EdgeSnap* guides = nullptr) const;
+  bool moveSelection(const std::vector<Box>& boxes);
 
   engine::ReportDocument* document_ = nullptr;  // the report open: main_ or subreportDocument_
   engine::ReportDocument* main_ = nullptr;
@@ -165,6 +183,8 @@ class Editor {
   DesignerOptions options_;
   BandLayout layout_;
   Selection selection_;
+  ObjectRef primary_;
+  bool hasPrimary_ = false;
   Gesture gesture_;
   std::vector<std::unique_ptr<Command>> done_;
   std::vector<std::unique_ptr<Command>> undone_;

@@ -227,7 +227,12 @@ std::vector<Property> sectionRows(const model::Section& s) {
   return {{u"sectionName", u"Section", PropertyKind::Text, s.name, {}, true},
           {u"height", u"Height (twips)", PropertyKind::Number, decimal(s.height)},
           {u"suppress", u"Suppress", PropertyKind::YesNo, yesNo(s.suppress), {kYes, kNo}},
-          {u"newPageAfter", u"New page after", PropertyKind::YesNo, yesNo(s.newPageAfter), {kYes, kNo}}};
+          {u"newPageBefore", u"New page before", PropertyKind::YesNo, yesNo(s.newPageBefore), {kYes, kNo}},
+          {u"newPageAfter", u"New page after", PropertyKind::YesNo, yesNo(s.newPageAfter), {kYes, kNo}},
+          {u"keepTogether", u"Keep together", PropertyKind::YesNo, yesNo(s.keepTogether), {kYes, kNo}},
+          {u"printAtBottom", u"Print at bottom of page", PropertyKind::YesNo, yesNo(s.printAtBottom), {kYes, kNo}},
+          {u"resetPageNumberAfter", u"Reset page number after", PropertyKind::YesNo, yesNo(s.resetPageNumberAfter),
+           {kYes, kNo}}};
 }
 
 bool setSectionValue(model::Section& s, const Text& key, const Text& value) {
@@ -240,6 +245,10 @@ bool setSectionValue(model::Section& s, const Text& key, const Text& value) {
   if (!flag) return false;
   if (key == u"suppress") s.suppress = *flag;
   else if (key == u"newPageAfter") s.newPageAfter = *flag;
+  else if (key == u"newPageBefore") s.newPageBefore = *flag;
+  else if (key == u"keepTogether") s.keepTogether = *flag;
+  else if (key == u"printAtBottom") s.printAtBottom = *flag;
+  else if (key == u"resetPageNumberAfter") s.resetPageNumberAfter = *flag;
   else return false;
   return true;
 }
@@ -367,12 +376,9 @@ std::unique_ptr<Command> propertyCommand(const engine::ReportDocument& document,
   }
   if (selection.hasSection && selection.section < sections.size()) {
     const model::Section& before = sections[selection.section];
-    model::Section after;
-    after.kind = before.kind, after.group = before.group, after.name = before.name, after.height = before.height;
-    after.suppress = before.suppress, after.newPageAfter = before.newPageAfter, after.unknown = before.unknown;
-    if (!setSectionValue(after, key, value)) return nullptr;
-    if (after.height == before.height && after.suppress == before.suppress && after.newPageAfter == before.newPageAfter)
-      return nullptr;
+    const model::Section values = withoutObjects(before);
+    model::Section after = values;
+    if (!setSectionValue(after, key, value) || after == values) return nullptr;
     return changeSection(selection.section, before, after);
   }
   ReportParts before = reportParts(document), after = before;

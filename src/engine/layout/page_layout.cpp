@@ -3,6 +3,8 @@
 #include "engine/layout/picture.h"
 
 #include <algorithm>
+#include <type_traits>
+#include <variant>
 #include <cmath>
 #include <unordered_set>
 
@@ -428,6 +430,17 @@ class SectionStream {
   std::vector<std::unordered_set<std::string>> aheadDistinct_;
 };
 
+void shiftDown(DisplayItem& item, std::int32_t dy) {
+  std::visit(
+      [dy](auto& shown) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(shown)>, LineItem>)
+          shown.y1 += dy, shown.y2 += dy;
+        else
+          shown.box.y += dy;
+      },
+      item);
+}
+
 std::int32_t clampTwips(std::int32_t value, std::int32_t low, std::int32_t high) { return std::clamp(value, low, high); }
 
 // Puts the sections of one page on it.
@@ -441,7 +454,7 @@ class Pager {
         state_(state),
         out_(out),
         geometry_(geometryOf(report.definition.page)),
-        context_(report, environment, state.number) {}
+        context_(report, environment, state.shownNumber()) {}
 
   bool run() {
     SectionStream stream(report_, feed_, state_.flow, context_);
@@ -455,24 +468,34 @@ class Pager {
     for (int index : report_.pageFooters) footerHeight += std::max(0, sectionOf(index).height);
     const std::int32_t bodyBottom = geometry_.height - geometry_.bottom - footerHeight;
     std::int32_t y = geometry_.top;
-    bool headersDone = false, placed = false, breakAfter = false, more = true;
+    bool headersDone = false, placed = false, placedBody = false, breakAfter = false, more = true, resetAfter = false;
     std::vector<DisplayItem> items;
+    // The last section placed when it is to be kept with the next one.
+    struct Kept {
+      int band = -1;
+      std::size_t items = 0;
+      std::vector<std::uint64_t> instances;
+      std::int64_t record = 0;
+    } kept;
 
     for (;;) {
-      int band = state_.pending;
-      state_.pending = -1;
+      int band = state_.pendingBefore >= 0 ? state_.pendingBefore : state_.pending;
+      if (state_.pendingBefore >= 0)
+        state_.pendingBefore = -1;
+      else
+        state_.pending = -1;
       if (band < 0) band = stream.next();
       if (band < 0) {
         more = false;
         break;
       }
-      if (breakAfter) {
+      const PreparedSection& section = report_.sections[static_cast<std::size_t>(band)];
+      if (breakAfter || (placedBody && section.section->newPageBefore)) {
         state_.pending = band;
         break;
       }
-      const PreparedSection& section = report_.sections[static_cast<std::size_t>(band)];
       if (suppressed(section, stream, context_)) continue;
-      if (placed && section.newPageBefore && context_.isTrue(section.newPageBefore, false)) {
+      if (placedBody && section.newPageBefore && context_.isTrue(section.newPageBefore, false)) {
         state_.pending = band;
         break;
       }
@@ -482,20 +505,38 @@ class Pager {
       }
       const std::int32_t available = std::max(0, bodyBottom - y);
       const std::vector<std::uint64_t> instances = state_.subreportInstances;
+      const std::size_t itemsBefore = out_ ? out_->items.size() : 0;
       items.clear();
       std::int32_t height = layoutSection(report_, section, stream, context_, geometry_.left, y, available, bodyBottom,
                                           out_ ? &items : nullptr);
       if (placed && height > available) {  // on the next page, whole
         state_.pending = band;
         state_.subreportInstances = instances;
+        // With the section it is kept together with, when that is not the
+        // page's first and prints from the same record.
+        if (kept.band >= 0 && kept.record == state_.flow.record) {
+          state_.pendingBefore = kept.band;
+          state_.subreportInstances = kept.instances;
+          if (out_) out_->items.resize(kept.items);
+        }
         break;
       }
       height = std::min(height, available);
-      if (out_) std::move(items.begin(), items.end(), std::back_inserter(out_->items));
-      y += height;
+      std::int32_t shift = 0;
+      if (section.section->printAtBottom) shift = std::max(0, available - height);
+      if (out_) {
+        for (auto& item : items) shiftDown(item, shift);
+        std::move(items.begin(), items.end(), std::back_inserter(out_->items));
+      }
+      y += height + shift;
+      kept = {};
+      if (section.section->keepTogether && placed)
+        kept = {band, itemsBefore, instances, state_.flow.record};
       placed = true;
       context_.at(stream.row(), stream.record());
-      breakAfter = context_.isTrue(section.newPageAfter, section.section->newPageAfter);
+      placedBody = placedBody || section.section->kind != SectionKind::ReportHeader;
+      breakAfter = context_.isTrue(section.newPageAfter, section.section->newPageAfter) || section.section->printAtBottom;
+      resetAfter = resetAfter || section.section->resetPageNumberAfter;
     }
     if (!headersDone) pageHeaders(stream, y, bodyBottom);
     if (out_) {
@@ -509,7 +550,10 @@ class Pager {
       }
       out_->provisional = context_.usedPageCount();
     }
-    if (more) ++state_.number;
+    if (more) {
+      ++state_.number;
+      if (resetAfter) state_.numberingFrom = state_.number;
+    }
     return more;
   }
 
@@ -779,7 +823,7 @@ class Pager {
     RowFeed feed(spool, report.fields.size());
     FlowState flow = firstPageState(report).flow;
     flow.startOffset = *block;
-    RowContext context(report, environment_, state_.number);
+    RowContext context(report, environment_, state_.shownNumber());
     SectionStream stream(report, feed, flow, context);
     std::int32_t height = 0;
     for (int band = stream.next(); band >= 0; band = stream.next()) {
@@ -875,6 +919,8 @@ std::string saveState(const PageState& state) {
     w.u64(total.distinct.size());
     for (const std::string& seen : total.distinct) w.bytes(seen);
   }
+  w.i64(state.pendingBefore);
+  w.i64(state.numberingFrom);
   return std::move(w.result());
 }
 
@@ -918,6 +964,8 @@ PageState loadState(std::string_view saved) {
     const std::uint64_t seen = std::min<std::uint64_t>(r.u64(), saved.size());
     for (std::uint64_t i = 0; i < seen; ++i) total.distinct.emplace(r.bytes());
   }
+  state.pendingBefore = static_cast<std::int32_t>(r.i64());
+  state.numberingFrom = static_cast<std::int32_t>(r.i64());
   return state;
 }
 

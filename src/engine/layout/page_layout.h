@@ -7,7 +7,12 @@
 // group totals as the rows pass. The pager puts those sections on pages:
 // page headers at the top of each page, page footers at the bottom, a
 // section that does not fit moved whole to the next page, a section marked
-// "new page after" ending its page.
+// "new page before" starting one and "new page after" ending its page, a
+// section marked "print at bottom of page" put at the foot of the body and
+// ending its page, a section marked "keep together" moved on with the
+// section after it when that one (from the same record) has no room, and
+// page numbers starting again from 1 after a section marked "reset page
+// number after".
 //
 // Everything the stream and pager know at the start of a page fits in a
 // PageState: where the rows stand in the spool, which section comes next,
@@ -88,6 +93,12 @@ struct PageState {
   FlowState flow;
   std::int32_t pending = -1;  // a section moved over from the page before
   std::vector<std::uint64_t> subreportInstances;  // instances laid out so far, per subreport
+  // A section kept together with `pending`, moved over before it.
+  std::int32_t pendingBefore = -1;
+  // The page whose number shows as 1: page numbering restarts after a
+  // section marked "reset page number after".
+  std::int32_t numberingFrom = 1;
+  std::int32_t shownNumber() const { return number - numberingFrom + 1; }
 };
 
 PageState firstPageState(const PreparedReport& report);

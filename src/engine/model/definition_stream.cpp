@@ -214,6 +214,10 @@ class Reader {
         case 4: s.height = size(f, e); return true;
         case 5: s.suppress = flag(f, e); return true;
         case 6: s.newPageAfter = flag(f, e); return true;
+        case 9: s.keepTogether = flag(f, e); return true;
+        case 10: s.printAtBottom = flag(f, e); return true;
+        case 11: s.resetPageNumberAfter = flag(f, e); return true;
+        case 12: s.newPageBefore = flag(f, e); return true;
         case 7: nested(f, e, [&](std::size_t re) { objectFields(s.objects.emplace_back(), re, depth); }); return true;
         case 8: nested(f, e, [&](std::size_t re) { sectionConditionFields(s.conditions, re); }); return true;
         default: return false;
@@ -614,6 +618,10 @@ void writeSection(Writer& w, const Section& s) {
       cw.unknown(c.unknown);
     });
   }
+  w.flag(9, s.keepTogether);
+  w.flag(10, s.printAtBottom);
+  w.flag(11, s.resetPageNumberAfter);
+  w.flag(12, s.newPageBefore);
   w.unknown(s.unknown);
 }
 

@@ -35,7 +35,10 @@
 //                    4 orientation, 5-8 margin left, right, top, bottom
 //     Section        1 kind, 2 group, 3 name, 4 height, 5 suppress,
 //                    6 new page after, 7 object (ReportObject, list),
-//                    8 conditions (SectionConditions; since 1.1)
+//                    8 conditions (SectionConditions; since 1.1),
+//                    9 keep together, 10 print at bottom of page,
+//                    11 reset page number after, 12 new page before
+//                    (9-12 since 1.1)
 //     ReportObject   1 kind, 2 name, 3 x, 4 y, 5 width, 6 height,
 //                    7 format (Format), 8 text, 9 field (FieldRef),
 //                    10 special field kind, 11 summary operation,

@@ -299,6 +299,12 @@ struct Section {
   std::vector<ReportObject> objects;
   SectionConditions conditions;
   UnknownFields unknown;
+  // Printed on one page with the section that follows it from the same
+  // record (a group header never left alone at the foot of a page).
+  bool keepTogether = false;
+  bool printAtBottom = false;         // pushed down to the foot of its page
+  bool resetPageNumberAfter = false;  // the next page is numbered 1 again
+  bool newPageBefore = false;         // starts a page, unless it starts one already
   bool operator==(const Section&) const = default;
 };
 

@@ -1,6 +1,8 @@
 // The designer control in a window of its own, driven with mouse messages
 // and keys as a person would: selecting, rubber band, dragging, arrow keys,
-// undo and redo, cut and paste, and a value typed into the property panel.
+// undo and redo, cut and paste, a value typed into the property panel, the
+// Format menu and the toolbar, texts typed in place, objects dragged from
+// one section to another, and a group deleted through Report > Groups.
 // (A column dragged from the field list: designer_form_test.)
 //
 // MERVANE_DIALOG_HOLD_MS keeps the window open that long at the end of the
@@ -21,6 +23,7 @@
 #include "engine/layout/page_source.h"
 #include "engine/win/gdi_font_source.h"
 #include "engine/win/gdi_measure.h"
+#include "engine/model/definition_stream.h"
 #include "../person.h"
 #include "base/win/wide.h"
 
@@ -380,6 +383,129 @@ TEST_F(DesignerWindow, NegativeAmountsRedAndARunningBalance) {
   engine::exporting::PdfOptions options;
   options.fonts = std::make_shared<engine::win::GdiFontSource>();
   EXPECT_TRUE(engine::exporting::writePdf(engine::exporting::feedOf(*source), pdf, {}, options));
+}
+
+// The toolbar button sending `command`, clicked.
+void clickToolbar(HWND toolbar, UINT command) {
+  RECT r{};
+  SendMessageW(toolbar, TB_GETRECT, command, reinterpret_cast<LPARAM>(&r));
+  const LPARAM middle = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
+  PostMessageW(toolbar, WM_MOUSEMOVE, 0, middle);
+  PostMessageW(toolbar, WM_LBUTTONDOWN, MK_LBUTTON, middle);
+  PostMessageW(toolbar, WM_LBUTTONUP, 0, middle);
+}
+
+TEST_F(DesignerWindow, FormatMenuAndToolbarFollowTheSelection) {
+  SetFocus(control.canvas());
+  HWND toolbar = GetDlgItem(control.hwnd(), 4);
+  ASSERT_NE(toolbar, nullptr);
+  HMENU format = GetSubMenu(GetMenu(host), 3);
+  click(onCanvas(2, 3000, 300));  // Second
+  EXPECT_TRUE(GetMenuState(format, kCommandAlignLeft, MF_BYCOMMAND) & MF_GRAYED);  // one object: nothing to align
+  click(onCanvas(2, 300, 100), MK_SHIFT);  // First, the one clicked last
+  EXPECT_FALSE(GetMenuState(format, kCommandAlignLeft, MF_BYCOMMAND) & MF_GRAYED);
+  EXPECT_TRUE(GetMenuState(format, kCommandSpaceAcross, MF_BYCOMMAND) & MF_GRAYED);
+  PostMessageW(host, WM_COMMAND, kCommandAlignTop, 0);
+  pump(50);
+  EXPECT_EQ(details()[1].y, 0);
+  EXPECT_EQ(details()[1].x, 2880);
+  PostMessageW(host, WM_COMMAND, kCommandSameWidth, 0);
+  pump(50);
+  EXPECT_EQ(changes, 1);  // already as wide: nothing changed
+
+  clickToolbar(toolbar, kCommandBold);
+  pump(50);
+  EXPECT_TRUE(details()[0].format.bold && details()[1].format.bold);
+  EXPECT_TRUE(SendMessageW(toolbar, TB_ISBUTTONCHECKED, kCommandBold, 0));
+  clickToolbar(toolbar, kCommandTextRight);
+  pump(50);
+  EXPECT_EQ(details()[1].format.alignment, model::Alignment::Right);
+  key('I', true);  // the menu's shortcut
+  EXPECT_TRUE(details()[0].format.italic);
+  EXPECT_TRUE(SendMessageW(toolbar, TB_ISBUTTONCHECKED, kCommandItalic, 0));
+  key('E', true);
+  EXPECT_EQ(details()[0].format.alignment, model::Alignment::Centre);
+  EXPECT_FALSE(SendMessageW(toolbar, TB_ISBUTTONCHECKED, kCommandTextRight, 0));
+  EXPECT_EQ(changes, 5);
+  // Nothing selected: the formatting buttons grey out.
+  key(VK_ESCAPE);
+  EXPECT_FALSE(SendMessageW(toolbar, TB_ISBUTTONENABLED, kCommandBold, 0));
+  clickToolbar(toolbar, kCommandUndo);
+  pump(50);
+  EXPECT_EQ(details()[0].format.alignment, model::Alignment::Right);
+  hold();
+}
+
+TEST_F(DesignerWindow, TextTypedInPlaceAndObjectsDraggedBetweenSections) {
+  SetFocus(control.canvas());
+  mouse(control.canvas(), WM_LBUTTONDOWN, onCanvas(2, 300, 100), MK_LBUTTON);
+  mouse(control.canvas(), WM_LBUTTONUP, onCanvas(2, 300, 100));
+  mouse(control.canvas(), WM_LBUTTONDBLCLK, onCanvas(2, 300, 100), MK_LBUTTON);
+  mouse(control.canvas(), WM_LBUTTONUP, onCanvas(2, 300, 100));
+  pump(30);
+  HWND box = GetFocus();
+  ASSERT_NE(box, control.canvas());
+  for (wchar_t c : std::wstring(L"Customer")) PostMessageW(box, WM_CHAR, c, 1);
+  pump(30);
+  key(VK_RETURN);
+  EXPECT_EQ(details()[0].text, u"Customer");
+  EXPECT_EQ(changes, 1);
+  EXPECT_EQ(GetFocus(), control.canvas());
+  // Esc leaves the text as it was; a click elsewhere keeps what was typed.
+  mouse(control.canvas(), WM_LBUTTONDBLCLK, onCanvas(2, 300, 100), MK_LBUTTON);
+  mouse(control.canvas(), WM_LBUTTONUP, onCanvas(2, 300, 100));
+  for (wchar_t c : std::wstring(L"xyz")) PostMessageW(GetFocus(), WM_CHAR, c, 1);
+  key(VK_ESCAPE);
+  EXPECT_EQ(details()[0].text, u"Customer");
+  mouse(control.canvas(), WM_LBUTTONDBLCLK, onCanvas(2, 300, 100), MK_LBUTTON);
+  mouse(control.canvas(), WM_LBUTTONUP, onCanvas(2, 300, 100));
+  for (wchar_t c : std::wstring(L"Name")) PostMessageW(GetFocus(), WM_CHAR, c, 1);
+  pump(30);
+  click(onCanvas(2, 7000, 600));
+  EXPECT_EQ(details()[0].text, u"Name");
+  EXPECT_EQ(changes, 2);
+
+  // Second dragged up into the page header keeps its look.
+  doc.definition.sections[2].objects[1].format.bold = true;
+  click(onCanvas(2, 3000, 300));
+  drag(onCanvas(2, 3000, 300), onCanvas(1, 3000, 60));
+  ASSERT_EQ(doc.definition.sections[1].objects.size(), 1u);
+  EXPECT_EQ(doc.definition.sections[1].objects[0].name, u"Second");
+  EXPECT_TRUE(doc.definition.sections[1].objects[0].format.bold);
+  EXPECT_EQ(details().size(), 1u);
+  key('Z', true);
+  EXPECT_EQ(details().size(), 2u);
+  EXPECT_TRUE(doc.definition.sections[1].objects.empty());
+}
+
+TEST_F(DesignerWindow, GroupDeletedThroughReportGroupsAfterAskingAndSaved) {
+  model::addGroup(doc.definition, model::Group{{u"Orders", u"Country"}, {}, {}});
+  model::addGroup(doc.definition, model::Group{{u"Orders", u"City"}, {}, {}});
+  doc.definition.sections[2].objects.push_back(text(u"Country heading", 0, 0));  // group 1's header
+  control.setDocument(&doc, [this] { ++changes; });
+  pump(30);
+  std::wstring asked;
+  {
+    testing::Person person(L"Groups", [&](testing::Person& p, HWND dialog) {
+      p.press(dialog, 105);  // Delete: the first group, selected
+      p.press(dialog, IDOK);
+      asked = p.answerMessage(dialog, IDYES).text;
+    });
+    PostMessageW(host, WM_COMMAND, kCommandGroups, 0);
+    pump(1500);
+  }
+  EXPECT_NE(asked.find(L"holds objects"), std::wstring::npos);
+  ASSERT_EQ(doc.definition.data.groups.size(), 1u);
+  EXPECT_EQ(doc.definition.data.groups[0].field.column, u"City");
+  EXPECT_EQ(doc.definition.sections.size(), 7u);
+  EXPECT_TRUE(model::sectionsInOrder(doc.definition));
+  for (const auto& s : doc.definition.sections)
+    for (const auto& o : s.objects) EXPECT_NE(o.name, u"Country heading");
+  const auto reopened = model::readDefinition(model::writeDefinition(doc.definition));
+  ASSERT_TRUE(reopened.definition);
+  EXPECT_EQ(*reopened.definition, doc.definition);
+  key('Z', true);
+  EXPECT_EQ(doc.definition.data.groups.size(), 2u);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "authoring/designer/design_scene.h"
 #include "authoring/designer/field_list.h"
 #include "engine/data/table_connection.h"
+#include "engine/model/definition_stream.h"
 
 namespace mervane::authoring::designer {
 namespace {
@@ -131,10 +132,11 @@ TEST_F(Fixture, DraggingMovesSnappedAsOneUndoableStep) {
   EXPECT_EQ(doc.definition.sections[2].objects[0].x, 360);
   EXPECT_EQ(doc.definition.sections[2].objects[0].y, 0);
   EXPECT_EQ(changes, 1);
-  // Never past the band's left or top edge.
+  // Never past the surface's left edge or above the first band.
   drag(at(2, 400, 100), at(2, -5000, -5000));
-  EXPECT_EQ(doc.definition.sections[2].objects[0].x, 0);
-  EXPECT_EQ(doc.definition.sections[2].objects[0].y, 0);
+  ASSERT_EQ(doc.definition.sections[0].objects.size(), 1u);
+  EXPECT_EQ(doc.definition.sections[0].objects[0].x, 0);
+  EXPECT_EQ(doc.definition.sections[0].objects[0].y, 0);
   editor.undo();
   editor.undo();
   EXPECT_EQ(doc.definition, before);
@@ -399,6 +401,160 @@ TEST(FieldList, DatabaseColumnsElseTheColumnsTheReportUses) {
   doc.logOn.connection = engine::data::readDataSource(u"DSN=Report");
   EXPECT_EQ(engine::data::tableDataSource(doc, doc.definition.data.tables[0]).text, u"DSN=Company;PWD=x");
   EXPECT_EQ(engine::data::tableDataSource(doc, doc.definition.data.tables[1]).text, u"DSN=Report");
+}
+
+TEST_F(Fixture, FormatArrangesRelativeToTheObjectClickedLastAsOneStep) {
+  doc.definition.sections[2].objects.push_back(textObject(u"C", 6000, 60, 600, 120));
+  editor.setDocument(&doc, [this] { ++changes; });
+  const auto before = doc.definition;
+  editor.press(at(2, 3000, 200), 0, 30);  // B
+  editor.release(at(2, 3000, 200));
+  EXPECT_FALSE(editor.canArrange(Arrangement::AlignLeft));
+  editor.press(at(2, 6100, 100), kShift, 30);  // C
+  editor.release(at(2, 6100, 100));
+  EXPECT_TRUE(editor.canArrange(Arrangement::AlignLeft));
+  EXPECT_FALSE(editor.canArrange(Arrangement::SpaceAcross));
+  editor.press(at(2, 100, 100), kShift, 30);  // A, clicked last
+  editor.release(at(2, 100, 100));
+  ASSERT_EQ(editor.primary(), (ObjectRef{2, 0}));
+
+  const auto& objects = doc.definition.sections[2].objects;
+  ASSERT_TRUE(editor.arrange(Arrangement::AlignRight));
+  EXPECT_EQ(objects[1].x + objects[1].width, 1440);
+  EXPECT_EQ(objects[2].x + objects[2].width, 1440);
+  EXPECT_EQ(objects[0].x, 0);
+  ASSERT_TRUE(editor.arrange(Arrangement::SameSize));
+  EXPECT_EQ(objects[2].width, 1440);
+  EXPECT_EQ(objects[2].height, 240);
+  EXPECT_EQ(editor.primary(), (ObjectRef{2, 0}));  // still the one to arrange by
+  EXPECT_EQ(editor.selection().objects.size(), 3u);
+  ASSERT_TRUE(editor.arrange(Arrangement::AlignMiddles));
+  EXPECT_EQ(objects[1].y, 0);
+  EXPECT_FALSE(editor.arrange(Arrangement::AlignMiddles));  // nothing left to change
+  EXPECT_EQ(changes, 3);
+  for (int i = 0; i < 3; ++i) editor.undo();
+  EXPECT_EQ(doc.definition, before);
+
+  // Spacing keeps the outermost and shares the room between them.
+  const std::vector<Box> spaced =
+      arrangeBoxes({{0, 0, 100, 10}, {1000, 0, 300, 10}, {150, 0, 100, 10}, {500, 50, 50, 10}}, 0, Arrangement::SpaceAcross);
+  EXPECT_EQ(spaced[0].x, 0);
+  EXPECT_EQ(spaced[1].x, 1000);
+  EXPECT_EQ(spaced[2].x, 100 + 250);        // gaps of (1300 - 550) / 3 = 250
+  EXPECT_EQ(spaced[3].x, 100 + 250 + 100 + 250);
+}
+
+TEST_F(Fixture, ObjectsDraggedIntoAnotherSectionKeepTheirLookAndSnapToEdges) {
+  doc.definition.sections[2].objects[0].format.bold = true;
+  editor.setDocument(&doc, [this] { ++changes; });
+  const auto before = doc.definition;
+  // A dragged up into the page header, near B's left edge.
+  const Point from = at(2, 100, 100);
+  editor.press(from, 0, 30);
+  editor.dragTo(at(1, 2880 - 40 + 100, 100));
+  EXPECT_EQ(editor.snapGuides().guideX, 2880);
+  editor.release(at(1, 2880 - 40 + 100, 100));
+  ASSERT_EQ(doc.definition.sections[1].objects.size(), 1u);
+  ASSERT_EQ(doc.definition.sections[2].objects.size(), 1u);
+  const model::ReportObject& moved = doc.definition.sections[1].objects[0];
+  EXPECT_EQ(moved.name, u"A");
+  EXPECT_TRUE(moved.format.bold);
+  EXPECT_EQ(moved.x, 2880);
+  EXPECT_EQ(moved.y, 0);
+  EXPECT_EQ(editor.selection().objects, (std::vector<ObjectRef>{{1, 0}}));
+  EXPECT_EQ(changes, 1);
+  // Both dragged down a band: each lands in the band under its top edge.
+  Selection both;
+  both.add({1, 0});
+  both.add({2, 0});
+  editor.select(both);
+  drag(at(1, 3300, 100), at(2, 3300, 100));
+  EXPECT_TRUE(doc.definition.sections[1].objects.empty());
+  ASSERT_EQ(doc.definition.sections[2].objects.size(), 1u);
+  ASSERT_EQ(doc.definition.sections[3].objects.size(), 1u);
+  EXPECT_EQ(doc.definition.sections[2].objects[0].name, u"A");
+  EXPECT_EQ(doc.definition.sections[3].objects[0].name, u"B");
+  EXPECT_EQ(doc.definition.sections[3].objects[0].y, 120);
+  EXPECT_EQ(editor.selection().objects, (std::vector<ObjectRef>{{2, 0}, {3, 0}}));
+  editor.undo();
+  editor.undo();
+  EXPECT_EQ(doc.definition, before);
+}
+
+TEST_F(Fixture, TextTypedInPlaceIsOneChangeAndOnlyForTexts) {
+  EXPECT_TRUE(editor.setObjectText({2, 0}, u"Customer"));
+  EXPECT_EQ(doc.definition.sections[2].objects[0].text, u"Customer");
+  EXPECT_FALSE(editor.setObjectText({2, 0}, u"Customer"));
+  EXPECT_FALSE(editor.setObjectText({2, 9}, u"x"));
+  doc.definition.sections[2].objects[1].kind = model::ObjectKind::DatabaseField;
+  EXPECT_FALSE(editor.setObjectText({2, 1}, u"x"));
+  EXPECT_EQ(changes, 1);
+  editor.undo();
+  EXPECT_EQ(doc.definition.sections[2].objects[0].text, u"A");
+}
+
+TEST_F(Fixture, SectionOptionsChangeAsOneStepAndSurviveSaving) {
+  model::Section values = doc.definition.sections[2];
+  values.objects.clear();
+  values.keepTogether = values.printAtBottom = values.resetPageNumberAfter = values.newPageBefore = true;
+  values.kind = model::SectionKind::ReportFooter;  // not the dialog's to change
+  ASSERT_TRUE(editor.setSectionOptions(2, values));
+  const model::Section& details = doc.definition.sections[2];
+  EXPECT_EQ(details.kind, model::SectionKind::Details);
+  EXPECT_EQ(details.objects.size(), 2u);
+  EXPECT_TRUE(details.keepTogether && details.printAtBottom && details.resetPageNumberAfter && details.newPageBefore);
+  EXPECT_FALSE(editor.setSectionOptions(2, values));
+  const auto saved = model::readDefinition(model::writeDefinition(doc.definition));
+  ASSERT_TRUE(saved.definition);
+  EXPECT_EQ(*saved.definition, doc.definition);
+  editor.undo();
+  EXPECT_FALSE(doc.definition.sections[2].keepTogether);
+}
+
+TEST_F(Fixture, GroupsChangeReorderAndGoWithTheirSections) {
+  const model::Group byCountry{{u"Orders", u"Country"}, model::SortDirection::Ascending, {}};
+  const model::Group byCity{{u"Orders", u"City"}, model::SortDirection::Ascending, {}};
+  ASSERT_TRUE(editor.addGroup(byCountry));
+  ASSERT_TRUE(editor.addGroup(byCity));
+  auto& sections = doc.definition.sections;
+  const auto find = [&](model::SectionKind kind, int group) {
+    return std::find_if(sections.begin(), sections.end(), [&](const auto& s) { return s.kind == kind && s.group == group; });
+  };
+  model::ReportObject total = textObject(u"Total", 0, 0);
+  total.kind = model::ObjectKind::SummaryField;
+  total.summaryGroup = 2;
+  find(model::SectionKind::GroupFooter, 2)->objects.push_back(total);
+  total.summaryGroup = 1;
+  find(model::SectionKind::GroupFooter, 1)->objects.push_back(total);
+  find(model::SectionKind::GroupFooter, 1)->objects.back().name = u"Outer";
+  editor.setDocument(&doc);
+  const auto before = doc.definition;
+  EXPECT_TRUE(groupHoldsObjects(doc.definition, 2));
+  EXPECT_FALSE(groupHoldsObjects(doc.definition, 3));
+
+  // City outermost, Country descending inside it.
+  model::Group descending = byCountry;
+  descending.direction = model::SortDirection::Descending;
+  ASSERT_TRUE(editor.changeGroups({{2, byCity}, {1, descending}}));
+  EXPECT_EQ(doc.definition.data.groups, (std::vector<model::Group>{byCity, descending}));
+  EXPECT_TRUE(model::sectionsInOrder(doc.definition));
+  EXPECT_EQ(find(model::SectionKind::GroupHeader, 1)->name, u"Group Header #1");
+  EXPECT_EQ(find(model::SectionKind::GroupFooter, 1)->objects.front().summaryGroup, 1);  // City's total
+  EXPECT_EQ(find(model::SectionKind::GroupFooter, 2)->objects.front().name, u"Outer");
+  EXPECT_EQ(find(model::SectionKind::GroupFooter, 2)->objects.front().summaryGroup, 2);
+
+  // City deleted with its sections; Country is group 1 again.
+  ASSERT_TRUE(editor.changeGroups({{2, descending}}));
+  EXPECT_EQ(doc.definition.sections.size(), 7u);
+  EXPECT_EQ(find(model::SectionKind::GroupFooter, 1)->objects.front().name, u"Outer");
+  EXPECT_EQ(find(model::SectionKind::GroupFooter, 1)->objects.front().summaryGroup, 1);
+  EXPECT_TRUE(model::sectionsInOrder(doc.definition));
+
+  EXPECT_FALSE(editor.changeGroups({{1, byCountry}, {1, byCity}}));  // a group twice
+  EXPECT_FALSE(editor.changeGroups({{5, byCountry}}));
+  editor.undo();
+  editor.undo();
+  EXPECT_EQ(doc.definition, before);
 }
 
 }  // namespace

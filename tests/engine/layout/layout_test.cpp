@@ -519,6 +519,47 @@ TEST(Layout, MistakesInConditionsAndRunningTotalsAreShownInWords) {
   EXPECT_NE(problemOf(report).find("two running totals called {#gone}"), std::string::npos);
 }
 
+TEST(Layout, SectionOptionsBreakPagesRestartNumbersKeepHeadersWithTheirRowsAndPrintAtTheFoot) {
+  FakeProvider data;
+  data.tables[u""] = FakeTable::of({u"customer", u"amount"},
+                                   {{u"Ann", 1}, {u"Ann", 2}, {u"Ann", 3}, {u"Ann", 4}, {u"Bob", 5}, {u"Cy", 6}});
+  model::ReportDefinition report = model::blankReport();
+  model::addGroup(report, model::Group{model::FieldRef{u"T", u"customer", {}}, {}, {}});
+  sectionOf(report, SectionKind::GroupHeader, 1).objects.push_back(fieldObject(u"customer"));
+  sectionOf(report, SectionKind::GroupFooter, 1).height = 100;
+  sectionOf(report, SectionKind::Details).height = 3000;
+  sectionOf(report, SectionKind::Details).objects.push_back(fieldObject(u"amount"));
+  sectionOf(report, SectionKind::PageFooter).objects.push_back(specialObject(u"page", SpecialFieldKind::PageNumber));
+  auto& foot = sectionOf(report, SectionKind::ReportFooter);
+  foot.objects.push_back(textObject(u"end", u"End of report"));
+  const auto customersOn = [&](const model::ReportDefinition& r) {
+    auto source = runReport(documentOf(r), data, measure(), fixedDate());
+    std::vector<Text> shown;
+    for (const auto& page : allPages(*source)) {
+      Text line;
+      for (const TextRun* run : runsOf(*page, u"customer")) line += run->text + u" ";
+      shown.push_back(line + u"p" + textOf(*page, u"page"));
+    }
+    return shown;
+  };
+  // Bob's header fits at the foot of page 1, his row does not.
+  EXPECT_EQ(customersOn(report), (std::vector<Text>{u"Ann Bob p1", u"Cy p2"}));
+  sectionOf(report, SectionKind::GroupHeader, 1).keepTogether = true;
+  EXPECT_EQ(customersOn(report), (std::vector<Text>{u"Ann p1", u"Bob Cy p2"}));
+
+  sectionOf(report, SectionKind::GroupHeader, 1).newPageBefore = true;
+  sectionOf(report, SectionKind::GroupFooter, 1).resetPageNumberAfter = true;
+  EXPECT_EQ(customersOn(report), (std::vector<Text>{u"Ann p1", u"Bob p1", u"Cy p1"}));
+
+  foot.printAtBottom = true;
+  auto source = runReport(documentOf(report), data, measure(), fixedDate());
+  auto pages = allPages(*source);
+  ASSERT_EQ(pages.size(), 3u);
+  const auto end = runsOf(*pages.back(), u"end");
+  ASSERT_EQ(end.size(), 1u);
+  EXPECT_EQ(end.front()->box.y, 16838 - 1440 - 360 - foot.height);
+}
+
 TEST(Layout, FormulaFieldsSpecialFieldsAndFormulaMistakes) {
   auto withFormula = [](Text text) {
     model::ReportDefinition report = listReport();

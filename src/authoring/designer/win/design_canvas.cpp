@@ -2,6 +2,7 @@
 #include "authoring/designer/win/design_canvas.h"
 
 #include <windowsx.h>
+#include <commctrl.h>
 
 #include <algorithm>
 #include <cmath>
@@ -10,6 +11,7 @@
 #include "authoring/designer/design_scene.h"
 #include "base/win/com.h"
 #include "base/win/form.h"
+#include "base/win/wide.h"
 
 namespace mervane::authoring::win {
 
@@ -28,6 +30,11 @@ const COLORREF kHeader = RGB(228, 231, 238);
 const COLORREF kHeaderSelected = RGB(190, 210, 240);
 const COLORREF kGridLine = RGB(236, 239, 245);
 const COLORREF kEdge = RGB(128, 128, 128);
+const COLORREF kGuide = RGB(255, 0, 160);
+constexpr UINT_PTR kScrollTimer = 1;
+constexpr UINT kEndTextEdit = WM_APP + 0x51;  // wParam: keep what was typed
+constexpr int kScrollZone = 16;  // pixels from the edge where dragging scrolls
+constexpr UINT kSectionOptions = 0x71C4;  // the control's "Section Options..." command
 
 void fill(HDC dc, const RECT& r, COLORREF colour) {
   SetBkColor(dc, colour);
@@ -48,6 +55,7 @@ void registerClass() {
 }  // namespace
 
 DesignCanvas::~DesignCanvas() {
+  if (textFont_) DeleteObject(textFont_);
   if (hwnd_) {
     SetWindowLongPtrW(hwnd_, GWLP_USERDATA, 0);
     DestroyWindow(hwnd_);
@@ -176,7 +184,34 @@ LRESULT DesignCanvas::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_LBUTTONDBLCLK:
     case WM_MOUSEMOVE:
     case WM_LBUTTONUP: onMouse(message, wParam, lParam); return 0;
+    case WM_RBUTTONDOWN: {
+      // The object or band under the pointer is what the context menu is for.
+      if (textBox_) endTextEdit(true);
+      SetFocus(hwnd_);
+      const Point at = toSurface({GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)});
+      const designer::Hit hit = editor_->hitTest(at, slackTwips());
+      if ((hit.kind == designer::HitKind::Object || hit.kind == designer::HitKind::Handle) &&
+          !editor_->selection().contains(hit.object)) {
+        designer::Selection s;
+        s.add(hit.object);
+        editor_->select(s);
+      } else if (hit.kind == designer::HitKind::BandHeader || hit.kind == designer::HitKind::BandBody ||
+                 hit.kind == designer::HitKind::BandEdge) {
+        editor_->select(designer::Selection::ofSection(hit.section));
+      }
+      InvalidateRect(hwnd_, nullptr, FALSE);
+      if (acted_) acted_();
+      return 0;
+    }
+    case kEndTextEdit: endTextEdit(wParam != 0); return 0;
+    case WM_TIMER:
+      if (wParam == kScrollTimer && !autoScroll()) {
+        KillTimer(hwnd_, kScrollTimer);
+        scrolling_ = false;
+      }
+      return 0;
     case WM_CAPTURECHANGED:
+      if (scrolling_) KillTimer(hwnd_, kScrollTimer), scrolling_ = false;
       if (reinterpret_cast<HWND>(lParam) != hwnd_ && editor_->gesture().kind != designer::Gesture::None) {
         editor_->cancelGesture();
         InvalidateRect(hwnd_, nullptr, FALSE);
@@ -216,10 +251,30 @@ void DesignCanvas::onMouse(UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_LBUTTONDOWN:
     case WM_LBUTTONDBLCLK: {
+      if (textBox_) endTextEdit(true);
       SetFocus(hwnd_);
-      if (message == WM_LBUTTONDBLCLK && open_) {
+      if (message == WM_LBUTTONDBLCLK) {
+        // A subreport opens on its own tab, a text for typing; a band's
+        // header opens its options.
         const designer::Hit hit = editor_->hitTest(at, slackTwips());
-        if (hit.kind == designer::HitKind::Object && open_(hit.object)) return;
+        if (hit.kind == designer::HitKind::Object && open_ && open_(hit.object)) return;
+        const auto* report = editor_->definition();
+        if (hit.kind == designer::HitKind::Object && report &&
+            report->sections[hit.object.section].objects[hit.object.index].kind == model::ObjectKind::Text) {
+          editor_->cancelGesture();
+          designer::Selection s;
+          s.add(hit.object);
+          editor_->select(s);
+          editText(hit.object);
+          if (acted_) acted_();
+          return;
+        }
+        if (hit.kind == designer::HitKind::BandHeader) {
+          editor_->select(designer::Selection::ofSection(hit.section));
+          if (acted_) acted_();
+          PostMessageW(GetParent(hwnd_), WM_COMMAND, MAKEWPARAM(kSectionOptions, 0), reinterpret_cast<LPARAM>(hwnd_));
+          return;
+        }
       }
       unsigned modifiers = 0;
       if (wParam & MK_SHIFT) modifiers |= designer::kShift;
@@ -232,6 +287,10 @@ void DesignCanvas::onMouse(UINT message, WPARAM wParam, LPARAM lParam) {
       if (GetCapture() != hwnd_ || editor_->gesture().kind == designer::Gesture::None) return;
       editor_->dragTo(at);
       InvalidateRect(hwnd_, nullptr, FALSE);
+      if (!scrolling_ && autoScroll()) {
+        SetTimer(hwnd_, kScrollTimer, 40, nullptr);
+        scrolling_ = true;
+      }
       return;
     case WM_LBUTTONUP:
       if (GetCapture() != hwnd_) return;
@@ -313,6 +372,7 @@ void DesignCanvas::paint(HDC dc, const RECT& client) {
     SelectClipRgn(dc, clip);
     painter_.paint(dc, scene_, where);
     paintSelection(dc);
+    paintGuides(dc);
     SelectClipRgn(dc, nullptr);
     DeleteObject(clip);
     if (!editor_->document()->hasLayout) {
@@ -474,6 +534,117 @@ void DesignCanvas::paintRulers(HDC dc, const RECT& client) {
   SelectObject(dc, oldPen);
   DeleteObject(pen);
   SelectObject(dc, oldFont);
+}
+
+bool DesignCanvas::autoScroll() {
+  if (GetCapture() != hwnd_ || editor_->gesture().kind == designer::Gesture::None) return false;
+  POINT at;
+  GetCursorPos(&at);
+  ScreenToClient(hwnd_, &at);
+  RECT client;
+  GetClientRect(hwnd_, &client);
+  int dx = 0, dy = 0;
+  if (at.x < kRuler + kScrollZone) dx = -20;
+  if (at.x > client.right - kScrollZone) dx = 20;
+  if (at.y < kRuler + kScrollZone) dy = -20;
+  if (at.y > client.bottom - kScrollZone) dy = 20;
+  if (!dx && !dy) return false;
+  const int x = scrollX_, y = scrollY_;
+  scrollTo(scrollX_ + dx, scrollY_ + dy);
+  if (x == scrollX_ && y == scrollY_) return true;  // at the end: keep waiting
+  editor_->dragTo(toSurface(at));
+  InvalidateRect(hwnd_, nullptr, FALSE);
+  return true;
+}
+
+void DesignCanvas::paintGuides(HDC dc) {
+  const designer::EdgeSnap guides = editor_->snapGuides();
+  if (!guides.guideX && !guides.guideY) return;
+  RECT client;
+  GetClientRect(hwnd_, &client);
+  HPEN pen = CreatePen(PS_SOLID, 1, kGuide);
+  HGDIOBJ old = SelectObject(dc, pen);
+  if (guides.guideX) {
+    const int x = toClient({*guides.guideX, 0}).x;
+    MoveToEx(dc, x, kRuler, nullptr);
+    LineTo(dc, x, client.bottom);
+  }
+  if (guides.guideY) {
+    const int y = toClient({0, *guides.guideY}).y;
+    MoveToEx(dc, kRuler, y, nullptr);
+    LineTo(dc, client.right, y);
+  }
+  SelectObject(dc, old);
+  DeleteObject(pen);
+}
+
+void DesignCanvas::editText(designer::ObjectRef ref) {
+  const auto* report = editor_->definition();
+  if (textBox_) endTextEdit(true);
+  if (!report || !editor_->editable() || ref.section >= report->sections.size() ||
+      ref.index >= report->sections[ref.section].objects.size())
+    return;
+  const model::ReportObject& object = report->sections[ref.section].objects[ref.index];
+  if (object.kind != model::ObjectKind::Text) return;
+  const Box box = editor_->layout().objectBox(ref.section, object);
+  const POINT a = toClient({box.x, box.y}), z = toClient({box.right(), box.bottom()});
+  const int points = std::max(object.format.fontSize, 20) / 20;
+  if (textFont_) DeleteObject(textFont_);
+  textFont_ = CreateFontW(-static_cast<int>(std::lround(points * dpi_ * zoom_ / 100.0 / 72.0)), 0, 0, 0,
+                          object.format.bold ? FW_BOLD : FW_NORMAL, object.format.italic, object.format.underline, FALSE,
+                          DEFAULT_CHARSET, OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY, DEFAULT_PITCH,
+                          mervane::win::toWide(object.format.fontName).c_str());
+  const DWORD align = object.format.alignment == model::Alignment::Centre  ? ES_CENTER
+                      : object.format.alignment == model::Alignment::Right ? ES_RIGHT
+                                                                             : ES_LEFT;
+  textRef_ = ref;
+  textBox_ = CreateWindowExW(0, L"EDIT", mervane::win::toWide(object.text).c_str(),
+                             WS_CHILD | WS_VISIBLE | WS_BORDER | ES_AUTOHSCROLL | align, a.x - 2, a.y - 2,
+                             std::max<int>(z.x - a.x, 40) + 4, std::max<int>(z.y - a.y, 16) + 4, hwnd_, nullptr,
+                             mervane::win::thisModule(), nullptr);
+  SendMessageW(textBox_, WM_SETFONT, reinterpret_cast<WPARAM>(textFont_), FALSE);
+  SetWindowSubclass(textBox_, textBoxProc, 1, reinterpret_cast<DWORD_PTR>(this));
+  SendMessageW(textBox_, EM_SETSEL, 0, -1);
+  SetFocus(textBox_);
+}
+
+void DesignCanvas::endTextEdit(bool keep) {
+  HWND box = textBox_;
+  if (!box) return;
+  textBox_ = nullptr;  // before anything that could end it again
+  std::wstring typed(static_cast<std::size_t>(GetWindowTextLengthW(box)) + 1, L'\0');
+  GetWindowTextW(box, typed.data(), static_cast<int>(typed.size()));
+  typed.resize(wcslen(typed.c_str()));
+  if (GetFocus() == box) SetFocus(hwnd_);
+  DestroyWindow(box);
+  if (keep) editor_->setObjectText(textRef_, mervane::win::fromWide(typed));
+  InvalidateRect(hwnd_, nullptr, FALSE);
+  if (acted_) acted_();
+}
+
+LRESULT CALLBACK DesignCanvas::textBoxProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                                           DWORD_PTR data) {
+  auto* self = reinterpret_cast<DesignCanvas*>(data);
+  try {
+    switch (message) {
+      case WM_GETDLGCODE: return DLGC_WANTALLKEYS | DefSubclassProc(window, message, wParam, lParam);
+      case WM_KEYDOWN:
+        if (wParam == VK_RETURN || wParam == VK_ESCAPE) {
+          PostMessageW(self->hwnd_, kEndTextEdit, wParam == VK_RETURN, 0);
+          return 0;
+        }
+        break;
+      case WM_CHAR:
+        if (wParam == L'\r' || wParam == L'\x1b') return 0;  // no beep
+        break;
+      case WM_KILLFOCUS:
+        if (self->textBox_ == window) PostMessageW(self->hwnd_, kEndTextEdit, TRUE, 0);
+        break;
+      case WM_NCDESTROY: RemoveWindowSubclass(window, textBoxProc, 1); break;
+    }
+  } catch (...) {
+  }
+  return DefSubclassProc(window, message, wParam, lParam);
 }
 
 }  // namespace mervane::authoring::win

@@ -34,6 +34,11 @@ class DesignCanvas {
   void setOnOpen(std::function<bool(designer::ObjectRef)> open) { open_ = std::move(open); }
   // Paints the whole client area into `dc` (the window's paint, and benchmarks).
   void paint(HDC dc, const RECT& client);
+  // Opens a box over a text object to type its text in place: Enter or a
+  // click elsewhere ends it as one change, Esc leaves the text as it was.
+  void editText(designer::ObjectRef ref);
+  // The box a text is typed into; null when none is open.
+  HWND textBox() const { return textBox_; }
 
  private:
   static LRESULT CALLBACK windowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
@@ -47,6 +52,11 @@ class DesignCanvas {
   void paintBands(HDC dc, const RECT& client);
   void paintSelection(HDC dc);
   void paintRulers(HDC dc, const RECT& client);
+  void paintGuides(HDC dc);
+  void endTextEdit(bool keep);
+  static LRESULT CALLBACK textBoxProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR, DWORD_PTR data);
+  // Scrolls while a gesture's pointer is near the edge; false when it is not.
+  bool autoScroll();
   double pixelsPerTwip() const;
   std::int32_t slackTwips() const;
 
@@ -68,6 +78,10 @@ class DesignCanvas {
   int zoom_ = 100;
   int dpi_ = 96;
   int scrollX_ = 0, scrollY_ = 0;  // pixels
+  HWND textBox_ = nullptr;
+  HFONT textFont_ = nullptr;
+  designer::ObjectRef textRef_;
+  bool scrolling_ = false;  // the auto-scroll timer runs
 };
 
 }  // namespace mervane::authoring::win

@@ -3,6 +3,7 @@
 #include "authoring/designer/win/designer_control.h"
 
 #include <commctrl.h>
+#include <commdlg.h>
 
 #include <algorithm>
 #include <cstring>
@@ -16,6 +17,7 @@
 #include "authoring/designer/report_tables.h"
 #include "authoring/designer/win/design_canvas.h"
 #include "authoring/designer/win/designer_dialogs.h"
+#include "authoring/designer/win/designer_toolbar.h"
 #include "authoring/designer/win/property_panel.h"
 #include "base/win/com.h"
 #include "base/win/form.h"
@@ -34,7 +36,7 @@ namespace {
 
 constexpr wchar_t kClassName[] = L"MervaneDesigner";
 constexpr UINT kColumnsRead = WM_APP + 0x41;  // the field list's columns are in
-constexpr int kTreeId = 1, kCanvasId = 2, kListId = 3, kTabsId = 4;
+constexpr int kTreeId = 1, kCanvasId = 2, kListId = 3, kTabsId = 4, kToolbarId = 5;
 constexpr int kTreeWidth = 190, kPanelWidth = 250, kTabsHeight = 24;  // pixels
 
 // The clipboard, open for a scope.
@@ -72,7 +74,33 @@ bool isEditBox(HWND window) {
   return _wcsicmp(name, L"Edit") == 0 || _wcsicmp(name, L"ComboBox") == 0;
 }
 
+// The context menus' entries, in the order they appear.
+std::vector<ContextEntry> defaultContextEntries() {
+  using E = ContextEntry;
+  return {{E::Objects, kCommandEditText, L"&Edit Text"},
+          {E::Objects, kCommandCut, L"Cu&t\tCtrl+X"},
+          {E::Objects, kCommandCopy, L"&Copy\tCtrl+C"},
+          {E::Both, kCommandPaste, L"&Paste\tCtrl+V"},
+          {E::Objects, kCommandDelete, L"&Delete\tDel"},
+          {E::Objects, 0, nullptr},
+          {E::Objects, kCommandBringToFront, L"Bring to &Front"},
+          {E::Objects, kCommandSendToBack, L"Send to &Back"},
+          {E::Objects, 0, nullptr},
+          {E::Objects, kCommandConditionalFormatting, L"Conditional F&ormatting..."},
+          {E::Objects, kCommandProperties, L"P&roperties"},
+          {E::Sections, 0, nullptr},
+          {E::Sections, kCommandSectionOptions, L"&Section Options..."},
+          {E::Sections, kCommandSectionConditions, L"Section C&onditions..."},
+          {E::Sections, kCommandInsertGroup, L"Insert &Group..."},
+          {E::Sections, kCommandDeleteGroup, L"De&lete Group"}};
+}
+
 }  // namespace
+
+std::vector<ContextEntry>& contextEntries() {
+  static std::vector<ContextEntry> entries = defaultContextEntries();
+  return entries;
+}
 
 struct DesignerControl::Impl {
   struct FieldEntry {
@@ -92,6 +120,7 @@ struct DesignerControl::Impl {
   designer::Editor editor;
   DesignCanvas canvas;
   PropertyPanel panel;
+  DesignerToolbar toolbar;
   HWND tree = nullptr;
   // The report tabs: the main report's and, once one was opened, a
   // subreport's; shown while there is a subreport tab.
@@ -115,7 +144,7 @@ struct DesignerControl::Impl {
   std::thread worker;
   unsigned generation = 0;
   HTREEITEM dragging = nullptr;
-  HMENU editMenu = nullptr, viewMenu = nullptr, zoomMenu = nullptr;
+  HMENU editMenu = nullptr, viewMenu = nullptr, zoomMenu = nullptr, formatMenu = nullptr, reportMenu = nullptr;
   HACCEL accelerators = nullptr, fileAccelerators = nullptr;
   UINT clipboardFormat = RegisterClipboardFormatW(L"Mervane100 Report Objects");
   bool showFieldList = true;
@@ -151,6 +180,21 @@ struct DesignerControl::Impl {
         break;
       }
       case WM_SETFOCUS: SetFocus(canvas.hwnd()); return 0;
+      case WM_COMMAND:
+        // The toolbar's buttons and boxes, and what the surface asks for.
+        if (auto change = toolbar.boxCommand(wParam, lParam)) {
+          editor.setProperty(change->first, change->second);
+          acted();
+        } else if (HIWORD(wParam) == BN_CLICKED || reinterpret_cast<HWND>(lParam) == canvas.hwnd()) {
+          onCommand(LOWORD(wParam));
+        }
+        return 0;
+      case WM_CONTEXTMENU:
+        if (reinterpret_cast<HWND>(wParam) == canvas.hwnd()) {
+          contextMenu(lParam);
+          return 0;
+        }
+        break;
       case kColumnsRead:
         if (wParam == generation) takeColumns();
         return 0;
@@ -163,14 +207,16 @@ struct DesignerControl::Impl {
     GetClientRect(hwnd, &client);
     const int treeWidth = showFieldList ? std::min<int>(kTreeWidth, client.right / 4) : 0;
     const int panelWidth = std::min<int>(kPanelWidth, client.right / 3);
-    MoveWindow(tree, 0, 0, treeWidth, client.bottom, TRUE);
+    toolbar.resize(client.right);
+    const int top = toolbar.height(), height = std::max<int>(client.bottom - top, 0);
+    MoveWindow(tree, 0, top, treeWidth, height, TRUE);
     ShowWindow(tree, showFieldList ? SW_SHOW : SW_HIDE);
     const int canvasWidth = std::max<int>(client.right - treeWidth - panelWidth, 0);
-    const int tabsHeight = tabSubreport ? std::min<int>(kTabsHeight, client.bottom) : 0;
-    MoveWindow(tabs, treeWidth, 0, canvasWidth, tabsHeight, TRUE);
+    const int tabsHeight = tabSubreport ? std::min<int>(kTabsHeight, height) : 0;
+    MoveWindow(tabs, treeWidth, top, canvasWidth, tabsHeight, TRUE);
     ShowWindow(tabs, tabSubreport ? SW_SHOW : SW_HIDE);
-    MoveWindow(canvas.hwnd(), treeWidth, tabsHeight, canvasWidth, client.bottom - tabsHeight, TRUE);
-    MoveWindow(panel.list(), client.right - panelWidth, 0, panelWidth, client.bottom, TRUE);
+    MoveWindow(canvas.hwnd(), treeWidth, top + tabsHeight, canvasWidth, height - tabsHeight, TRUE);
+    MoveWindow(panel.list(), client.right - panelWidth, top, panelWidth, height, TRUE);
     ListView_SetColumnWidth(panel.list(), 0, panelWidth * 11 / 20);
     ListView_SetColumnWidth(panel.list(), 1, LVSCW_AUTOSIZE_USEHEADER);
   }
@@ -708,6 +754,33 @@ struct DesignerControl::Impl {
       CheckMenuItem(viewMenu, kCommandSnapToGrid,
                     MF_BYCOMMAND | (editor.options().snapToGrid ? MF_CHECKED : MF_UNCHECKED));
     }
+    if (formatMenu) {
+      static const std::pair<UINT, designer::Arrangement> arrangements[] = {
+          {kCommandAlignLeft, designer::Arrangement::AlignLeft},       {kCommandAlignRight, designer::Arrangement::AlignRight},
+          {kCommandAlignTop, designer::Arrangement::AlignTop},         {kCommandAlignBottom, designer::Arrangement::AlignBottom},
+          {kCommandAlignCentres, designer::Arrangement::AlignCentres}, {kCommandAlignMiddles, designer::Arrangement::AlignMiddles},
+          {kCommandSameWidth, designer::Arrangement::SameWidth},       {kCommandSameHeight, designer::Arrangement::SameHeight},
+          {kCommandSameSize, designer::Arrangement::SameSize},         {kCommandSpaceAcross, designer::Arrangement::SpaceAcross},
+          {kCommandSpaceDown, designer::Arrangement::SpaceDown}};
+      for (const auto& [id, how] : arrangements)
+        EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editor.canArrange(how) ? MF_ENABLED : MF_GRAYED));
+      for (UINT id : {kCommandBold, kCommandItalic, kCommandUnderline, kCommandTextLeft, kCommandTextCentre,
+                      kCommandTextRight, kCommandFontColour, kCommandBringToFront, kCommandSendToBack})
+        EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editable && objects ? MF_ENABLED : MF_GRAYED));
+    }
+    if (reportMenu) {
+      const auto* report = editor.definition();
+      EnableMenuItem(reportMenu, kCommandGroups,
+                     MF_BYCOMMAND | (editable && report && !report->data.groups.empty() ? MF_ENABLED : MF_GRAYED));
+      EnableMenuItem(reportMenu, kCommandSectionOptions, MF_BYCOMMAND | (editable ? MF_ENABLED : MF_GRAYED));
+    }
+    DesignerToolbar::State bar;
+    bar.editable = editable;
+    bar.objects = objects;
+    bar.canUndo = editor.canUndo();
+    bar.canRedo = editor.canRedo();
+    if (objects && editor.document()) bar.properties = designer::describeSelection(*editor.document(), editor.selection());
+    toolbar.show(bar);
     if (zoomMenu) {
       static const std::pair<UINT, int> zooms[] = {{kCommandZoom50, 50}, {kCommandZoom75, 75}, {kCommandZoom100, 100},
                                                    {kCommandZoom150, 150}, {kCommandZoom200, 200}};
@@ -750,17 +823,44 @@ struct DesignerControl::Impl {
                          {kCommandInsertBox, L"&Box"},
                          {0, nullptr},
                          {kCommandInsertSubreport, L"Su&breport..."}});
-    HMENU report = menu({{kCommandReportTitle, L"&Title..."},
-                         {kCommandRecordFilter, L"Record &Filter..."},
-                         {kCommandSort, L"&Sort..."},
-                         {kCommandLinks, L"&Links..."},
-                         {kCommandPageSetup, L"&Page Setup..."}});
-    AppendMenuW(report, MF_SEPARATOR, 0, nullptr);
-    AppendMenuW(report, MF_STRING, kCommandConditionalFormatting, L"&Conditional Formatting...");
-    AppendMenuW(report, MF_STRING, kCommandSectionConditions, L"Section C&onditions...");
+    HMENU report = reportMenu = menu({{kCommandReportTitle, L"&Title..."},
+                                      {kCommandRecordFilter, L"Record &Filter..."},
+                                      {kCommandSort, L"&Sort..."},
+                                      {kCommandLinks, L"&Links..."},
+                                      {kCommandPageSetup, L"&Page Setup..."},
+                                      {kCommandGroups, L"&Groups..."},
+                                      {kCommandSectionOptions, L"S&ection Options..."},
+                                      {kCommandSectionConditions, L"Section C&onditions..."},
+                                      {0, nullptr},
+                                      {kCommandTables, L"T&ables..."},
+                                      {kCommandSubreportLinks, L"Su&breport Links..."}});
+    formatMenu = menu({{kCommandBold, L"&Bold\tCtrl+B"},
+                       {kCommandItalic, L"&Italic\tCtrl+I"},
+                       {kCommandUnderline, L"&Underline\tCtrl+U"},
+                       {kCommandTextLeft, L"Align Text &Left\tCtrl+L"},
+                       {kCommandTextCentre, L"C&entre Text\tCtrl+E"},
+                       {kCommandTextRight, L"Align Text &Right\tCtrl+R"},
+                       {kCommandFontColour, L"Font &Colour..."},
+                       {0, nullptr},
+                       {kCommandAlignLeft, L"Align Le&fts"},
+                       {kCommandAlignRight, L"Align Ri&ghts"},
+                       {kCommandAlignTop, L"Align &Tops"},
+                       {kCommandAlignBottom, L"Align B&ottoms"},
+                       {kCommandAlignCentres, L"Align Ce&ntres"},
+                       {kCommandAlignMiddles, L"Align &Middles"},
+                       {0, nullptr},
+                       {kCommandSameWidth, L"Make Same &Width"},
+                       {kCommandSameHeight, L"Make Same &Height"},
+                       {kCommandSameSize, L"Make Same Si&ze"},
+                       {0, nullptr},
+                       {kCommandSpaceAcross, L"Space Evenly &Across"},
+                       {kCommandSpaceDown, L"Space Evenly &Down"},
+                       {0, nullptr},
+                       {kCommandBringToFront, L"Bring to &Front"},
+                       {kCommandSendToBack, L"Send to Bac&k"},
+                       {0, nullptr},
+                       {kCommandConditionalFormatting, L"&Conditional Formatting..."}});
     AppendMenuW(insert, MF_STRING, kCommandInsertRunningTotal, L"&Running Total...");
-    AppendMenuW(report, MF_STRING, kCommandTables, L"T&ables...");
-    AppendMenuW(report, MF_STRING, kCommandSubreportLinks, L"Su&breport Links...");
     zoomMenu = menu({{kCommandZoom50, L"&50%"},
                      {kCommandZoom75, L"&75%"},
                      {kCommandZoom100, L"&100%"},
@@ -771,6 +871,7 @@ struct DesignerControl::Impl {
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(file), L"&File");
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(editMenu), L"&Edit");
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(insert), L"&Insert");
+    AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(formatMenu), L"F&ormat");
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(report), L"&Report");
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(viewMenu), L"&View");
     updateMenus();
@@ -790,7 +891,13 @@ struct DesignerControl::Impl {
                    {FVIRTKEY | FCONTROL, 'C', static_cast<WORD>(kCommandCopy)},
                    {FVIRTKEY | FCONTROL, 'V', static_cast<WORD>(kCommandPaste)},
                    {FVIRTKEY, VK_DELETE, static_cast<WORD>(kCommandDelete)},
-                   {FVIRTKEY | FCONTROL, 'A', static_cast<WORD>(kCommandSelectAll)}};
+                   {FVIRTKEY | FCONTROL, 'A', static_cast<WORD>(kCommandSelectAll)},
+                   {FVIRTKEY | FCONTROL, 'B', static_cast<WORD>(kCommandBold)},
+                   {FVIRTKEY | FCONTROL, 'I', static_cast<WORD>(kCommandItalic)},
+                   {FVIRTKEY | FCONTROL, 'U', static_cast<WORD>(kCommandUnderline)},
+                   {FVIRTKEY | FCONTROL, 'L', static_cast<WORD>(kCommandTextLeft)},
+                   {FVIRTKEY | FCONTROL, 'E', static_cast<WORD>(kCommandTextCentre)},
+                   {FVIRTKEY | FCONTROL, 'R', static_cast<WORD>(kCommandTextRight)}};
     fileAccelerators = CreateAcceleratorTableW(file, static_cast<int>(std::size(file)));
     accelerators = CreateAcceleratorTableW(all, static_cast<int>(std::size(all)));
   }
@@ -889,6 +996,190 @@ struct DesignerControl::Impl {
       if (std::none_of(parts.runningTotals.begin(), parts.runningTotals.end(),
                        [&](const model::RunningTotal& t) { return equalsNoCase(t.name, name); }))
         return name;
+    }
+  }
+
+  // The shared value of a property of the selection; empty when they differ.
+  Text shared(const Text& key) const {
+    if (!editor.document()) return {};
+    for (const auto& p : designer::describeSelection(*editor.document(), editor.selection()))
+      if (p.key == key) return p.value;
+    return {};
+  }
+
+  // The section a section command means: the one picked, else the current.
+  std::size_t pickedSection() const {
+    const auto& s = editor.selection();
+    return s.hasSection ? s.section : editor.currentSection();
+  }
+
+  // Bring to front / send to back: the selection moved to the end or the
+  // start of each section's list (objects later in the list lie on top).
+  void restack(bool front) {
+    const auto* report = editor.definition();
+    if (!report || editor.selection().objects.empty()) return;
+    std::vector<designer::PlacedObject> gone, back;
+    designer::Selection after;
+    std::vector<std::size_t> count(report->sections.size());
+    for (const auto& r : editor.selection().objects) gone.push_back({r, report->sections[r.section].objects[r.index]}), ++count[r.section];
+    std::vector<std::size_t> next(report->sections.size());
+    for (const auto& g : gone) {
+      const std::size_t s = g.ref.section;
+      const std::size_t index = front ? report->sections[s].objects.size() - count[s] + next[s]++ : next[s]++;
+      back.push_back({{s, index}, g.object});
+      after.add({s, index});
+    }
+    std::vector<std::unique_ptr<designer::Command>> steps;
+    steps.push_back(designer::removeObjects(std::move(gone)));
+    steps.push_back(designer::insertObjects(std::move(back)));
+    editor.execute(designer::selecting(designer::compose(std::move(steps)), after, editor.selection()));
+  }
+
+  void editGroupsDialog() {
+    const auto* report = editor.definition();
+    if (!report || report->data.groups.empty()) return;
+    std::vector<designer::GroupPlace> places;
+    std::vector<bool> holding(report->data.groups.size() + 1);
+    for (std::size_t i = 0; i < report->data.groups.size(); ++i) {
+      const auto number = static_cast<std::int32_t>(i + 1);
+      places.push_back({number, report->data.groups[i]});
+      holding[i + 1] = designer::groupHoldsObjects(*report, number);
+    }
+    if (editGroups(owner(), places, holding, catalogue())) editor.changeGroups(places);
+  }
+
+  // The group of the picked section deleted (asking first when its
+  // sections hold objects).
+  void deleteGroup() {
+    const auto* report = editor.definition();
+    const std::size_t at = pickedSection();
+    if (!report || at >= report->sections.size()) return;
+    const model::Section& section = report->sections[at];
+    if (section.kind != model::SectionKind::GroupHeader && section.kind != model::SectionKind::GroupFooter) return;
+    if (designer::groupHoldsObjects(*report, section.group) &&
+        MessageBoxW(owner(), L"The group's header or footer holds objects. Deleting the group deletes them too.\n\nDelete it anyway?",
+                    L"Delete Group", MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2) != IDYES)
+      return;
+    std::vector<designer::GroupPlace> places;
+    for (std::size_t i = 0; i < report->data.groups.size(); ++i)
+      if (static_cast<std::int32_t>(i + 1) != section.group) places.push_back({static_cast<std::int32_t>(i + 1), report->data.groups[i]});
+    editor.changeGroups(places);
+  }
+
+  void contextMenu(LPARAM where) {
+    const auto& selection = editor.selection();
+    const unsigned kind = !selection.objects.empty() ? ContextEntry::Objects : selection.hasSection ? ContextEntry::Sections : 0;
+    if (!kind) return;
+    const auto* report = editor.definition();
+    const bool grouped = report && selection.hasSection && selection.section < report->sections.size() &&
+                         (report->sections[selection.section].kind == model::SectionKind::GroupHeader ||
+                          report->sections[selection.section].kind == model::SectionKind::GroupFooter);
+    HMENU popup = CreatePopupMenu();
+    bool separator = true;  // none first, none twice
+    for (const ContextEntry& e : contextEntries()) {
+      if (!(e.where & kind)) continue;
+      if (!e.id) {
+        if (!separator) AppendMenuW(popup, MF_SEPARATOR, 0, nullptr);
+        separator = true;
+        continue;
+      }
+      if (e.id == kCommandDeleteGroup && !grouped) continue;
+      if (e.id == kCommandEditText && !(selection.objects.size() == 1 && report &&
+                                        report->sections[selection.objects[0].section].objects[selection.objects[0].index].kind ==
+                                            model::ObjectKind::Text))
+        continue;
+      const bool enabled = editor.editable() || e.id == kCommandCopy || e.id == kCommandProperties;
+      AppendMenuW(popup, MF_STRING | (enabled ? 0 : MF_GRAYED), e.id, e.text);
+      separator = false;
+    }
+    POINT at{static_cast<short>(LOWORD(where)), static_cast<short>(HIWORD(where))};
+    if (where == static_cast<LPARAM>(-1) || (at.x == -1 && at.y == -1)) {
+      designer::Point corner;
+      if (!selection.objects.empty()) {
+        const auto& r = selection.objects.front();
+        const auto box = editor.layout().objectBox(r.section, report->sections[r.section].objects[r.index]);
+        corner = {box.x, box.bottom()};
+      } else if (const auto* band = editor.layout().band(selection.section)) {
+        corner = {0, band->bodyTop};
+      }
+      at = canvas.toClient(corner);
+      ClientToScreen(canvas.hwnd(), &at);
+    }
+    const UINT chosen = TrackPopupMenu(popup, TPM_RETURNCMD | TPM_RIGHTBUTTON | TPM_NONOTIFY, at.x, at.y, 0, hwnd, nullptr);
+    DestroyMenu(popup);
+    if (chosen) onCommand(chosen);
+  }
+
+  // The commands this control adds for arranging, formatting, groups and sections.
+  bool comfortCommand(UINT id) {
+    static const std::pair<UINT, designer::Arrangement> arrangements[] = {
+        {kCommandAlignLeft, designer::Arrangement::AlignLeft},       {kCommandAlignRight, designer::Arrangement::AlignRight},
+        {kCommandAlignTop, designer::Arrangement::AlignTop},         {kCommandAlignBottom, designer::Arrangement::AlignBottom},
+        {kCommandAlignCentres, designer::Arrangement::AlignCentres}, {kCommandAlignMiddles, designer::Arrangement::AlignMiddles},
+        {kCommandSameWidth, designer::Arrangement::SameWidth},       {kCommandSameHeight, designer::Arrangement::SameHeight},
+        {kCommandSameSize, designer::Arrangement::SameSize},         {kCommandSpaceAcross, designer::Arrangement::SpaceAcross},
+        {kCommandSpaceDown, designer::Arrangement::SpaceDown}};
+    for (const auto& [command, how] : arrangements)
+      if (id == command) return editor.arrange(how), true;
+    const auto toggle = [this](const char16_t* key) { editor.setProperty(key, shared(key) == u"Yes" ? u"No" : u"Yes"); };
+    switch (id) {
+      case kCommandBold: toggle(u"bold"); return true;
+      case kCommandItalic: toggle(u"italic"); return true;
+      case kCommandUnderline: toggle(u"underline"); return true;
+      case kCommandTextLeft: editor.setProperty(u"alignment", u"Left"); return true;
+      case kCommandTextCentre: editor.setProperty(u"alignment", u"Centre"); return true;
+      case kCommandTextRight: editor.setProperty(u"alignment", u"Right"); return true;
+      case kCommandFontColour: {
+        if (!editor.editable() || editor.selection().objects.empty()) return true;
+        static COLORREF custom[16] = {};
+        const auto& first = editor.selection().objects.front();
+        const std::uint32_t rgb = editor.definition()->sections[first.section].objects[first.index].format.colour;
+        CHOOSECOLORW choose{sizeof(choose)};
+        choose.hwndOwner = owner();
+        choose.rgbResult = RGB((rgb >> 16) & 0xFF, (rgb >> 8) & 0xFF, rgb & 0xFF);
+        choose.lpCustColors = custom;
+        choose.Flags = CC_RGBINIT | CC_FULLOPEN;
+        if (ChooseColorW(&choose)) {
+          wchar_t text[8];
+          swprintf(text, 8, L"#%02X%02X%02X", GetRValue(choose.rgbResult), GetGValue(choose.rgbResult), GetBValue(choose.rgbResult));
+          editor.setProperty(u"colour", mervane::win::fromWide(text));
+        }
+        return true;
+      }
+      case kCommandBringToFront: restack(true); return true;
+      case kCommandSendToBack: restack(false); return true;
+      case kCommandProperties: SetFocus(panel.list()); return true;
+      case kCommandEditText:
+        if (editor.selection().objects.size() == 1) canvas.editText(editor.selection().objects.front());
+        return true;
+      case kCommandSectionOptions: {
+        const auto* report = editor.definition();
+        const std::size_t at = pickedSection();
+        if (!report || at >= report->sections.size() || !editor.editable()) return true;
+        model::Section values = designer::withoutObjects(report->sections[at]);
+        if (editSectionOptions(owner(), values)) editor.setSectionOptions(at, values);
+        return true;
+      }
+      case kCommandGroups:
+        if (editor.editable()) editGroupsDialog();
+        return true;
+      case kCommandDeleteGroup:
+        if (editor.editable()) deleteGroup();
+        return true;
+      case kCommandZoomIn:
+      case kCommandZoomOut: {
+        static const int steps[] = {25, 50, 75, 100, 150, 200, 300, 400};
+        const int now = canvas.zoom();
+        int next = now;
+        if (id == kCommandZoomIn) {
+          for (int s : steps) if (s > now) { next = s; break; }
+        } else {
+          for (int s : steps) if (s < now) next = s;
+        }
+        canvas.setZoom(next);
+        return true;
+      }
+      default: return false;
     }
   }
 
@@ -1027,7 +1318,9 @@ struct DesignerControl::Impl {
       case kCommandZoom100: canvas.setZoom(100); break;
       case kCommandZoom150: canvas.setZoom(150); break;
       case kCommandZoom200: canvas.setZoom(200); break;
-      default: return false;  // the File menu's and anything else are the host's
+      default:
+        if (!comfortCommand(id)) return false;  // the File menu's and anything else are the host's
+        break;
     }
     acted();
     return true;
@@ -1069,6 +1362,7 @@ HWND DesignerControl::create(HWND parent, int id) {
   SetWindowSubclass(m.tree, Impl::treeProc, 1, reinterpret_cast<DWORD_PTR>(&m));
   m.tabs = CreateWindowExW(0, WC_TABCONTROLW, L"", WS_CHILD | WS_CLIPSIBLINGS | TCS_FOCUSNEVER, 0, 0, 10, 10, m.hwnd,
                            reinterpret_cast<HMENU>(static_cast<INT_PTR>(kTabsId)), nullptr, nullptr);
+  m.toolbar.create(m.hwnd, kToolbarId);
   m.canvas.create(m.hwnd, kCanvasId, m.editor, [&m] { m.acted(); });
   m.canvas.setOnOpen([&m](designer::ObjectRef object) {
     if (m.editor.openedSubreport()) return false;
@@ -1154,7 +1448,7 @@ bool DesignerControl::onCommand(UINT id) {
   try {
     return impl_->onCommand(id);
   } catch (...) {
-    return (id >= kCommandUndo && id <= kCommandZoom200) || id == kCommandSubreportLinks || id == kCommandTables;
+    return id >= kCommandUndo && id <= kCommandLastComfort;  // every command of the designer's own
   }
 }
 

@@ -17,6 +17,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "authoring/designer/editor.h"
 #include "authoring/designer/field_list.h"
@@ -77,7 +78,52 @@ enum DesignerCommand : UINT {
   kCommandConditionalFormatting = 0x7180,  // the selected objects', else the current section's
   kCommandSectionConditions,               // the current section's
   kCommandInsertRunningTotal,
+  // Format: arranging the selection relative to the object clicked last.
+  kCommandAlignLeft = 0x71A0,
+  kCommandAlignRight,
+  kCommandAlignTop,
+  kCommandAlignBottom,
+  kCommandAlignCentres,
+  kCommandAlignMiddles,
+  kCommandSameWidth,
+  kCommandSameHeight,
+  kCommandSameSize,
+  kCommandSpaceAcross,
+  kCommandSpaceDown,
+  // Format: the selection's text (also on the toolbar).
+  kCommandBold = 0x71B0,
+  kCommandItalic,
+  kCommandUnderline,
+  kCommandTextLeft,
+  kCommandTextCentre,
+  kCommandTextRight,
+  kCommandFontColour,
+  kCommandFontName,  // the toolbar's boxes
+  kCommandFontSize,
+  // Objects and sections: context menus, Report > Groups.
+  kCommandBringToFront = 0x71C0,
+  kCommandSendToBack,
+  kCommandProperties,
+  kCommandEditText,
+  kCommandSectionOptions,
+  kCommandGroups,
+  kCommandDeleteGroup,
+  kCommandZoomIn,
+  kCommandZoomOut,
+  kCommandLastComfort = 0x71DF,
+  // The toolbar's picture button sends Insert > Picture's id.
+  kToolbarInsertPicture = 0x7160,
 };
+
+// An entry of the context menus: other areas append theirs (conditional
+// formatting, subreports) to contextEntries(). `when` says where it
+// appears; id 0 is a separator.
+struct ContextEntry {
+  enum Where { Objects = 1, Sections = 2, Both = 3 } where = Objects;
+  UINT id = 0;
+  const wchar_t* text = nullptr;
+};
+std::vector<ContextEntry>& contextEntries();
 
 class DesignerControl {
  public:

@@ -10,6 +10,7 @@
 #include <optional>
 #include <vector>
 
+#include "authoring/designer/arrange.h"
 #include "base/text.h"
 #include "engine/model/report_definition.h"
 
@@ -66,6 +67,14 @@ bool editRunningTotal(HWND owner, model::RunningTotal& total, const FieldCatalog
 bool editSortFields(HWND owner, std::vector<model::SortField>& sort, const FieldCatalogue& fields);
 // A new group: its field and direction.
 bool chooseGroup(HWND owner, model::Group& group, const FieldCatalogue& fields);
+// A section's options: suppress, page breaks before and after, keep
+// together, print at the bottom of the page, reset the page number after.
+bool editSectionOptions(HWND owner, model::Section& section);
+// The report's groups (each with the number it had): field and direction
+// changed, order changed, groups deleted. Deleting a group whose sections
+// hold objects (`holding`, by number) asks first.
+bool editGroups(HWND owner, std::vector<designer::GroupPlace>& groups, const std::vector<bool>& holding,
+                const FieldCatalogue& fields);
 bool editLinks(HWND owner, std::vector<model::TableLink>& links, const FieldCatalogue& fields);
 bool editPageSetup(HWND owner, model::PageSetup& page);
 bool chooseField(HWND owner, model::FieldRef& field, const FieldCatalogue& fields);
