@@ -70,6 +70,9 @@ enum DesignerCommand : UINT {
   kCommandZoom100,
   kCommandZoom150,
   kCommandZoom200,
+  // Insert, continued
+  kCommandInsertPicture = 0x7160,
+  kCommandInsertPictureField,
 };
 
 class DesignerControl {

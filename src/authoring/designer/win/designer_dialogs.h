@@ -49,5 +49,8 @@ bool chooseSummary(HWND owner, model::SummaryOperation& operation, model::FieldR
 // A subreport: its name, one of the report's tables (or another table the
 // user names) and the link fields from the main report.
 bool chooseSubreport(HWND owner, model::Subreport& subreport, const FieldCatalogue& fields);
+// A picture file, through the open dialog: its bytes, once they are known to
+// be a picture; a file that is not one is refused in a message.
+bool choosePicture(HWND owner, model::Picture& picture);
 
 }  // namespace mervane::authoring::win
