@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <thread>
 #include <fstream>
 #include <iterator>
 
@@ -146,6 +148,30 @@ TEST(Pictures, LaidOutOnEveryPageDecodedOnceAndDamagedOnesShowAnEmptyFrame) {
   ASSERT_NE(image, first->items.end());
   EXPECT_FALSE(std::get<ImageItem>(*image).pixels);
   EXPECT_TRUE(std::get<ImageItem>(*image).jpeg);
+}
+
+TEST(Pictures, AWindowsLoaderGivesTheFrameFirstAndThePictureOnceDecoded) {
+  auto decoder = std::make_shared<CountingDecoder>();
+  installPictureDecoder(decoder);
+  const auto logo = pictureFile("logo.png");
+  const model::ReportObject object = pictureObject(u"logo", logo, 0);
+  std::atomic<int> told{0};
+  std::vector<DisplayItem> before, after;
+  {
+    PictureLoader loader([&] { ++told; });
+    appendPictureItems(object, {0, 0, 900, 900}, object.picture.image.shared(), before, &loader);
+    appendPictureItems(object, {0, 0, 900, 900}, object.picture.image.shared(), before, &loader);
+    for (int i = 0; i < 500 && !loader.idle(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    ASSERT_TRUE(loader.idle());
+    appendPictureItems(object, {0, 0, 900, 900}, object.picture.image.shared(), after, &loader);
+  }
+  ASSERT_EQ(before.size(), 2u);
+  EXPECT_TRUE(std::holds_alternative<BoxItem>(before[0]));
+  ASSERT_EQ(after.size(), 1u);
+  EXPECT_TRUE(std::holds_alternative<ImageItem>(after[0]));
+  EXPECT_EQ(decoder->calls.load(), 1);  // asked twice, decoded once
+  EXPECT_GE(told.load(), 1);
+  installPictureDecoder(nullptr);
 }
 
 TEST(Pictures, FromAColumnEachRecordShowsItsOwnAndOddValuesAnEmptyFrame) {
