@@ -48,7 +48,7 @@ class WicDecoder final : public layout::PictureDecoder {
 
  private:
   static bool decodeWith(std::string_view bytes, layout::DecodedPicture& out) {
-    if (bytes.empty() || bytes.size() > std::numeric_limits<DWORD>::max()) return false;
+    if (bytes.empty() || static_cast<std::uint64_t>(bytes.size()) > std::numeric_limits<DWORD>::max()) return false;
     ComForCall com;
     ComPtr<IWICImagingFactory> factory;
     if (FAILED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_IWICImagingFactory,
