@@ -144,7 +144,11 @@ std::shared_ptr<const LoadedPicture> loadPicture(const std::shared_ptr<const std
 std::shared_ptr<const std::string> pictureBytesOf(const formula::Value& value) {
   if (value.kind() != formula::ValueKind::Text) return nullptr;
   TextView hex = value.text();
-  if (hex.size() >= 2 && (hex[0] == u'0' || hex[0] == u'\\') && (hex[1] == u'x' || hex[1] == u'X')) hex.remove_prefix(2);
+  if (hex.size() >= 3 && (hex[0] == u'X' || hex[0] == u'x') && hex[1] == u'\'' && hex.back() == u'\'') {
+    hex = hex.substr(2, hex.size() - 3);  // SQLite's driver: X'89504E47...'
+  } else if (hex.size() >= 2 && (hex[0] == u'0' || hex[0] == u'\\') && (hex[1] == u'x' || hex[1] == u'X')) {
+    hex.remove_prefix(2);
+  }
   if (hex.empty() || hex.size() % 2) return nullptr;
   const auto digit = [](char16_t c) {
     return c >= u'0' && c <= u'9' ? c - u'0' : c >= u'a' && c <= u'f' ? c - u'a' + 10 : c >= u'A' && c <= u'F' ? c - u'A' + 10 : -1;

@@ -95,8 +95,8 @@ class PictureLoader {
 };
 
 // A picture's bytes from a column's value: the data door hands binary
-// columns over as hexadecimal text (a leading "0x" or "\\x" allowed). Null
-// for anything else.
+// columns over as hexadecimal text, bare or as 0x..., \x... or X'...'
+// (as SQLite's driver writes it). Null for anything else.
 std::shared_ptr<const std::string> pictureBytesOf(const formula::Value& value);
 
 // Where a picture of pixelWidth x pixelHeight goes in `frame`: the whole

@@ -179,10 +179,11 @@ TEST(Pictures, FromAColumnEachRecordShowsItsOwnAndOddValuesAnEmptyFrame) {
   std::string hex;
   for (unsigned char c : pictureFile("logo.png")) hex += "0123456789ABCDEF"[c >> 4], hex += "0123456789abcdef"[c & 15];
   const Text png = fromUtf8(hex);
-  // PNG bytes as the data door hands them over, with either prefix or none; then
+  // PNG bytes as the data door hands them over, bare or in the drivers' forms; then
   // a null, a number, bad hexadecimal and text that is not a picture.
   const std::vector<formula::Value> cells = {formula::Value(png), formula::Value(u"0x" + png),
-                                             formula::Value(u"\\x" + png), formula::Value(),
+                                             formula::Value(u"\\x" + png), formula::Value(u"X'" + png + u"'"),
+                                             formula::Value(),
                                              formula::Value(42.0), formula::Value(u"0x89PG"),
                                              formula::Value(u"4E6F7420612070696374757265")};
   model::ReportDefinition report = model::blankReport();
@@ -209,7 +210,7 @@ TEST(Pictures, FromAColumnEachRecordShowsItsOwnAndOddValuesAnEmptyFrame) {
       shown.push_back(false);
     }
   }
-  EXPECT_EQ(shown, (std::vector<bool>{true, true, true, false, false, false, false}));
+  EXPECT_EQ(shown, (std::vector<bool>{true, true, true, true, false, false, false, false}));
   installPictureDecoder(nullptr);
 }
 
