@@ -58,12 +58,12 @@ void pickFromMenu(HWND window, wchar_t menu, wchar_t item) {
   Sleep(100);
 }
 
-std::vector<const engine::model::ReportObject*> picturesOf(const engine::model::ReportDefinition& definition) {
-  std::vector<const engine::model::ReportObject*> found;
+std::size_t picturesIn(const engine::model::ReportDefinition& definition) {
+  std::size_t count = 0;
   for (const auto& section : definition.sections)
-    for (const auto& object : section.objects)
-      if (object.kind == engine::model::ObjectKind::Picture) found.push_back(&object);
-  return found;
+    count += std::count_if(section.objects.begin(), section.objects.end(),
+                           [](const auto& o) { return o.kind == engine::model::ObjectKind::Picture; });
+  return count;
 }
 
 TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdf) {
@@ -78,15 +78,11 @@ TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdf) {
     // A picture whose file was damaged after it was placed: the report footer's.
     auto engine = createReportEngine();
     auto opened = engine->open(win::fromWide(report.c_str()));
-    auto& sections = opened->document().definition.sections;
-    engine::model::ReportObject damaged;
-    damaged.kind = engine::model::ObjectKind::Picture;
-    damaged.name = u"Damaged";
-    damaged.x = 4320;
-    damaged.width = damaged.height = 1440;
-    damaged.picture.image = engine::model::SharedBytes(readFile(pictures / "damaged.jpg"));
-    sections.back().objects.push_back(damaged);
-    sections.back().height = std::max(sections.back().height, 1600);
+    auto& footer = opened->document().definition.sections.back();
+    footer.objects.push_back({.kind = engine::model::ObjectKind::Picture, .name = u"Damaged", .x = 4320, .width = 1440,
+                              .height = 1440});
+    footer.objects.back().picture.image = engine::model::SharedBytes(readFile(pictures / "damaged.jpg"));
+    footer.height = std::max(footer.height, 1600);
     opened->markChanged();
     opened->save(win::fromWide(report.c_str()));
   }
@@ -101,7 +97,7 @@ TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdf) {
   form.setSessionData(readSessionData(session));
   form.openReport(win::fromWide(report.c_str()), u"Customers");
   ASSERT_TRUE(form.currentReport());
-  ASSERT_EQ(picturesOf(form.currentReport()->document().definition).size(), 1u);
+  ASSERT_EQ(picturesIn(form.currentReport()->document().definition), 1u);
 
   const fs::path pdf = folder / "logo.pdf";
   std::vector<std::wstring> problems;
@@ -124,32 +120,23 @@ TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdf) {
       // The report header chosen by a click on its name; the title fills it.
       authoring::win::DesignerControl* designer = form.designerControl();
       const HWND canvas = designer->canvas();
-      const auto mouse = [&](UINT message, WPARAM keys, engine::model::ReportObject where) {
+      const auto mouse = [&](UINT message, WPARAM keys, std::int32_t x, std::int32_t y) {  // twips in the header
         const auto* header = designer->editor().layout().band(0);
-        const POINT at = designer->canvasPoint({where.x, (header ? header->bodyTop : 0) + where.y});
+        const POINT at = designer->canvasPoint({x, (header ? header->bodyTop : 0) + y});
         PostMessageW(canvas, message, keys, MAKELPARAM(at.x, at.y));
         Sleep(30);
       };
-      engine::model::ReportObject label;
-      label.x = 200, label.y = -100;
-      mouse(WM_LBUTTONDOWN, MK_LBUTTON, label);
-      mouse(WM_LBUTTONUP, 0, label);
+      mouse(WM_LBUTTONDOWN, MK_LBUTTON, 200, -100);
+      mouse(WM_LBUTTONUP, 0, 200, -100);
       Sleep(200);
       if (choose(pictures / "notes.png")) refusal = p.answerMessage(window);
       if (choose(pictures / "logo.jpg") && Person::waitForMessageBox(window))
         problems.push_back(L"the logo was refused");
       // It lands in the header's corner, under the title: dragged to the right.
       Sleep(200);
-      engine::model::ReportObject grip;
-      grip.x = 700, grip.y = 600;
-      mouse(WM_LBUTTONDOWN, MK_LBUTTON, grip);
-      for (int step = 1; step <= 10; ++step) {
-        engine::model::ReportObject along = grip;
-        along.x += step * 750;
-        mouse(WM_MOUSEMOVE, MK_LBUTTON, along);
-      }
-      grip.x += 7500;
-      mouse(WM_LBUTTONUP, 0, grip);
+      mouse(WM_LBUTTONDOWN, MK_LBUTTON, 700, 600);
+      for (int step = 1; step <= 10; ++step) mouse(WM_MOUSEMOVE, MK_LBUTTON, 700 + step * 750, 600);
+      mouse(WM_LBUTTONUP, 0, 8200, 600);
       hold();
 
       pickFromMenu(window, L'f', L'e');
@@ -182,14 +169,11 @@ TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdf) {
   // file that is not a picture left nothing behind.
   auto engine = createReportEngine();
   auto reopened = engine->open(win::fromWide(report.c_str()));
-  const auto found = picturesOf(reopened->document().definition);
-  ASSERT_EQ(found.size(), 2u);
-  const std::string logo = readFile(pictures / "logo.jpg");
-  EXPECT_EQ(std::count_if(found.begin(), found.end(), [&](auto* o) { return o->picture.image.view() == logo; }), 1);
-  // In the report header, which grew to hold it.
   const auto& header = reopened->document().definition.sections.front();
+  EXPECT_EQ(picturesIn(reopened->document().definition), 2u);
   ASSERT_FALSE(header.objects.empty());
-  EXPECT_EQ(header.objects.back().kind, engine::model::ObjectKind::Picture);
+  EXPECT_EQ(header.objects.back().picture.image.view(), readFile(pictures / "logo.jpg"));
+  // In the report header, which grew to hold it.
   EXPECT_GE(header.objects.back().x, 7000);
   EXPECT_GE(header.height, header.objects.back().y + header.objects.back().height);
   CoUninitialize();
