@@ -1,11 +1,11 @@
 // The section stream and the pager (see page_layout.h).
 #include "engine/layout/page_layout.h"
-#include "engine/layout/picture.h"
 
 #include <algorithm>
 #include <cmath>
 #include <unordered_set>
 
+#include "engine/layout/picture.h"
 #include "engine/layout/text_flow.h"
 
 namespace mervane::engine::layout {

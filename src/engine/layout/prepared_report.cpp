@@ -58,12 +58,12 @@ class Preparer {
             po.subreport = subreport(object.subreport);
             po.affectsLayout = true;
             break;
-          case ObjectKind::Text:
-          case ObjectKind::SpecialField:
           case ObjectKind::Picture:
             // No file of its own: the picture in the object's column, per record.
             if (object.picture.image.empty() && !object.field.column.empty()) po.value = source(object.field);
             break;
+          case ObjectKind::Text:
+          case ObjectKind::SpecialField:
           case ObjectKind::Line:
           case ObjectKind::Box: break;
           default: continue;  // a kind of a newer version: passed over
