@@ -1,6 +1,18 @@
 // Figures of the designer control, under Wine or Windows:
 //   designer-open-ms   a report of 1,000 objects handed to the designer and
 //                      painted for the first time
+//   designer-open-pictures-first-ms
+//                      the same with 20 of the objects pictures (each its own
+//                      copy of a JPEG file, by default the tests' logo; the
+//                      first argument names another), all in view, opened
+//                      the first time: painted with the pictures' frames,
+//                      the pictures still being decoded
+//   designer-pictures-shown-ms
+//                      from that opening until every picture is decoded and
+//                      painted
+//   designer-open-pictures-ms
+//                      the same report opened again (best of five): the
+//                      pictures decoded before are painted at once
 //   designer-frame-ms  one full repaint of the surface while 100 selected
 //                      objects are dragged (median of 60 frames)
 #include <windows.h>
@@ -10,7 +22,12 @@
 #include <cstdio>
 #include <vector>
 
+#include <fstream>
+#include <iterator>
+#include <string>
+
 #include "authoring/designer/win/designer_control.h"
+#include "engine/layout/picture.h"
 
 namespace model = mervane::engine::model;
 using mervane::authoring::win::DesignerControl;
@@ -53,9 +70,39 @@ mervane::engine::ReportDocument report(int objects) {
   return doc;
 }
 
+// Turns 20 of the objects of the first two sections into pictures, each
+// with bytes of its own (the file with a different comment after its start).
+void addPictures(mervane::engine::ReportDocument& doc, const std::string& jpeg) {
+  int placed = 0;
+  for (auto& section : doc.definition.sections) {
+    for (auto& o : section.objects) {
+      if (placed == 20 || o.kind != model::ObjectKind::Text) continue;
+      const std::string comment = "picture " + std::to_string(placed);
+      std::string bytes = jpeg.substr(0, 2) + "\xFF\xFE" + static_cast<char>(0) +
+                          static_cast<char>(comment.size() + 2) + comment + jpeg.substr(2);
+      o.kind = model::ObjectKind::Picture;
+      o.picture.image = model::SharedBytes(std::move(bytes));
+      ++placed;
+    }
+  }
+}
+
+double openOnce(DesignerControl& control, HWND designer, const mervane::engine::ReportDocument& doc) {
+  control.setDocument(nullptr, {});
+  pump();
+  auto copy = doc;
+  const auto start = Clock::now();
+  control.setDocument(&copy, [] {});
+  UpdateWindow(designer);
+  UpdateWindow(control.canvas());
+  const double ms = msSince(start);
+  control.setDocument(nullptr, {});
+  return ms;
+}
+
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
   WNDCLASSW wc{};
   wc.lpfnWndProc = DefWindowProcW;
   wc.hInstance = GetModuleHandleW(nullptr);
@@ -75,17 +122,42 @@ int main() {
   // Opening: best of five, each with a fresh document.
   double open = 1e9;
   auto doc = report(1000);
-  for (int run = 0; run < 5; ++run) {
+  for (int run = 0; run < 5; ++run) open = std::min(open, openOnce(control, designer, doc));
+
+  std::ifstream file(argc > 1 ? argv[1] : MERVANE_BENCH_PICTURE, std::ios::binary);
+  const std::string jpeg((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  auto withPictures = report(1000);
+  addPictures(withPictures, jpeg);
+  double picturesFirst = 0, picturesShown = 0;
+  {
     control.setDocument(nullptr, {});
     pump();
-    auto copy = doc;
+    auto copy = withPictures;
     const auto start = Clock::now();
     control.setDocument(&copy, [] {});
     UpdateWindow(designer);
     UpdateWindow(control.canvas());
-    open = std::min(open, msSince(start));
+    picturesFirst = msSince(start);
+    const auto decoded = [&] {
+      std::shared_ptr<const mervane::engine::layout::LoadedPicture> picture;
+      for (const auto& section : copy.definition.sections)
+        for (const auto& o : section.objects)
+          if (o.kind == model::ObjectKind::Picture &&
+              !mervane::engine::layout::findLoadedPicture(o.picture.image.shared(), picture))
+            return false;
+      return true;
+    };
+    while (!decoded() && msSince(start) < 60000) {
+      pump();
+      Sleep(1);
+    }
+    pump();  // the last picture's repaint
+    UpdateWindow(control.canvas());
+    picturesShown = msSince(start);
     control.setDocument(nullptr, {});
   }
+  double pictures = 1e9;
+  for (int run = 0; run < 5; ++run) pictures = std::min(pictures, openOnce(control, designer, withPictures));
 
   control.setDocument(&doc, [] {});
   pump();
@@ -110,6 +182,10 @@ int main() {
   std::sort(frames.begin(), frames.end());
 
   std::printf("designer-open-ms: %.1f ms\n", open);
+  std::printf("designer-open-pictures-first-ms: %.1f ms\n", picturesFirst);
+  std::printf("designer-pictures-shown-ms: %.1f ms\n", picturesShown);
+  std::printf("designer-open-pictures-ms: %.1f ms\n", pictures);
+  std::printf("designer-picture-kb: %.0f KB\n", jpeg.size() / 1024.0);
   std::printf("designer-frame-ms: %.2f ms\n", frames[frames.size() / 2]);
   std::printf("designer-frame-max-ms: %.2f ms\n", frames.back());
   DestroyWindow(host);

@@ -2,7 +2,6 @@
 #include "authoring/designer/design_scene.h"
 
 #include "authoring/designer/properties.h"
-#include "engine/layout/picture.h"
 
 namespace mervane::authoring::designer {
 
@@ -26,7 +25,8 @@ layout::TextAlign alignOf(const model::ReportObject& o) {
 
 }  // namespace
 
-void appendObjectItems(const model::ReportObject& o, const Box& box, std::vector<layout::DisplayItem>& items) {
+void appendObjectItems(const model::ReportObject& o, const Box& box, std::vector<layout::DisplayItem>& items,
+                       layout::PictureLoader* pictures) {
   const model::Format& f = o.format;
   switch (o.kind) {
     case model::ObjectKind::Line:
@@ -42,7 +42,7 @@ void appendObjectItems(const model::ReportObject& o, const Box& box, std::vector
       break;
     case model::ObjectKind::Picture:
       // A picture from a column shows as an empty frame with the column's name.
-      layout::appendPictureItems(o, rectOf(box), o.picture.image.shared(), items);
+      layout::appendPictureItems(o, rectOf(box), o.picture.image.shared(), items, pictures);
       if (!o.picture.image.empty()) return;
       break;
     default:
@@ -63,12 +63,12 @@ void appendObjectItems(const model::ReportObject& o, const Box& box, std::vector
 }
 
 std::vector<layout::DisplayItem> sceneItems(const model::ReportDefinition& report, const BandLayout& bands,
-                                            const Box& visible) {
+                                            const Box& visible, layout::PictureLoader* pictures) {
   std::vector<layout::DisplayItem> items;
   for (const Band& band : bands.bands()) {
     for (const auto& o : report.sections[band.section].objects) {
       const Box box = bands.objectBox(band.section, o);
-      if (box.intersects(visible)) appendObjectItems(o, box, items);
+      if (box.intersects(visible)) appendObjectItems(o, box, items, pictures);
     }
   }
   return items;

@@ -9,14 +9,18 @@
 
 #include "authoring/designer/band_layout.h"
 #include "engine/layout/display_list.h"
+#include "engine/layout/picture.h"
 
 namespace mervane::authoring::designer {
 
 // Appends the items that show `object` placed at `box` (surface twips).
-void appendObjectItems(const model::ReportObject& object, const Box& box, std::vector<engine::layout::DisplayItem>& items);
+// With a `pictures` loader, pictures not decoded yet are asked of it and
+// show as empty frames until then.
+void appendObjectItems(const model::ReportObject& object, const Box& box, std::vector<engine::layout::DisplayItem>& items,
+                       engine::layout::PictureLoader* pictures = nullptr);
 
 // The items of every object whose box meets `visible`, in drawing order.
 std::vector<engine::layout::DisplayItem> sceneItems(const model::ReportDefinition& report, const BandLayout& layout,
-                                                    const Box& visible);
+                                                    const Box& visible, engine::layout::PictureLoader* pictures = nullptr);
 
 }  // namespace mervane::authoring::designer

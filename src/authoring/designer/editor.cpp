@@ -545,11 +545,18 @@ bool Editor::insertObject(model::ReportObject object, const std::optional<Report
   const auto* report = definition();
   if (!report || report->sections.empty()) return false;
   const std::size_t target = currentSection();
+  const model::Section& section = report->sections[target];
   object.x = insertAt_.x;
-  object.y = std::min(insertAt_.y, std::max(0, report->sections[target].height - object.height));
+  object.y = std::min(insertAt_.y, std::max(0, std::max(section.height, object.height) - object.height));
   if (object.name.empty()) object.name = uniqueName(u"Object");
   std::vector<std::unique_ptr<Command>> steps;
   if (parts && !(*parts == reportParts(*document_))) steps.push_back(changeReport(reportParts(*document_), *parts));
+  // An object taller than its section (a picture) makes room for itself.
+  if (object.height > section.height) {
+    model::Section taller = section;
+    taller.height = object.height;
+    steps.push_back(changeSection(target, section, taller));
+  }
   steps.push_back(insertObjects({{{target, report->sections[target].objects.size()}, std::move(object)}}));
   return execute(compose(std::move(steps)));
 }

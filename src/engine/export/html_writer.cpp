@@ -186,19 +186,25 @@ class HtmlOut {
   }
 
   void picture(std::string& html, const layout::ImageItem& image, std::int32_t top, std::int32_t height) {
-    if (!image.pixels || image.pixelWidth <= 0 || image.pixelHeight <= 0) return;
     if (image.box.y + image.box.height < top || image.box.y > top + height) return;
-    if (static_cast<std::int64_t>(image.pixelWidth) * image.pixelHeight > static_cast<std::int64_t>(image.pixels->size()))
+    // A JPEG goes in as its file; other pictures as PNGs of their pixels.
+    const void* key = image.jpeg ? static_cast<const void*>(image.jpeg.get()) : image.pixels.get();
+    if (!image.jpeg && (!image.pixels || image.pixelWidth <= 0 || image.pixelHeight <= 0 ||
+                        static_cast<std::int64_t>(image.pixelWidth) * image.pixelHeight >
+                            static_cast<std::int64_t>(image.pixels->size())))
       return;
     // Each distinct picture is encoded once, however many pages show it.
-    auto found = images_.find(image.pixels.get());
+    auto found = images_.find(key);
     if (found == images_.end()) {
       if (images_.size() > 64) images_.clear();
-      found = images_
-                  .emplace(image.pixels.get(),
-                           Encoded{image.pixels, "data:image/png;base64," +
-                                                     base64(encodePng(*image.pixels, image.pixelWidth, image.pixelHeight))})
-                  .first;
+      Encoded encoded;
+      if (image.jpeg) {
+        encoded = {image.jpeg, "data:image/jpeg;base64," + base64(*image.jpeg)};
+      } else {
+        encoded = {image.pixels, "data:image/png;base64," +
+                                     base64(encodePng(*image.pixels, image.pixelWidth, image.pixelHeight))};
+      }
+      found = images_.emplace(key, std::move(encoded)).first;
     }
     html += "<img alt=\"\" src=\"" + found->second.uri + "\" style=\"left:" + pt(image.box.x) + ";top:" +
             pt(image.box.y - top) + ";width:" + pt(image.box.width) + ";height:" + pt(image.box.height) + "\">\n";
@@ -210,7 +216,7 @@ class HtmlOut {
   }
 
   struct Encoded {
-    std::shared_ptr<const std::vector<std::uint32_t>> pixels;  // keeps the key alive
+    std::shared_ptr<const void> source;  // the pixels or the file: keeps the key alive
     std::string uri;
   };
   std::ostream& out_;

@@ -1,6 +1,5 @@
 // The section stream and the pager (see page_layout.h).
 #include "engine/layout/page_layout.h"
-#include "engine/layout/picture.h"
 
 #include <algorithm>
 #include <type_traits>
@@ -8,6 +7,7 @@
 #include <cmath>
 #include <unordered_set>
 
+#include "engine/layout/picture.h"
 #include "engine/layout/text_flow.h"
 
 namespace mervane::engine::layout {

@@ -2,6 +2,7 @@
 #include "engine/layout/picture.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <list>
@@ -143,7 +144,11 @@ std::shared_ptr<const LoadedPicture> loadPicture(const std::shared_ptr<const std
 std::shared_ptr<const std::string> pictureBytesOf(const formula::Value& value) {
   if (value.kind() != formula::ValueKind::Text) return nullptr;
   TextView hex = value.text();
-  if (hex.size() >= 2 && (hex[0] == u'0' || hex[0] == u'\\') && (hex[1] == u'x' || hex[1] == u'X')) hex.remove_prefix(2);
+  if (hex.size() >= 3 && (hex[0] == u'X' || hex[0] == u'x') && hex[1] == u'\'' && hex.back() == u'\'') {
+    hex = hex.substr(2, hex.size() - 3);  // SQLite's driver: X'89504E47...'
+  } else if (hex.size() >= 2 && (hex[0] == u'0' || hex[0] == u'\\') && (hex[1] == u'x' || hex[1] == u'X')) {
+    hex.remove_prefix(2);
+  }
   if (hex.empty() || hex.size() % 2) return nullptr;
   const auto digit = [](char16_t c) {
     return c >= u'0' && c <= u'9' ? c - u'0' : c >= u'a' && c <= u'f' ? c - u'a' + 10 : c >= u'A' && c <= u'F' ? c - u'A' + 10 : -1;
@@ -155,6 +160,74 @@ std::shared_ptr<const std::string> pictureBytesOf(const formula::Value& value) {
     (*bytes)[i] = static_cast<char>(high << 4 | low);
   }
   return bytes;
+}
+
+bool findLoadedPicture(const std::shared_ptr<const std::string>& bytes, std::shared_ptr<const LoadedPicture>& picture) {
+  if (!bytes || bytes->empty()) {
+    picture = nullptr;
+    return true;
+  }
+  std::lock_guard guard(lock);
+  auto found = std::find_if(kept.begin(), kept.end(), [&](const Kept& k) { return k.bytes == bytes; });
+  if (found == kept.end()) return false;
+  kept.splice(kept.begin(), kept, found);
+  picture = found->picture;
+  return true;
+}
+
+PictureLoader::PictureLoader(std::function<void()> ready) : ready_(std::move(ready)), thread_([this] { run(); }) {}
+
+PictureLoader::~PictureLoader() {
+  {
+    std::lock_guard guard(lock_);
+    stop_ = true;
+  }
+  wake_.notify_all();
+  thread_.join();
+}
+
+void PictureLoader::request(const std::shared_ptr<const std::string>& bytes) {
+  {
+    std::lock_guard guard(lock_);
+    if (std::find(waiting_.begin(), waiting_.end(), bytes) != waiting_.end()) return;
+    waiting_.push_back(bytes);
+  }
+  wake_.notify_all();
+}
+
+bool PictureLoader::idle() {
+  std::lock_guard guard(lock_);
+  return waiting_.empty() && !busy_;
+}
+
+void PictureLoader::run() {
+  // Told when the queue runs dry, and meanwhile every tenth of a second:
+  // a window repainting after every picture would spend more on painting
+  // than on decoding.
+  using Clock = std::chrono::steady_clock;
+  auto told = Clock::now();
+  std::unique_lock guard(lock_);
+  for (;;) {
+    wake_.wait(guard, [&] { return stop_ || !waiting_.empty(); });
+    if (stop_) return;
+    auto bytes = std::move(waiting_.front());
+    waiting_.pop_front();
+    busy_ = true;
+    guard.unlock();
+    try {
+      loadPicture(bytes);
+    } catch (...) {
+      // Out of memory: the picture stays an empty frame.
+    }
+    guard.lock();
+    busy_ = false;
+    if (ready_ && (waiting_.empty() || Clock::now() - told > std::chrono::milliseconds(100))) {
+      told = Clock::now();
+      guard.unlock();
+      ready_();
+      guard.lock();
+    }
+  }
 }
 
 Rect fitPicture(const Rect& frame, std::int32_t pixelWidth, std::int32_t pixelHeight, bool stretch) {
@@ -174,11 +247,17 @@ Rect fitPicture(const Rect& frame, std::int32_t pixelWidth, std::int32_t pixelHe
 }
 
 void appendPictureItems(const model::ReportObject& object, const Rect& frame,
-                        const std::shared_ptr<const std::string>& bytes, std::vector<DisplayItem>& items) {
+                        const std::shared_ptr<const std::string>& bytes, std::vector<DisplayItem>& items,
+                        PictureLoader* loader) {
   const model::Format& f = object.format;
   if (frame.width <= 0 || frame.height <= 0) return;
   if (f.filled) items.push_back(BoxItem{frame, model::BorderStyle::None, 0, f.borderColour, true, f.background});
-  const auto picture = loadPicture(bytes);
+  std::shared_ptr<const LoadedPicture> picture;
+  if (!loader) {
+    picture = loadPicture(bytes);
+  } else if (!findLoadedPicture(bytes, picture)) {
+    loader->request(bytes);
+  }
   if (picture) {
     ImageItem image;
     image.box = fitPicture(frame, picture->header.width, picture->header.height, object.picture.stretch);

@@ -11,10 +11,15 @@
 // design surface and each repaint share one decoding of the same file.
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "engine/formula/value.h"
@@ -61,9 +66,37 @@ struct LoadedPicture {
 // program shows (unknown header, or the decoder refused them).
 std::shared_ptr<const LoadedPicture> loadPicture(const std::shared_ptr<const std::string>& bytes);
 
+// The same from what is already decoded only: false (and `picture` left
+// alone) when the bytes have not been decoded yet.
+bool findLoadedPicture(const std::shared_ptr<const std::string>& bytes, std::shared_ptr<const LoadedPicture>& picture);
+
+// Decodes pictures one after another on a thread of its own, so that a
+// window can show its pictures' frames at once and the pictures as they
+// come. `ready` is called on that thread after each one.
+class PictureLoader {
+ public:
+  explicit PictureLoader(std::function<void()> ready);
+  ~PictureLoader();  // waits for the picture being decoded, drops the rest
+  PictureLoader(const PictureLoader&) = delete;
+  PictureLoader& operator=(const PictureLoader&) = delete;
+  void request(const std::shared_ptr<const std::string>& bytes);
+  // Nothing asked for is still waiting or being decoded.
+  bool idle();
+
+ private:
+  void run();
+  std::function<void()> ready_;
+  std::mutex lock_;
+  std::condition_variable wake_;
+  std::deque<std::shared_ptr<const std::string>> waiting_;
+  bool busy_ = false;
+  bool stop_ = false;
+  std::thread thread_;
+};
+
 // A picture's bytes from a column's value: the data door hands binary
-// columns over as hexadecimal text (a leading "0x" or "\\x" allowed). Null
-// for anything else.
+// columns over as hexadecimal text, bare or as 0x..., \x... or X'...'
+// (as SQLite's driver writes it). Null for anything else.
 std::shared_ptr<const std::string> pictureBytesOf(const formula::Value& value);
 
 // Where a picture of pixelWidth x pixelHeight goes in `frame`: the whole
@@ -73,8 +106,10 @@ Rect fitPicture(const Rect& frame, std::int32_t pixelWidth, std::int32_t pixelHe
 
 // The display items of a picture object drawn in `frame`: the picture, or
 // an empty frame (a thin border) when there is none to show; the object's
-// own border over it.
+// own border over it. With a `loader`, a picture not decoded yet is asked
+// of it and shows as an empty frame meanwhile.
 void appendPictureItems(const model::ReportObject& object, const Rect& frame,
-                        const std::shared_ptr<const std::string>& bytes, std::vector<DisplayItem>& items);
+                        const std::shared_ptr<const std::string>& bytes, std::vector<DisplayItem>& items,
+                        PictureLoader* loader = nullptr);
 
 }  // namespace mervane::engine::layout

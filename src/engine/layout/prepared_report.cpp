@@ -71,13 +71,13 @@ class Preparer {
                                  u", which it does not have.");
             }
             break;
-          case ObjectKind::Text:
-          case ObjectKind::SpecialField:
           case ObjectKind::Picture:
             // No file of its own: the picture in the object's column, per record.
             if (object.picture.image.empty() && !object.field.column.empty()) po.value = source(object.field);
             break;
           case ObjectKind::ParameterField:
+          case ObjectKind::Text:
+          case ObjectKind::SpecialField:
           case ObjectKind::Line:
           case ObjectKind::Box: break;
           default: continue;  // a kind of a newer version: passed over

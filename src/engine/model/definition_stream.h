@@ -87,8 +87,9 @@
 // LIMITS
 //   Reading checks every length before trusting it and never reads past the
 //   end; the stream size, the number of records, the length of a text or a
-//   picture and the nesting of subreports are bounded (DefinitionLimits), so that no stream
-//   can make the reader hang or take memory out of proportion to its size.
+//   picture and the nesting of subreports are bounded (DefinitionLimits), so
+//   that no stream can make the reader hang or take memory out of proportion
+//   to its size.
 //
 // PASSWORDS
 //   Passwords the model holds in memory (a log-on's, a table's connection's)

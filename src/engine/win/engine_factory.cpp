@@ -5,10 +5,12 @@
 #include "engine/data/odbc_data_provider.h"
 #include "engine/engine.h"
 #include "engine/win/compound_report_files.h"
+#include "engine/win/wic_picture_decoder.h"
 
 namespace mervane {
 
 std::unique_ptr<engine::Engine> createReportEngine() {
+  engine::win::useWindowsPictureDecoder();
   engine::EngineParts parts;
   parts.files = std::make_shared<engine::CompoundReportFiles>();
   parts.data = engine::data::createOdbcDataProvider();

@@ -184,11 +184,19 @@ TEST_F(Fixture, EveryKindOfChangeUndoesAndRedoesExactly) {
   parts.formulas.push_back({u"Net", u"{Orders.Amount} * 0.8"});
   editor.changeReportParts(parts);
   editor.setSectionHeight(0, 0);
+  // A picture taller than its section makes room for itself, in the same step.
+  editor.select(Selection::ofSection(0));
+  model::ReportObject logo;
+  logo.kind = model::ObjectKind::Picture;
+  logo.height = 1800;
+  logo.picture.image = model::SharedBytes("GIF89a logo");
+  editor.insertObject(logo);
+  EXPECT_EQ(doc.definition.sections[0].height, 1800);
   const auto changed = doc;
   EXPECT_TRUE(model::sectionsInOrder(changed.definition));
   int steps = 0;
   while (editor.undo()) ++steps;
-  EXPECT_EQ(steps, 13);
+  EXPECT_EQ(steps, 14);
   EXPECT_EQ(doc.definition, original.definition);
   EXPECT_EQ(doc.title, original.title);
   while (editor.redo()) {

@@ -33,6 +33,8 @@ layout::Page page(std::int32_t number) {
              layout::LineItem{1440, 1500, 10000, 1500}, layout::BoxItem{{1440, 3000, 4000, 800}}};
   auto pixels = std::make_shared<const std::vector<std::uint32_t>>(6, 0xFF336699u);
   p.items.push_back(layout::ImageItem{{8000, 3000, 600, 900}, 2, 3, pixels});
+  // Page 2's picture came as a JPEG file: that file goes in, not its pixels.
+  if (number == 2) std::get<layout::ImageItem>(p.items.back()).jpeg = std::make_shared<const std::string>("\xFF\xD8\xFF\xE0");
   return p;
 }
 
@@ -54,7 +56,7 @@ TEST(HtmlExport, PagesHoldTheirTextsInReadingOrderAndPicturesInside) {
   const std::vector<std::string> expected = {
       "page Page 1", "svg", "image 2x3", "text Customers & <friends>", "text left 1", "text right 1",
       "text Dvořák 1", "text Łódź 1", "text Page 1",
-      "page Page 2", "svg", "image 2x3", "text Customers & <friends>", "text left 2", "text right 2",
+      "page Page 2", "svg", "image jpeg", "text Customers & <friends>", "text left 2", "text right 2",
       "text Dvořák 2", "text Łódź 2", "text Page 2"};
   EXPECT_EQ(readBack({u"Customers", false}), expected);
 }
@@ -62,7 +64,7 @@ TEST(HtmlExport, PagesHoldTheirTextsInReadingOrderAndPicturesInside) {
 TEST(HtmlExport, AFlowingDocumentHasTheHeaderOnceAndTheFooterAtTheEnd) {
   const std::vector<std::string> expected = {
       "flow", "svg", "image 2x3", "text Customers & <friends>", "text left 1", "text right 1", "text Dvořák 1",
-      "text Łódź 1", "flow", "svg", "image 2x3", "text left 2", "text right 2", "text Dvořák 2", "text Łódź 2",
+      "text Łódź 1", "flow", "svg", "image jpeg", "text left 2", "text right 2", "text Dvořák 2", "text Łódź 2",
       "flow", "text Page 2"};
   EXPECT_EQ(readBack({u"Customers", true}), expected);
 }

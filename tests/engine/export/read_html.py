@@ -38,8 +38,11 @@ class Reader(HTMLParser):
         elif tag == 'img':
             src = attrs.get('src', '')
             png = base64.b64decode(src.split(',', 1)[1]) if src.startswith('data:image/png;base64,') else b''
+            jpeg = src.startswith('data:image/jpeg;base64,') and base64.b64decode(src.split(',', 1)[1])[:2] == b'\xff\xd8'
             if png[:8] == b'\x89PNG\r\n\x1a\n':
                 print('image %dx%d' % struct.unpack('>II', png[16:24]))
+            elif jpeg:
+                print('image jpeg')
             else:
                 print('image unreadable')
 

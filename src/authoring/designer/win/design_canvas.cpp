@@ -25,6 +25,7 @@ constexpr wchar_t kClassName[] = L"MervaneDesignCanvas";
 constexpr int kRuler = 20;   // pixels
 constexpr int kMargin = 10;  // pixels between the rulers and the surface
 constexpr int kHandle = 3;   // half a handle's side, pixels
+constexpr UINT kPictureDecoded = WM_APP + 0x160;  // from the picture loader's thread
 const COLORREF kOutside = RGB(171, 171, 171);
 const COLORREF kHeader = RGB(228, 231, 238);
 const COLORREF kHeaderSelected = RGB(190, 210, 240);
@@ -78,6 +79,8 @@ void DesignCanvas::create(HWND parent, int id, designer::Editor& editor, std::fu
   SetWindowLongPtrW(hwnd_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(windowProc));
   uiFont_ = static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));
   dpi_ = mervane::win::dpiOf(hwnd_);
+  const HWND window = hwnd_;
+  pictures_ = std::make_unique<engine::layout::PictureLoader>([window] { PostMessageW(window, kPictureDecoded, 0, 0); });
 }
 
 LRESULT CALLBACK DesignCanvas::windowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -174,6 +177,7 @@ void DesignCanvas::onScroll(int bar, int code) {
 LRESULT DesignCanvas::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_PAINT: onPaint(); return 0;
+    case kPictureDecoded: refresh(); return 0;
     case WM_ERASEBKGND: return 1;
     case WM_SIZE: updateScrollBars(); InvalidateRect(hwnd_, nullptr, FALSE); return 0;
     case WM_HSCROLL: onScroll(SB_HORZ, LOWORD(wParam)); return 0;
@@ -359,7 +363,7 @@ void DesignCanvas::paint(HDC dc, const RECT& client) {
     const Point bottomRight = toSurface({client.right, client.bottom});
     const Box visible{topLeft.x, topLeft.y, bottomRight.x - topLeft.x, bottomRight.y - topLeft.y};
     if (sceneRevision_ != editor_->revision() || !(sceneVisible_ == visible)) {
-      scene_.items = designer::sceneItems(*report, editor_->layout(), visible);
+      scene_.items = designer::sceneItems(*report, editor_->layout(), visible, pictures_.get());
       sceneRevision_ = editor_->revision();
       sceneVisible_ = visible;
     }

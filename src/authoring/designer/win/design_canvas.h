@@ -8,8 +8,10 @@
 #include <windows.h>
 
 #include <functional>
+#include <memory>
 
 #include "authoring/designer/editor.h"
+#include "engine/layout/picture.h"
 #include "engine/win/page_painter.h"
 
 namespace mervane::authoring::win {
@@ -75,6 +77,8 @@ class DesignCanvas {
   HBITMAP bufferBitmap_ = nullptr;
   HGDIOBJ bufferOld_ = nullptr;
   SIZE bufferSize_{};
+  // Decodes the pictures in view while the surface shows their frames.
+  std::unique_ptr<engine::layout::PictureLoader> pictures_;
   int zoom_ = 100;
   int dpi_ = 96;
   int scrollX_ = 0, scrollY_ = 0;  // pixels

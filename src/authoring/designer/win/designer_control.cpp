@@ -24,7 +24,9 @@
 #include "connections/win/select_tables_form.h"
 #include "engine/data/table_connection.h"
 #include "engine/engine_objects.h"
+#include "engine/layout/picture.h"
 #include "engine/win/gdi_measure.h"
+#include "engine/win/wic_picture_decoder.h"
 
 namespace mervane::authoring::win {
 
@@ -870,6 +872,8 @@ struct DesignerControl::Impl {
     AppendMenuW(viewMenu, MF_POPUP, reinterpret_cast<UINT_PTR>(zoomMenu), L"&Zoom");
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(file), L"&File");
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(editMenu), L"&Edit");
+    AppendMenuW(insert, MF_STRING, kCommandInsertPicture, L"&Picture...");
+    AppendMenuW(insert, MF_STRING, kCommandInsertPictureField, L"Picture from Fi&eld...");
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(insert), L"&Insert");
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(formatMenu), L"F&ormat");
     AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(report), L"&Report");
@@ -1295,6 +1299,26 @@ struct DesignerControl::Impl {
         editor.insertObject(std::move(o), parts);
         break;
       }
+      case kCommandInsertPicture:
+        if (editable && choosePicture(dialogOwner, o.picture)) {
+          const auto header = engine::layout::readPictureHeader(o.picture.image.view());
+          o.kind = model::ObjectKind::Picture;
+          o.width = 1440;
+          // An inch across, as high as the picture's shape makes it (within reason).
+          o.height = static_cast<std::int32_t>(std::clamp<std::int64_t>(
+              static_cast<std::int64_t>(o.width) * header.height / std::max(1, header.width), 240, 4320));
+          o.name = editor.uniqueName(u"Picture");
+          editor.insertObject(std::move(o));
+        }
+        break;
+      case kCommandInsertPictureField:
+        if (editable && chooseField(dialogOwner, o.field, catalogue()) && !o.field.column.empty()) {
+          o.kind = model::ObjectKind::Picture;
+          o.height = 1440;
+          o.name = editor.uniqueName(o.field.column);
+          editor.insertObject(std::move(o));
+        }
+        break;
       case kCommandReportTitle:
         if (editable && editTitle(dialogOwner, parts.title)) editor.changeReportParts(parts);
         break;
@@ -1330,6 +1354,7 @@ struct DesignerControl::Impl {
 DesignerControl::DesignerControl() : impl_(std::make_unique<Impl>()) {
   // New fields are sized in the fonts as the report will print them.
   impl_->editor.setMeasure(std::make_shared<engine::win::GdiMeasure>());
+  engine::win::useWindowsPictureDecoder();
 }
 
 DesignerControl::~DesignerControl() {

@@ -74,6 +74,9 @@ enum DesignerCommand : UINT {
   kCommandZoom100,
   kCommandZoom150,
   kCommandZoom200,
+  // Insert, continued
+  kCommandInsertPicture = 0x7160,
+  kCommandInsertPictureField,
   // Conditional formatting and running totals
   kCommandConditionalFormatting = 0x7180,  // the selected objects', else the current section's
   kCommandSectionConditions,               // the current section's
@@ -111,8 +114,6 @@ enum DesignerCommand : UINT {
   kCommandZoomIn,
   kCommandZoomOut,
   kCommandLastComfort = 0x71DF,
-  // The toolbar's picture button sends Insert > Picture's id.
-  kToolbarInsertPicture = 0x7160,
 };
 
 // An entry of the context menus: other areas append theirs (conditional

@@ -87,5 +87,8 @@ bool chooseSummary(HWND owner, model::SummaryOperation& operation, model::FieldR
 // another table the user names) and the link fields from the main report.
 // With `linksOnly` ("Subreport Links") only the links change.
 bool chooseSubreport(HWND owner, model::Subreport& subreport, const FieldCatalogue& fields, bool linksOnly = false);
+// A picture file, through the open dialog: its bytes, once they are known to
+// be a picture; a file that is not one is refused in a message.
+bool choosePicture(HWND owner, model::Picture& picture);
 
 }  // namespace mervane::authoring::win

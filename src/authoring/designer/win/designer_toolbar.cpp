@@ -163,7 +163,7 @@ const Button kButtons[] = {
     {GField, kCommandInsertField, BTNS_BUTTON, L"Insert Field"},
     {GLine, kCommandInsertLine, BTNS_BUTTON, L"Insert Line"},
     {GBox, kCommandInsertBox, BTNS_BUTTON, L"Insert Box"},
-    {GPicture, kToolbarInsertPicture, BTNS_BUTTON, L"Insert Picture"},
+    {GPicture, kCommandInsertPicture, BTNS_BUTTON, L"Insert Picture"},
     {-1, 0, BTNS_SEP, nullptr, 8},
     {GUndo, kCommandUndo, BTNS_BUTTON, L"Undo (Ctrl+Z)"},
     {GRedo, kCommandRedo, BTNS_BUTTON, L"Redo (Ctrl+Y)"},
@@ -270,7 +270,7 @@ void DesignerToolbar::show(const State& state) {
   check(kCommandTextCentre, alignment == L"Centre");
   check(kCommandTextRight, alignment == L"Right");
   for (UINT id : {UINT{kCommandInsertText}, UINT{kCommandInsertField}, UINT{kCommandInsertLine},
-                  UINT{kCommandInsertBox}, UINT{kToolbarInsertPicture}})
+                  UINT{kCommandInsertBox}, UINT{kCommandInsertPicture}})
     enable(id, state.editable);
   enable(kCommandUndo, state.editable && state.canUndo);
   enable(kCommandRedo, state.editable && state.canRedo);
