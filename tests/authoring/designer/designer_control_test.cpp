@@ -369,6 +369,19 @@ TEST_F(DesignerWindow, TextTypedInPlaceAndObjectsDraggedBetweenSections) {
   key('Z', true);
   EXPECT_EQ(details().size(), 2u);
   EXPECT_TRUE(doc.definition.sections[1].objects.empty());
+
+  // Held near the lower edge, the surface scrolls on by itself.
+  control.setZoom(400);
+  pump(30);
+  RECT client;
+  GetClientRect(control.canvas(), &client);
+  const POINT first = onCanvas(2, 300, 100);
+  mouse(control.canvas(), WM_LBUTTONDOWN, first, MK_LBUTTON);
+  mouse(control.canvas(), WM_MOUSEMOVE, {first.x, client.bottom - 4}, MK_LBUTTON);
+  pump(300);
+  EXPECT_GT(GetScrollPos(control.canvas(), SB_VERT), 0);
+  mouse(control.canvas(), WM_LBUTTONUP, {first.x, client.bottom - 4});
+  EXPECT_EQ(changes, 5);  // typed twice, dragged, undone, dragged
 }
 
 TEST_F(DesignerWindow, GroupDeletedThroughReportGroupsAfterAskingAndSaved) {
