@@ -320,6 +320,16 @@ TEST_F(DesignerWindow, FormatMenuAndToolbarFollowTheSelection) {
   EXPECT_EQ(details()[0].format.alignment, model::Alignment::Centre);
   EXPECT_FALSE(SendMessageW(toolbar, TB_ISBUTTONCHECKED, kCommandTextRight, 0));
   EXPECT_EQ(changes, 5);
+  // A size typed into the toolbar's box counts once the box is left.
+  HWND size = GetDlgItem(toolbar, kCommandFontSize);
+  SetFocus(size);
+  SetWindowTextW(size, L"14");
+  pump(30);
+  SetFocus(control.canvas());
+  pump(50);
+  EXPECT_EQ(details()[0].format.fontSize, 280);
+  EXPECT_EQ(details()[1].format.fontSize, 280);
+  key('Z', true);
   // Nothing selected: the formatting buttons grey out.
   key(VK_ESCAPE);
   EXPECT_FALSE(SendMessageW(toolbar, TB_ISBUTTONENABLED, kCommandBold, 0));
