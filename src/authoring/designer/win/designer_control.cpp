@@ -151,7 +151,7 @@ struct DesignerControl::Impl {
       case WM_SIZE: arrange(); return 0;
       case WM_NOTIFY: {
         const auto& header = *reinterpret_cast<const NMHDR*>(lParam);
-        if (panel.onNotify(header)) return 0;
+        if (panel.onNotify(header) || toolbar.onNotify(header)) return 0;
         break;
       }
       case WM_SETFOCUS: SetFocus(canvas.hwnd()); return 0;

@@ -311,4 +311,15 @@ std::optional<std::pair<Text, Text>> DesignerToolbar::boxCommand(WPARAM wParam, 
   return std::make_pair(Text(from == font_ ? u"font" : u"fontSize"), fromWide(chosen));
 }
 
+bool DesignerToolbar::onNotify(const NMHDR& header) const {
+  if (header.hwndFrom != toolbar_ || header.code != TBN_GETINFOTIPW) return false;
+  auto& tip = const_cast<NMTBGETINFOTIPW&>(reinterpret_cast<const NMTBGETINFOTIPW&>(header));
+  for (const Button& b : kButtons)
+    if (b.tip && static_cast<int>(b.id) == tip.iItem && tip.pszText && tip.cchTextMax > 0) {
+      lstrcpynW(tip.pszText, b.tip, tip.cchTextMax);
+      return true;
+    }
+  return false;
+}
+
 }  // namespace mervane::authoring::win
