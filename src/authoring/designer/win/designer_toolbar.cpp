@@ -26,7 +26,7 @@ enum Glyph { GBold, GItalic, GUnderline, GLeft, GCentre, GRight, GColour, GText,
 
 void drawLetter(HDC dc, const wchar_t* letter, int weight, bool italic, bool underline) {
   HFONT font = CreateFontW(-13, 0, 0, 0, weight, italic, underline, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
-                           CLIP_DEFAULT_PRECIS, NONANTIALIASED_QUALITY, DEFAULT_PITCH, L"Tahoma");
+                           CLIP_DEFAULT_PRECIS, NONANTIALIASED_QUALITY, DEFAULT_PITCH, L"Arial");
   HGDIOBJ old = SelectObject(dc, font);
   RECT r{0, 0, kIcon, kIcon - 1};
   DrawTextW(dc, letter, -1, &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
