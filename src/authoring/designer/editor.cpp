@@ -222,6 +222,18 @@ void Editor::dragTo(Point p) {
 }
 
 Point Editor::movedDelta(Point to, EdgeSnap* guides) const {
+  MoveMemo& memo = moveMemo_;
+  if (memo.valid && memo.revision == revision_ && memo.start == gesture_.start && memo.to == to) {
+    if (guides) *guides = memo.guides;
+    return memo.delta;
+  }
+  memo = {true, revision_, gesture_.start, to, {}, {}};
+  memo.delta = workOutMove(to, memo.guides);
+  if (guides) *guides = memo.guides;
+  return memo.delta;
+}
+
+Point Editor::workOutMove(Point to, EdgeSnap& guides) const {
   const auto* report = definition();
   Point d{to.x - gesture_.start.x, to.y - gesture_.start.y};
   if (!report || selection_.objects.empty()) return d;
@@ -243,7 +255,7 @@ Point Editor::movedDelta(Point to, EdgeSnap* guides) const {
       moved.x += d.x, moved.y += d.y;
       const EdgeSnap edges = snapToEdges(moved, others, options_.snapReach);
       d.x += edges.shift.x, d.y += edges.shift.y;
-      if (guides) *guides = edges;
+      guides = edges;
     }
   }
   // Not past the surface's left edge or above the first band's body,

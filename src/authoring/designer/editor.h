@@ -173,6 +173,7 @@ class Editor {
   void resetView();
   bool placeColumn(const model::FieldRef& column, const ColumnShape& shape, std::size_t section, Point at);
   Point movedDelta(Point to, EdgeSnap* guides = nullptr) const;
+  Point workOutMove(Point to, EdgeSnap& guides) const;
   bool moveSelection(const std::vector<Box>& boxes);
 
   engine::ReportDocument* document_ = nullptr;  // the report open: main_ or subreportDocument_
@@ -185,6 +186,16 @@ class Editor {
   Selection selection_;
   ObjectRef primary_;
   bool hasPrimary_ = false;
+  // The last move worked out, kept while the gesture's point is the same
+  // (a frame asks for it more than once).
+  struct MoveMemo {
+    bool valid = false;
+    std::uint64_t revision = 0;
+    Point start, to;
+    Point delta;
+    EdgeSnap guides;
+  };
+  mutable MoveMemo moveMemo_;
   Gesture gesture_;
   std::vector<std::unique_ptr<Command>> done_;
   std::vector<std::unique_ptr<Command>> undone_;

@@ -427,6 +427,16 @@ TEST_F(DesignerWindow, FormatMenuAndToolbarFollowTheSelection) {
   EXPECT_EQ(details()[0].format.alignment, model::Alignment::Centre);
   EXPECT_FALSE(SendMessageW(toolbar, TB_ISBUTTONCHECKED, kCommandTextRight, 0));
   EXPECT_EQ(changes, 5);
+  // A size typed into the toolbar's box counts once the box is left.
+  HWND size = GetDlgItem(toolbar, kCommandFontSize);
+  SetFocus(size);
+  SetWindowTextW(size, L"14");
+  pump(30);
+  SetFocus(control.canvas());
+  pump(50);
+  EXPECT_EQ(details()[0].format.fontSize, 280);
+  EXPECT_EQ(details()[1].format.fontSize, 280);
+  key('Z', true);
   // Nothing selected: the formatting buttons grey out.
   key(VK_ESCAPE);
   EXPECT_FALSE(SendMessageW(toolbar, TB_ISBUTTONENABLED, kCommandBold, 0));
@@ -476,6 +486,19 @@ TEST_F(DesignerWindow, TextTypedInPlaceAndObjectsDraggedBetweenSections) {
   key('Z', true);
   EXPECT_EQ(details().size(), 2u);
   EXPECT_TRUE(doc.definition.sections[1].objects.empty());
+
+  // Held near the lower edge, the surface scrolls on by itself.
+  control.setZoom(400);
+  pump(30);
+  RECT client;
+  GetClientRect(control.canvas(), &client);
+  const POINT first = onCanvas(2, 300, 100);
+  mouse(control.canvas(), WM_LBUTTONDOWN, first, MK_LBUTTON);
+  mouse(control.canvas(), WM_MOUSEMOVE, {first.x, client.bottom - 4}, MK_LBUTTON);
+  pump(300);
+  EXPECT_GT(GetScrollPos(control.canvas(), SB_VERT), 0);
+  mouse(control.canvas(), WM_LBUTTONUP, {first.x, client.bottom - 4});
+  EXPECT_EQ(changes, 5);  // typed twice, dragged, undone, dragged
 }
 
 TEST_F(DesignerWindow, GroupDeletedThroughReportGroupsAfterAskingAndSaved) {

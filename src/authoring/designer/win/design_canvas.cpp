@@ -290,6 +290,7 @@ void DesignCanvas::onMouse(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_MOUSEMOVE:
       if (GetCapture() != hwnd_ || editor_->gesture().kind == designer::Gesture::None) return;
       editor_->dragTo(at);
+      pointer_ = client;
       InvalidateRect(hwnd_, nullptr, FALSE);
       if (!scrolling_ && autoScroll()) {
         SetTimer(hwnd_, kScrollTimer, 40, nullptr);
@@ -542,9 +543,7 @@ void DesignCanvas::paintRulers(HDC dc, const RECT& client) {
 
 bool DesignCanvas::autoScroll() {
   if (GetCapture() != hwnd_ || editor_->gesture().kind == designer::Gesture::None) return false;
-  POINT at;
-  GetCursorPos(&at);
-  ScreenToClient(hwnd_, &at);
+  const POINT at = pointer_;
   RECT client;
   GetClientRect(hwnd_, &client);
   int dx = 0, dy = 0;

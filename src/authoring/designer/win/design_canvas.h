@@ -86,6 +86,7 @@ class DesignCanvas {
   HFONT textFont_ = nullptr;
   designer::ObjectRef textRef_;
   bool scrolling_ = false;  // the auto-scroll timer runs
+  POINT pointer_{};         // where the pointer was last while dragging
 };
 
 }  // namespace mervane::authoring::win

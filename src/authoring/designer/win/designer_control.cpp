@@ -178,7 +178,7 @@ struct DesignerControl::Impl {
           showTab(TabCtrl_GetCurSel(tabs));
           return 0;
         }
-        if (panel.onNotify(header)) return 0;
+        if (panel.onNotify(header) || toolbar.onNotify(header)) return 0;
         break;
       }
       case WM_SETFOCUS: SetFocus(canvas.hwnd()); return 0;

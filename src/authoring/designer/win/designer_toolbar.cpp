@@ -26,7 +26,7 @@ enum Glyph { GBold, GItalic, GUnderline, GLeft, GCentre, GRight, GColour, GText,
 
 void drawLetter(HDC dc, const wchar_t* letter, int weight, bool italic, bool underline) {
   HFONT font = CreateFontW(-13, 0, 0, 0, weight, italic, underline, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
-                           CLIP_DEFAULT_PRECIS, NONANTIALIASED_QUALITY, DEFAULT_PITCH, L"Tahoma");
+                           CLIP_DEFAULT_PRECIS, NONANTIALIASED_QUALITY, DEFAULT_PITCH, L"Arial");
   HGDIOBJ old = SelectObject(dc, font);
   RECT r{0, 0, kIcon, kIcon - 1};
   DrawTextW(dc, letter, -1, &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
@@ -309,6 +309,17 @@ std::optional<std::pair<Text, Text>> DesignerToolbar::boxCommand(WPARAM wParam, 
   }
   (from == font_ ? shownFont_ : shownSize_) = chosen;
   return std::make_pair(Text(from == font_ ? u"font" : u"fontSize"), fromWide(chosen));
+}
+
+bool DesignerToolbar::onNotify(const NMHDR& header) const {
+  if (header.hwndFrom != toolbar_ || header.code != TBN_GETINFOTIPW) return false;
+  auto& tip = const_cast<NMTBGETINFOTIPW&>(reinterpret_cast<const NMTBGETINFOTIPW&>(header));
+  for (const Button& b : kButtons)
+    if (b.tip && static_cast<int>(b.id) == tip.iItem && tip.pszText && tip.cchTextMax > 0) {
+      lstrcpynW(tip.pszText, b.tip, tip.cchTextMax);
+      return true;
+    }
+  return false;
 }
 
 }  // namespace mervane::authoring::win

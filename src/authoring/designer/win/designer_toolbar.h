@@ -42,6 +42,9 @@ class DesignerToolbar {
   // A WM_COMMAND from one of the boxes: the property it sets and the value
   // chosen or typed (once the choice is made or the box is left).
   std::optional<std::pair<Text, Text>> boxCommand(WPARAM wParam, LPARAM lParam);
+  // A notification from the toolbar asking for a button's tooltip; false
+  // for any other.
+  bool onNotify(const NMHDR& header) const;
 
  private:
   HWND toolbar_ = nullptr, font_ = nullptr, size_ = nullptr;
