@@ -474,6 +474,7 @@ struct DesignerControl::Impl {
     AppendMenuW(report, MF_SEPARATOR, 0, nullptr);
     AppendMenuW(report, MF_STRING, kCommandConditionalFormatting, L"&Conditional Formatting...");
     AppendMenuW(report, MF_STRING, kCommandSectionConditions, L"Section C&onditions...");
+    AppendMenuW(report, MF_STRING, kCommandEditRunningTotal, L"&Running Total...");
     AppendMenuW(insert, MF_STRING, kCommandInsertRunningTotal, L"&Running Total...");
     zoomMenu = menu({{kCommandZoom50, L"&50%"},
                      {kCommandZoom75, L"&75%"},
@@ -593,6 +594,38 @@ struct DesignerControl::Impl {
     model::Section after = before;
     for (std::size_t i = 0; i < rows.size(); ++i) after.conditions.*designer::sectionConditionRows()[i].member = rows[i].formula;
     if (!(after.conditions == before.conditions)) editor.execute(designer::changeSection(index, before, after));
+  }
+
+  // The running total the selected field shows, changed in one step with
+  // the fields that show it when it is renamed.
+  void editRunningTotalShown(HWND dialogOwner, designer::ReportParts parts) {
+    const auto& refs = editor.selection().objects;
+    const auto& sections = editor.definition()->sections;
+    if (refs.size() != 1) return;
+    const model::ReportObject& shown = sections[refs[0].section].objects[refs[0].index];
+    auto found = std::find_if(parts.runningTotals.begin(), parts.runningTotals.end(),
+                              [&](const model::RunningTotal& t) { return equalsNoCase(t.name, shown.formula); });
+    if (shown.kind != model::ObjectKind::RunningTotalField || found == parts.runningTotals.end()) return;
+    const Text oldName = found->name;
+    const auto problem = [&](const model::RunningTotal& t) {
+      return designer::runningTotalProblem(*editor.definition(), fields, t, oldName);
+    };
+    const designer::ReportParts before = parts;
+    if (!editRunningTotal(dialogOwner, *found, catalogue(), problem)) return;
+    std::vector<std::unique_ptr<designer::Command>> steps;
+    steps.push_back(designer::changeReport(before, parts));
+    std::vector<designer::ObjectChange> renamed;
+    for (std::size_t s = 0; s < sections.size() && found->name != oldName; ++s) {
+      for (std::size_t i = 0; i < sections[s].objects.size(); ++i) {
+        const model::ReportObject& o = sections[s].objects[i];
+        if (o.kind != model::ObjectKind::RunningTotalField || !equalsNoCase(o.formula, oldName)) continue;
+        model::ReportObject after = o;
+        after.formula = found->name;
+        renamed.push_back({{s, i}, o, std::move(after)});
+      }
+    }
+    if (!renamed.empty()) steps.push_back(designer::changeObjects(std::move(renamed)));
+    if (!(before == parts)) editor.execute(designer::compose(std::move(steps)));
   }
 
   static Text uniqueTotalName(const designer::ReportParts& parts) {
@@ -717,6 +750,9 @@ struct DesignerControl::Impl {
         editor.insertObject(std::move(o), parts);
         break;
       }
+      case kCommandEditRunningTotal:
+        if (editable) editRunningTotalShown(dialogOwner, parts);
+        break;
       case kCommandReportTitle:
         if (editable && editTitle(dialogOwner, parts.title)) editor.changeReportParts(parts);
         break;

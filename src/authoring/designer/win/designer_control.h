@@ -74,6 +74,7 @@ enum DesignerCommand : UINT {
   kCommandConditionalFormatting = 0x7180,  // the selected objects', else the current section's
   kCommandSectionConditions,               // the current section's
   kCommandInsertRunningTotal,
+  kCommandEditRunningTotal,  // the running total the selected field shows
 };
 
 class DesignerControl {
