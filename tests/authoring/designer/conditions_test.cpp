@@ -91,6 +91,10 @@ TEST(RunningTotalRules, InsertingOneAndItsFieldIsOneStepAndConditionsUndo) {
   ASSERT_TRUE(editor.undo());
   ASSERT_TRUE(editor.undo());
   EXPECT_EQ(d.definition, before.definition);
+
+  Text formula = u"if {#Balance} < 0 then crRed else if {#Balance2} < 0 then crBlue";
+  EXPECT_TRUE(renameRunningTotalIn(formula, u"Balance", u"Due now"));
+  EXPECT_EQ(formula, u"if {#Due now} < 0 then crRed else if {#Balance2} < 0 then crBlue");
 }
 
 }  // namespace

@@ -612,16 +612,24 @@ struct DesignerControl::Impl {
     };
     const designer::ReportParts before = parts;
     if (!editRunningTotal(dialogOwner, *found, catalogue(), problem)) return;
+    // A new name reaches the fields that show it and the formulas that read it.
+    const Text newName = found->name;
+    const auto rename = [&](Text& text) { return newName != oldName && designer::renameRunningTotalIn(text, oldName, newName); };
+    for (model::Formula& f : parts.formulas) rename(f.text);
     std::vector<std::unique_ptr<designer::Command>> steps;
     steps.push_back(designer::changeReport(before, parts));
     std::vector<designer::ObjectChange> renamed;
-    for (std::size_t s = 0; s < sections.size() && found->name != oldName; ++s) {
+    for (std::size_t s = 0; s < sections.size() && newName != oldName; ++s) {
+      model::Section section = sections[s];
+      bool changed = false;
+      for (const auto& row : designer::sectionConditionRows()) changed = rename(section.conditions.*row.member) || changed;
+      if (changed) steps.push_back(designer::changeSection(s, sections[s], section));
       for (std::size_t i = 0; i < sections[s].objects.size(); ++i) {
         const model::ReportObject& o = sections[s].objects[i];
-        if (o.kind != model::ObjectKind::RunningTotalField || !equalsNoCase(o.formula, oldName)) continue;
         model::ReportObject after = o;
-        after.formula = found->name;
-        renamed.push_back({{s, i}, o, std::move(after)});
+        if (o.kind == model::ObjectKind::RunningTotalField && equalsNoCase(o.formula, oldName)) after.formula = newName;
+        for (const auto& row : designer::objectConditionRows()) rename(after.conditions.*row.member);
+        if (!(after == o)) renamed.push_back({{s, i}, o, std::move(after)});
       }
     }
     if (!renamed.empty()) steps.push_back(designer::changeObjects(std::move(renamed)));
