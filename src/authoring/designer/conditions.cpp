@@ -75,6 +75,16 @@ std::optional<Text> conditionProblem(const char16_t* label, const Text& text) {
   return Text(label) + u", " + lowerFirst(statusLine(mistake));
 }
 
+bool renameRunningTotalIn(Text& text, const Text& from, const Text& to) {
+  const Text old = formula::runningTotalReference(from), renamed = formula::runningTotalReference(to);
+  bool changed = false;
+  for (std::size_t at = text.find(old); at != Text::npos; at = text.find(old, at + renamed.size())) {
+    text.replace(at, old.size(), renamed);
+    changed = true;
+  }
+  return changed;
+}
+
 std::optional<Text> runningTotalProblem(const model::ReportDefinition& report, const FieldList& fields,
                                         const model::RunningTotal& total, const Text& replacing) {
   const Text name = trim(total.name);

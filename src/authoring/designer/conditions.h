@@ -36,4 +36,9 @@ std::optional<Text> conditionProblem(const char16_t* label, const Text& formula)
 std::optional<Text> runningTotalProblem(const model::ReportDefinition& report, const FieldList& fields,
                                         const model::RunningTotal& total, const Text& replacing = {});
 
+// A formula with its references to the running total `from` ({#from}, as
+// written by the designer) turned into references to `to`; true when it
+// changed.
+bool renameRunningTotalIn(Text& formula, const Text& from, const Text& to);
+
 }  // namespace mervane::authoring::designer

@@ -684,7 +684,8 @@ class Pager {
         context.at(stream.row(), stream.record());
         context.current(&value);
         const bool hidden = context.isTrue(po.conditions->suppress, false);
-        if (!hidden && items) {
+        // Measuring needs the format only where it changes how text wraps.
+        if (!hidden && (items || object.format.canGrow)) {
           adjusted = object.format;
           applyConditions(*po.conditions, context, adjusted);
           formatOf = &adjusted;

@@ -64,7 +64,10 @@ struct Accumulator {
 // A running total, as far as the rows have gone.
 struct RunningState {
   Accumulator sums;
-  std::unordered_set<std::string> distinct;  // distinct counts only: the values seen since the last reset
+  // Distinct counts only: the values seen since the last reset. They are kept
+  // in every page's saved start, so a distinct count over very many values
+  // that never resets costs memory with each page.
+  std::unordered_set<std::string> distinct;
   std::string last;                          // evaluated on a change of field: that field's value before
   bool haveLast = false;
 };

@@ -42,7 +42,6 @@ TEST(RunningTotalRules, WhatCannotWorkIsRefusedInWords) {
   engine::ReportDocument d = orders();
   d.definition.runningTotals.push_back(total(u"Balance", {u"Orders", u"Amount", {}}));
 
-  EXPECT_EQ(problem(d, total(u"Net total", {u"", u"Net", {}})), "");
   EXPECT_EQ(problem(d, total(u"  ", {u"Orders", u"Amount", {}})), "Please give the running total a name.");
   EXPECT_EQ(problem(d, total(u"BALANCE", {u"Orders", u"Amount", {}})),
             "The report already has a running total named BALANCE.");
@@ -71,13 +70,6 @@ TEST(RunningTotalRules, WhatCannotWorkIsRefusedInWords) {
   EXPECT_EQ(problem(d, picky), "");
 }
 
-TEST(ConditionRows, MistakesNameTheRowLineAndColumn) {
-  EXPECT_EQ(conditionProblem(u"Font colour", u"if {Orders.Amount} < 0 then crRed else crBlack"), std::nullopt);
-  EXPECT_EQ(conditionProblem(u"Font colour", u"  "), std::nullopt);
-  EXPECT_EQ(toUtf8(*conditionProblem(u"Font colour", u"if {Orders.Amount} < 0\r\nthen crPink")),
-            "Font colour, line 2, column 6: Unknown name crPink; fields are written {Table.Column} and formulas {@Name}");
-}
-
 TEST(RunningTotalRules, InsertingOneAndItsFieldIsOneStepAndConditionsUndo) {
   engine::ReportDocument d = orders();
   const engine::ReportDocument before = d;
@@ -99,8 +91,10 @@ TEST(RunningTotalRules, InsertingOneAndItsFieldIsOneStepAndConditionsUndo) {
   ASSERT_TRUE(editor.undo());
   ASSERT_TRUE(editor.undo());
   EXPECT_EQ(d.definition, before.definition);
-  ASSERT_TRUE(editor.redo());
-  EXPECT_EQ(d.definition.runningTotals.at(0).name, u"Balance");
+
+  Text formula = u"if {#Balance} < 0 then crRed else if {#Balance2} < 0 then crBlue";
+  EXPECT_TRUE(renameRunningTotalIn(formula, u"Balance", u"Due now"));
+  EXPECT_EQ(formula, u"if {#Due now} < 0 then crRed else if {#Balance2} < 0 then crBlue");
 }
 
 }  // namespace

@@ -363,6 +363,26 @@ TEST_F(DesignerWindow, NegativeAmountsRedAndARunningBalance) {
   EXPECT_TRUE(refusedWhileWrong);
   const model::ReportObject& shown = details()[2];
   EXPECT_EQ(shown.conditions.fontColour, u"if {Orders.Amount} < 0 then crRed else crBlack");
+
+  // Report > Running Total... on the balance's field renames it; the field
+  // follows, and one undo takes both back.
+  const model::ReportObject& balance = details().back();
+  click(onCanvas(2, balance.x + balance.width / 2, balance.y + balance.height / 2));
+  {
+    Person person(L"Running Total", [&](Person& p, HWND dialog) {
+      p.type(dialog, 102, L"Running balance");
+      p.press(dialog, IDOK);
+    });
+    PostMessageW(host, WM_COMMAND, kCommandEditRunningTotal, 0);
+    pump(300);
+  }
+  EXPECT_EQ(doc.definition.runningTotals[0].name, u"Running balance");
+  EXPECT_EQ(details().back().formula, u"Running balance");
+  SetFocus(control.canvas());
+  key('Z', true);
+  EXPECT_EQ(details().back().formula, u"Balance");
+  key('Y', true);
+  EXPECT_EQ(doc.definition.runningTotals[0].name, u"Running balance");
   hold();
 
   // The report as it prints: the negative amounts red, the balance line by line.

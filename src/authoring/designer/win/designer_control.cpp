@@ -833,6 +833,7 @@ struct DesignerControl::Impl {
                                       {kCommandGroups, L"&Groups..."},
                                       {kCommandSectionOptions, L"S&ection Options..."},
                                       {kCommandSectionConditions, L"Section C&onditions..."},
+                                      {kCommandEditRunningTotal, L"&Running Total..."},
                                       {0, nullptr},
                                       {kCommandTables, L"T&ables..."},
                                       {kCommandSubreportLinks, L"Su&breport Links..."}});
@@ -992,6 +993,46 @@ struct DesignerControl::Impl {
     model::Section after = before;
     for (std::size_t i = 0; i < rows.size(); ++i) after.conditions.*designer::sectionConditionRows()[i].member = rows[i].formula;
     if (!(after.conditions == before.conditions)) editor.execute(designer::changeSection(index, before, after));
+  }
+
+  // The running total the selected field shows, changed in one step with
+  // the fields that show it when it is renamed.
+  void editRunningTotalShown(HWND dialogOwner, designer::ReportParts parts) {
+    const auto& refs = editor.selection().objects;
+    const auto& sections = editor.definition()->sections;
+    if (refs.size() != 1) return;
+    const model::ReportObject& shown = sections[refs[0].section].objects[refs[0].index];
+    auto found = std::find_if(parts.runningTotals.begin(), parts.runningTotals.end(),
+                              [&](const model::RunningTotal& t) { return equalsNoCase(t.name, shown.formula); });
+    if (shown.kind != model::ObjectKind::RunningTotalField || found == parts.runningTotals.end()) return;
+    const Text oldName = found->name;
+    const auto problem = [&](const model::RunningTotal& t) {
+      return designer::runningTotalProblem(*editor.definition(), fields, t, oldName);
+    };
+    const designer::ReportParts before = parts;
+    if (!editRunningTotal(dialogOwner, *found, catalogue(), problem)) return;
+    // A new name reaches the fields that show it and the formulas that read it.
+    const Text newName = found->name;
+    const auto rename = [&](Text& text) { return newName != oldName && designer::renameRunningTotalIn(text, oldName, newName); };
+    for (model::Formula& f : parts.formulas) rename(f.text);
+    std::vector<std::unique_ptr<designer::Command>> steps;
+    steps.push_back(designer::changeReport(before, parts));
+    std::vector<designer::ObjectChange> renamed;
+    for (std::size_t s = 0; s < sections.size() && newName != oldName; ++s) {
+      model::Section section = sections[s];
+      bool changed = false;
+      for (const auto& row : designer::sectionConditionRows()) changed = rename(section.conditions.*row.member) || changed;
+      if (changed) steps.push_back(designer::changeSection(s, sections[s], section));
+      for (std::size_t i = 0; i < sections[s].objects.size(); ++i) {
+        const model::ReportObject& o = sections[s].objects[i];
+        model::ReportObject after = o;
+        if (o.kind == model::ObjectKind::RunningTotalField && equalsNoCase(o.formula, oldName)) after.formula = newName;
+        for (const auto& row : designer::objectConditionRows()) rename(after.conditions.*row.member);
+        if (!(after == o)) renamed.push_back({{s, i}, o, std::move(after)});
+      }
+    }
+    if (!renamed.empty()) steps.push_back(designer::changeObjects(std::move(renamed)));
+    if (!(before == parts)) editor.execute(designer::compose(std::move(steps)));
   }
 
   static Text uniqueTotalName(const designer::ReportParts& parts) {
@@ -1318,6 +1359,9 @@ struct DesignerControl::Impl {
           o.name = editor.uniqueName(o.field.column);
           editor.insertObject(std::move(o));
         }
+        break;
+      case kCommandEditRunningTotal:
+        if (editable) editRunningTotalShown(dialogOwner, parts);
         break;
       case kCommandReportTitle:
         if (editable && editTitle(dialogOwner, parts.title)) editor.changeReportParts(parts);

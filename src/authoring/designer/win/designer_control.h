@@ -81,6 +81,7 @@ enum DesignerCommand : UINT {
   kCommandConditionalFormatting = 0x7180,  // the selected objects', else the current section's
   kCommandSectionConditions,               // the current section's
   kCommandInsertRunningTotal,
+  kCommandEditRunningTotal,  // the running total the selected field shows
   // Format: arranging the selection relative to the object clicked last.
   kCommandAlignLeft = 0x71A0,
   kCommandAlignRight,
