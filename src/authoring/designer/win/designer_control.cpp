@@ -38,7 +38,7 @@ namespace {
 
 constexpr wchar_t kClassName[] = L"MervaneDesigner";
 constexpr UINT kColumnsRead = WM_APP + 0x41;  // the field list's columns are in
-constexpr int kTreeId = 1, kCanvasId = 2, kListId = 3, kTabsId = 4, kToolbarId = 5;
+constexpr int kTreeId = 1, kCanvasId = 2, kListId = 3, kToolbarId = 4, kTabsId = 5;
 constexpr int kTreeWidth = 190, kPanelWidth = 250, kTabsHeight = 24;  // pixels
 
 // The clipboard, open for a scope.
