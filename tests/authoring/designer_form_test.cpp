@@ -26,7 +26,9 @@
 #include "engine/engine.h"
 #include "engine/win/compound_report_files.h"
 #include "engine/win/engine_factory.h"
+#include "engine/win/gdi_font_source.h"
 #include "engine/win/gdi_measure.h"
+#include "engine/export/pdf_writer.h"
 #include "components/win/host_components.h"
 #include "person.h"
 
@@ -844,9 +846,12 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
   EXPECT_LT(first, orders) << toUtf8(all);
   EXPECT_LT(orders, next) << toUtf8(all);
   EXPECT_EQ(all.find(u"|198|", next), Text::npos) << toUtf8(all);
-  // Saved for printing to PDF by hand (print_to_pdf.sh).
-  if (const char* keep = std::getenv("MERVANE_KEEP_REPORT"))
-    form->currentReport()->saveAs(text(fromUnix(keep).wstring()), 1792);
+  // Exported as the viewer's Export does, for pdftotext to read back.
+  fs::create_directories("subreport-export");
+  std::ofstream out("subreport-export/customers-orders.pdf", std::ios::binary | std::ios::trunc);
+  engine::exporting::PdfOptions options;
+  options.fonts = std::make_shared<engine::win::GdiFontSource>();
+  EXPECT_TRUE(engine::exporting::writePdf(engine::exporting::feedOf(*run), out, {}, options));
 }
 
 // Report > Tables on the customer list: Orders ticked in the tree of the
