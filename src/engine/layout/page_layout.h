@@ -72,11 +72,22 @@ struct FlowState {
   std::vector<formula::Value> ahead;  // per slot, for levels read ahead
 };
 
+// A subreport instance that did not fit on its page: the rest prints at the
+// top of the next page, in the same place across it.
+struct SubreportContinuation {
+  std::int32_t section = -1;  // the main report's section holding it
+  std::int32_t object = -1;   // its place among the section's prepared objects
+  std::uint64_t block = 0;    // its rows in the subreport's spool
+  FlowState flow;             // where its section stream stands
+  std::int32_t pending = -1;  // its section that did not fit
+};
+
 struct PageState {
   std::int32_t number = 1;
   FlowState flow;
   std::int32_t pending = -1;  // a section moved over from the page before
   std::vector<std::uint64_t> subreportInstances;  // instances laid out so far, per subreport
+  std::optional<SubreportContinuation> continuation;
 };
 
 PageState firstPageState(const PreparedReport& report);
