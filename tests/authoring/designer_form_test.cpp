@@ -26,7 +26,9 @@
 #include "engine/engine.h"
 #include "engine/win/compound_report_files.h"
 #include "engine/win/engine_factory.h"
+#include "engine/win/gdi_font_source.h"
 #include "engine/win/gdi_measure.h"
+#include "engine/export/pdf_writer.h"
 #include "components/win/host_components.h"
 #include "person.h"
 
@@ -844,9 +846,105 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
   EXPECT_LT(first, orders) << toUtf8(all);
   EXPECT_LT(orders, next) << toUtf8(all);
   EXPECT_EQ(all.find(u"|198|", next), Text::npos) << toUtf8(all);
-  // Saved for printing to PDF by hand (print_to_pdf.sh).
-  if (const char* keep = std::getenv("MERVANE_KEEP_REPORT"))
-    form->currentReport()->saveAs(text(fromUnix(keep).wstring()), 1792);
+  // Exported as the viewer's Export does, for pdftotext to read back.
+  fs::create_directories("subreport-export");
+  std::ofstream out("subreport-export/customers-orders.pdf", std::ios::binary | std::ios::trunc);
+  engine::exporting::PdfOptions options;
+  options.fonts = std::make_shared<engine::win::GdiFontSource>();
+  EXPECT_TRUE(engine::exporting::writePdf(engine::exporting::feedOf(*run), out, {}, options));
+}
+
+// Report > Tables on the customer list: Orders ticked in the tree of the
+// database's tables is added, linked to the customers by its key; one of
+// its columns placed and previewed. Unticked again, the designer asks
+// before it takes the table and that field away, and one undo brings both
+// back.
+TEST_F(DesignerFormTest, ATableAddedThroughReportTablesIsLinkedPlacedAndPreviewed) {
+  using authoring::win::DesignerForm;
+  namespace model = engine::model;
+  auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
+      [] { return createReportEngine(); }, nullptr, nullptr});
+  form->load();
+  form->setCaption(u"Tables test");
+  form->setSessionData(companySession());
+  form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
+  ASSERT_TRUE(form->currentReport());
+  auto& definition = form->currentReport()->document().definition;
+  auto& designer = *form->designerControl();
+  auto& editor = designer.editor();
+  const auto details = static_cast<std::size_t>(
+      std::find_if(definition.sections.begin(), definition.sections.end(),
+                   [](const auto& s) { return s.kind == model::SectionKind::Details; }) -
+      definition.sections.begin());
+  const std::size_t fieldsBefore = definition.sections[details].objects.size();
+  std::vector<std::wstring> listed;
+  std::vector<bool> tickedAtFirst;
+  std::vector<model::TableLink> links;
+  bool dragged = false;
+  std::size_t fieldsWithOrders = 0;
+  Text previewed;
+  std::wstring question;
+  // Ticks or unticks a table with the space bar, then OK.
+  const auto tick = [&](Person& p, HWND dialog, const std::wstring& table, bool record) {
+    HWND tree = GetDlgItem(dialog, 101);
+    for (HTREEITEM i = TreeView_GetChild(tree, TreeView_GetRoot(tree)); i; i = TreeView_GetNextSibling(tree, i)) {
+      if (record) {
+        listed.push_back(itemText(tree, i));
+        tickedAtFirst.push_back(TreeView_GetCheckState(tree, i) == 1);
+      }
+      if (itemText(tree, i) != table) continue;
+      const UINT before = TreeView_GetCheckState(tree, i);
+      TreeView_SelectItem(tree, i);
+      SetFocus(tree);
+      PostMessageW(tree, WM_KEYDOWN, VK_SPACE, 1);
+      PostMessageW(tree, WM_KEYUP, VK_SPACE, 0xC0000001);
+      waitFor([&] { return TreeView_GetCheckState(tree, i) != before; });
+    }
+    holdForScreenshots();
+    p.press(dialog, IDOK);
+  };
+  {
+    Person person(L"Tables test", [&](Person& p, HWND window) {
+      columnItem(findChild(window, WC_TREEVIEWW), L"Customers", L"CustomerID");
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandTables, 0);
+      if (HWND dialog = Person::waitForWindow(L"Tables")) tick(p, dialog, L"Orders", true);
+      waitFor([&] { return definition.data.tables.size() == 2; });
+      links = definition.data.links;
+      dragged = dragColumn(window, L"Orders", L"OrderDate",
+                           designer.canvasPoint({5600, editor.layout().band(details)->bodyTop + 30}));
+      fieldsWithOrders = definition.sections[details].objects.size();
+      clickTab(window, 1);
+      Sleep(1500);
+      holdForScreenshots();
+      if (auto page = form->currentReport()->run(std::make_shared<engine::win::GdiMeasure>())->page(1))
+        previewed = pageText(*page);
+      clickTab(window, 0);
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandTables, 0);
+      if (HWND dialog = Person::waitForWindow(L"Tables")) tick(p, dialog, L"Orders", false);
+      question = p.answerMessage(window, IDYES).text;
+      Sleep(300);
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      p.answerMessage(window, IDNO);
+    });
+    form->showModal();
+  }
+  EXPECT_EQ(listed, (std::vector<std::wstring>{L"Customers", L"Products", L"Orders", L"Order Lines"}));
+  EXPECT_EQ(tickedAtFirst, (std::vector<bool>{true, false, false, false}));
+  ASSERT_EQ(links.size(), 1u);
+  EXPECT_EQ(links[0].from.table + u"." + links[0].from.column, u"Customers.CustomerID");
+  EXPECT_EQ(links[0].to.table + u"." + links[0].to.column, u"Orders.CustomerID");
+  EXPECT_TRUE(dragged);
+  EXPECT_EQ(fieldsWithOrders, fieldsBefore + 1);
+  // Customer 198's two orders, each on a line of its own with its date.
+  EXPECT_NE(previewed.find(u"Anna Bergström|Århus|DK|2026-04-23|25,000|"), Text::npos) << toUtf8(previewed);
+  EXPECT_NE(previewed.find(u"Anna Bergström|Århus|DK|2026-08-01|25,000|"), Text::npos) << toUtf8(previewed);
+  EXPECT_EQ(question, L"Remove the table Orders and the field that shows its columns?");
+  EXPECT_EQ(definition.data.tables.size(), 1u);
+  EXPECT_TRUE(definition.data.links.empty());
+  EXPECT_EQ(definition.sections[details].objects.size(), fieldsBefore);
+  ASSERT_TRUE(editor.undo());
+  EXPECT_EQ(definition.data.tables.size(), 2u);
+  EXPECT_EQ(definition.sections[details].objects.size(), fieldsBefore + 1);
 }
 
 }  // namespace

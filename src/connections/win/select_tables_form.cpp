@@ -13,6 +13,7 @@ namespace {
 // Posted to the form after a click in the tree or the space bar, which may
 // change a check box after telling of it. (WM_APP itself is the form base's.)
 constexpr UINT kCheckBoxChanged = WM_APP + 1;
+constexpr UINT kApplyPresetTicks = WM_APP + 2;
 
 constexpr int kUnchecked = 1, kChecked = 2;  // state pictures of a check-box tree
 
@@ -123,13 +124,23 @@ void SelectTablesForm::addTableNode(const Text& parentKey, const Text& text) {
   remember(nodes_.addChild(parentKey, text, chooser::kTablePicture), added);
 }
 
+// The tree sets its check boxes afresh when it first paints (Wine's does):
+// the ticks are given once the form shows and the tree has painted.
 void SelectTablesForm::setTicked(int node, bool ticked) {
-  if (node < 0 || node >= static_cast<int>(items_.size())) return;
+  if (node >= 0 && node < static_cast<int>(items_.size())) presetTicks_.push_back({node, ticked});
+}
+
+void SelectTablesForm::applyPresetTicks() {
+  HWND tree = control(kTree);
+  if (!tree) return;
+  UpdateWindow(tree);  // its first paint, which sets the boxes afresh, comes first
   TreeMarks marks(*this);
-  marks.setChecked(node, ticked);
-  applyRules(node);
-  if (HWND tree = control(kTree))
-    for (int n = 0; n < static_cast<int>(items_.size()); ++n) seen_[static_cast<std::size_t>(n)] = isChecked(tree, item(n));
+  for (const auto& [node, ticked] : presetTicks_) {
+    marks.setChecked(node, ticked);
+    applyRules(node);
+  }
+  presetTicks_.clear();
+  for (int n = 0; n < static_cast<int>(items_.size()); ++n) seen_[static_cast<std::size_t>(n)] = isChecked(tree, item(n));
 }
 
 void SelectTablesForm::showModal() {
@@ -143,6 +154,7 @@ void SelectTablesForm::showModal() {
       if (!items_.empty()) SendMessageW(tree, TVM_SELECTITEM, TVGN_CARET, reinterpret_cast<LPARAM>(items_.front()));
     }
   }
+  if (!presetTicks_.empty()) PostMessageW(hwnd(), kApplyPresetTicks, 0, 0);
   Form::showModal();
 }
 
@@ -256,6 +268,9 @@ LRESULT SelectTablesForm::onMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     }
     case kCheckBoxChanged:
       checkBoxesChanged();
+      return 0;
+    case kApplyPresetTicks:
+      applyPresetTicks();
       return 0;
     default:
       break;

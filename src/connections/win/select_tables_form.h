@@ -11,6 +11,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "base/win/form.h"
@@ -38,7 +39,7 @@ class SelectTablesForm final : public Form, public TableChooser {
   std::vector<ChooserNodeState> nodes() override;
 
   // Ticks a node before the form is shown (a table the report already
-  // has); the tick rules run as for a click.
+  // has); the tick rules run as for a click, once it shows.
   void setTicked(int node, bool ticked);
 
   // The tree control's item for a node index (in the order added).
@@ -60,11 +61,13 @@ class SelectTablesForm final : public Form, public TableChooser {
   void checkBoxesChanged();
   void applyRules(int node);
   void pressOk();
+  void applyPresetTicks();
 
   chooser::NodeCollection nodes_;
   chooser::TickRules rules_;
   std::vector<HTREEITEM> items_;
   std::vector<bool> seen_;  // each node's tick as the form last saw it
+  std::vector<std::pair<int, bool>> presetTicks_;  // given before the form shows
   ImageList pictures_;
   bool okSelected_ = false;
   bool filling_ = false;      // redrawing is off while the caller adds nodes

@@ -478,6 +478,13 @@ class Pager {
       std::int64_t record = 0;
     } kept;
 
+    if (state_.continuation) {
+      y += pageHeaders(stream, y, bodyBottom);
+      headersDone = true;
+      placed = true;
+      y += continueSubreport(y, bodyBottom);
+      breakAfter = state_.continuation.has_value();
+    }
     for (;;) {
       int band = state_.pendingBefore >= 0 ? state_.pendingBefore : state_.pending;
       if (state_.pendingBefore >= 0)
@@ -507,11 +514,14 @@ class Pager {
       const std::vector<std::uint64_t> instances = state_.subreportInstances;
       const std::size_t itemsBefore = out_ ? out_->items.size() : 0;
       items.clear();
+      breakable_ = band;
       std::int32_t height = layoutSection(report_, section, stream, context_, geometry_.left, y, available, bodyBottom,
                                           out_ ? &items : nullptr);
+      breakable_ = -1;
       if (placed && height > available) {  // on the next page, whole
         state_.pending = band;
         state_.subreportInstances = instances;
+        state_.continuation.reset();
         // With the section it is kept together with, when that is not the
         // page's first and prints from the same record.
         if (kept.band >= 0 && kept.record == state_.flow.record) {
@@ -535,7 +545,8 @@ class Pager {
       placed = true;
       context_.at(stream.row(), stream.record());
       placedBody = placedBody || section.section->kind != SectionKind::ReportHeader;
-      breakAfter = context_.isTrue(section.newPageAfter, section.section->newPageAfter) || section.section->printAtBottom;
+      breakAfter = context_.isTrue(section.newPageAfter, section.section->newPageAfter) ||
+                   section.section->printAtBottom || state_.continuation.has_value();
       resetAfter = resetAfter || section.section->resetPageNumberAfter;
     }
     if (!headersDone) pageHeaders(stream, y, bodyBottom);
@@ -721,7 +732,11 @@ class Pager {
           }
           break;
         case ObjectKind::Subreport: {
-          const std::int32_t content = subreport(po, stream, box, std::max(0, available - object.y), clip, items);
+          const std::int32_t content =
+              subreport(po, stream, box, std::max(0, available - object.y), clip, items,
+                        &report == &report_ && breakable_ >= 0 && !state_.continuation
+                            ? static_cast<std::int32_t>(&po - ps.objects.data())
+                            : -1);
           const std::int32_t grown = std::max(object.height, content);
           if (items && format.border != model::BorderStyle::None && box.width > 0 && grown > 0) {
             const Rect frame{box.x, box.y, box.width, grown};
@@ -796,16 +811,17 @@ class Pager {
 
   // One instance of a subreport: its rows (found in the background pass
   // the first time, read from its spool after that) laid out top to bottom
-  // inside the object's box. Returns the height of what it printed.
+  // inside the object's box. With `breakAt` (its place among its section's
+  // objects) a section of it that does not fit is left for the next page
+  // (state_.continuation). Returns the height of what it printed.
   std::int32_t subreport(const PreparedObject& po, SectionStream& mainStream, const Rect& box, std::int32_t available,
-                         std::int32_t clip, std::vector<DisplayItem>* items) {
+                         std::int32_t clip, std::vector<DisplayItem>* items, std::int32_t breakAt) {
     const auto index = static_cast<std::size_t>(po.subreport);
     const PreparedSubreport& sub = report_.subreports[index];
     if (index >= environment_.subreportSpools.size() || index >= environment_.subreportBlocks.size() ||
         index >= state_.subreportInstances.size()) {
       return 0;
     }
-    Spool& spool = *environment_.subreportSpools[index];
     SubreportBlocks& blocks = *environment_.subreportBlocks[index];
     std::uint64_t& instance = state_.subreportInstances[index];
     std::optional<std::uint64_t> block = blocks.block(instance);
@@ -820,19 +836,63 @@ class Pager {
       blocks.add(*block);
     }
     ++instance;
+    FlowState flow = firstPageState(*sub.report).flow;
+    flow.startOffset = *block;
+    SubreportContinuation rest{breakable_, breakAt, *block, {}, -1};
+    return subreportRows(sub, flow, -1, false, box, available, clip, items, breakAt >= 0 ? &rest : nullptr);
+  }
+
+  // The rest of a subreport left over from the page before, at the top of
+  // this one. Returns the height it took.
+  std::int32_t continueSubreport(std::int32_t y, std::int32_t bodyBottom) {
+    SubreportContinuation rest = *state_.continuation;
+    state_.continuation.reset();
+    if (rest.section < 0 || static_cast<std::size_t>(rest.section) >= report_.sections.size()) return 0;
+    const PreparedSection& ps = report_.sections[static_cast<std::size_t>(rest.section)];
+    if (rest.object < 0 || static_cast<std::size_t>(rest.object) >= ps.objects.size()) return 0;
+    const PreparedObject& po = ps.objects[static_cast<std::size_t>(rest.object)];
+    if (po.subreport < 0 || static_cast<std::size_t>(po.subreport) >= report_.subreports.size() ||
+        static_cast<std::size_t>(po.subreport) >= environment_.subreportSpools.size()) {
+      return 0;
+    }
+    const model::ReportObject& object = *po.object;
+    const Rect box{geometry_.left + object.x, y, object.width, object.height};
+    return subreportRows(report_.subreports[static_cast<std::size_t>(po.subreport)], rest.flow, rest.pending, true, box,
+                         std::max(0, bodyBottom - y), bodyBottom, out_ ? &out_->items : nullptr, &rest);
+  }
+
+  // A subreport's sections from `flow` on (first `pending`, when there is
+  // one). With `rest`, a section that does not fit in `available` is left
+  // there for the next page, unless it is the first on a fresh page (`top`),
+  // which prints cut short rather than never.
+  std::int32_t subreportRows(const PreparedSubreport& sub, FlowState flow, int pending, bool top, const Rect& box,
+                             std::int32_t available, std::int32_t clip, std::vector<DisplayItem>* items,
+                             SubreportContinuation* rest) {
+    const auto index = static_cast<std::size_t>(&sub - report_.subreports.data());
+    Spool& spool = *environment_.subreportSpools[index];
     const PreparedReport& report = *sub.report;
     RowFeed feed(spool, report.fields.size());
-    FlowState flow = firstPageState(report).flow;
-    flow.startOffset = *block;
     RowContext context(report, environment_, state_.shownNumber());
     SectionStream stream(report, feed, flow, context);
+    if (pending >= 0 || flow.record > 0) stream.restore();
     std::int32_t height = 0;
-    for (int band = stream.next(); band >= 0; band = stream.next()) {
-      if (suppressed(report.sections[static_cast<std::size_t>(band)], stream, context)) continue;
+    bool first = true;
+    for (int band = pending >= 0 ? pending : stream.next(); band >= 0; band = stream.next(), first = false) {
       const std::int32_t room = std::max(0, available - height);
       const std::int32_t y = box.y + height;
-      height += std::min(room, layoutSection(report, report.sections[static_cast<std::size_t>(band)], stream, context,
-                                              box.x, y, room, clip, y < clip ? items : nullptr));
+      const PreparedSection& section = report.sections[static_cast<std::size_t>(band)];
+      if (suppressed(section, stream, context)) continue;
+      if (rest && !(first && top)) {
+        const std::int32_t needed = layoutSection(report, section, stream, context, box.x, y, room, clip, nullptr);
+        if (needed > room) {
+          rest->flow = flow;
+          rest->pending = band;
+          state_.continuation = *rest;
+          break;
+        }
+      }
+      height += std::min(room, layoutSection(report, section, stream, context, box.x, y, room, clip,
+                                              y < clip ? items : nullptr));
     }
     if (context.usedPageCount()) context_.pageCount();  // the page shows the page count too
     return height;
@@ -846,6 +906,7 @@ class Pager {
   Page* out_;
   PageGeometry geometry_;
   RowContext context_;
+  int breakable_ = -1;  // the main report's section being laid out in the body, whose subreports may break
 };
 
 }  // namespace
@@ -881,11 +942,9 @@ PageState firstPageState(const PreparedReport& report) {
   return state;
 }
 
-std::string saveState(const PageState& state) {
-  ByteWriter w;
-  const FlowState& f = state.flow;
-  w.i64(state.number);
-  w.i64(state.pending);
+namespace {
+
+void writeFlow(ByteWriter& w, const FlowState& f) {
   w.u64(static_cast<std::uint64_t>(f.phase));
   w.i64(f.level);
   w.u64(f.item);
@@ -906,8 +965,6 @@ std::string saveState(const PageState& state) {
   }
   w.u64(f.ahead.size());
   for (const Value& value : f.ahead) w.value(value);
-  w.u64(state.subreportInstances.size());
-  for (std::uint64_t instance : state.subreportInstances) w.u64(instance);
   w.u64(f.totals.size());
   for (const RunningState& total : f.totals) {
     w.i64(total.sums.count);
@@ -920,17 +977,9 @@ std::string saveState(const PageState& state) {
     w.u64(total.distinct.size());
     for (const std::string& seen : total.distinct) w.bytes(seen);
   }
-  w.i64(state.pendingBefore);
-  w.i64(state.numberingFrom);
-  return std::move(w.result());
 }
 
-PageState loadState(std::string_view saved) {
-  ByteReader r(saved);
-  PageState state;
-  FlowState& f = state.flow;
-  state.number = static_cast<std::int32_t>(r.i64());
-  state.pending = static_cast<std::int32_t>(r.i64());
+void readFlow(ByteReader& r, FlowState& f, std::size_t limit) {
   f.phase = static_cast<Phase>(r.u64());
   f.level = static_cast<std::int32_t>(r.i64());
   f.item = static_cast<std::uint32_t>(r.u64());
@@ -941,7 +990,7 @@ PageState loadState(std::string_view saved) {
   f.afterNext = r.u64();
   f.haveNext = r.u64() != 0;
   f.record = r.i64();
-  f.running.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
+  f.running.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), limit)));
   for (Accumulator& acc : f.running) {
     acc.count = r.i64();
     acc.numbers = r.i64();
@@ -949,11 +998,9 @@ PageState loadState(std::string_view saved) {
     acc.extremes.minimum = r.value();
     acc.extremes.maximum = r.value();
   }
-  f.ahead.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
+  f.ahead.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), limit)));
   for (Value& value : f.ahead) value = r.value();
-  state.subreportInstances.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
-  for (std::uint64_t& instance : state.subreportInstances) instance = r.u64();
-  f.totals.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
+  f.totals.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), limit)));
   for (RunningState& total : f.totals) {
     total.sums.count = r.i64();
     total.sums.numbers = r.i64();
@@ -962,8 +1009,48 @@ PageState loadState(std::string_view saved) {
     total.sums.extremes.maximum = r.value();
     total.haveLast = r.u64() != 0;
     total.last = std::string(r.bytes());
-    const std::uint64_t seen = std::min<std::uint64_t>(r.u64(), saved.size());
+    const std::uint64_t seen = std::min<std::uint64_t>(r.u64(), limit);
     for (std::uint64_t i = 0; i < seen; ++i) total.distinct.emplace(r.bytes());
+  }
+}
+
+}  // namespace
+
+std::string saveState(const PageState& state) {
+  ByteWriter w;
+  w.i64(state.number);
+  w.i64(state.pending);
+  writeFlow(w, state.flow);
+  w.u64(state.subreportInstances.size());
+  for (std::uint64_t instance : state.subreportInstances) w.u64(instance);
+  w.u64(state.continuation ? 1 : 0);
+  if (const auto& rest = state.continuation) {
+    w.i64(rest->section);
+    w.i64(rest->object);
+    w.u64(rest->block);
+    w.i64(rest->pending);
+    writeFlow(w, rest->flow);
+  }
+  w.i64(state.pendingBefore);
+  w.i64(state.numberingFrom);
+  return std::move(w.result());
+}
+
+PageState loadState(std::string_view saved) {
+  ByteReader r(saved);
+  PageState state;
+  state.number = static_cast<std::int32_t>(r.i64());
+  state.pending = static_cast<std::int32_t>(r.i64());
+  readFlow(r, state.flow, saved.size());
+  state.subreportInstances.resize(static_cast<std::size_t>(std::min<std::uint64_t>(r.u64(), saved.size())));
+  for (std::uint64_t& instance : state.subreportInstances) instance = r.u64();
+  if (r.u64() == 1) {
+    SubreportContinuation& rest = state.continuation.emplace();
+    rest.section = static_cast<std::int32_t>(r.i64());
+    rest.object = static_cast<std::int32_t>(r.i64());
+    rest.block = r.u64();
+    rest.pending = static_cast<std::int32_t>(r.i64());
+    readFlow(r, rest.flow, saved.size());
   }
   state.pendingBefore = static_cast<std::int32_t>(r.i64());
   state.numberingFrom = static_cast<std::int32_t>(r.i64());

@@ -91,6 +91,16 @@ struct FlowState {
   std::vector<RunningState> totals;   // per running total
 };
 
+// A subreport instance that did not fit on its page: the rest prints at the
+// top of the next page, in the same place across it.
+struct SubreportContinuation {
+  std::int32_t section = -1;  // the main report's section holding it
+  std::int32_t object = -1;   // its place among the section's prepared objects
+  std::uint64_t block = 0;    // its rows in the subreport's spool
+  FlowState flow;             // where its section stream stands
+  std::int32_t pending = -1;  // its section that did not fit
+};
+
 struct PageState {
   std::int32_t number = 1;
   FlowState flow;
@@ -102,6 +112,7 @@ struct PageState {
   // section marked "reset page number after".
   std::int32_t numberingFrom = 1;
   std::int32_t shownNumber() const { return number - numberingFrom + 1; }
+  std::optional<SubreportContinuation> continuation;
 };
 
 PageState firstPageState(const PreparedReport& report);

@@ -760,6 +760,49 @@ TEST(Layout, SubreportsPrintTheirLinkedRowsInPlaceQueriedOncePerLinkValue) {
   EXPECT_EQ(data.rowsCalls, calls);
 }
 
+TEST(Layout, ASubreportLongerThanItsPageGoesOnAtTheTopOfTheNext) {
+  FakeProvider data;
+  data.tables[u""] = FakeTable::of({u"customer"}, {{u"Ann"}, {u"Bob"}});
+  std::vector<std::vector<Value>> orders;
+  for (int i = 1; i <= 150; ++i) orders.push_back({u"Ann", Value(static_cast<double>(i))});
+  orders.push_back({u"Bob", Value(999.0)});
+  data.tables[u"Orders"] = FakeTable::of({u"customer", u"item"}, orders);
+  model::ReportDefinition sub = model::blankReport();
+  for (auto& s : sub.sections) s.height = s.kind == SectionKind::Details ? 240 : 0;
+  sectionOf(sub, SectionKind::Details).objects.push_back(fieldObject(u"item"));
+  model::ReportDefinition report = listReport();
+  auto& details = sectionOf(report, SectionKind::Details);
+  details.objects = {fieldObject(u"customer")};
+  model::ReportObject o;
+  o.kind = ObjectKind::Subreport;
+  o.name = u"orders";
+  o.x = 2000;
+  o.width = 4000;
+  o.height = 200;
+  o.subreport.name = u"Orders";
+  o.subreport.links.push_back(
+      model::SubreportLink{model::FieldRef{u"T", u"customer", {}}, model::FieldRef{u"O", u"customer", {}}, {}});
+  o.subreport.definition = model::Deep<model::ReportDefinition>(sub);
+  details.objects.push_back(o);
+
+  auto source = runReport(documentOf(report), data, measure(), fixedDate());
+  auto pages = allPages(*source);
+  ASSERT_GE(pages.size(), 3u);  // 150 rows of 240 twips: more than two pages of body
+  std::vector<Text> items;
+  for (const auto& page : pages) {
+    auto runs = runsOf(*page, u"item");
+    ASSERT_FALSE(runs.empty());
+    for (const auto* run : runs) items.push_back(run->text);
+    EXPECT_LE(runs.back()->box.y + runs.back()->box.height, page->height - 1440);  // within the body
+  }
+  ASSERT_EQ(items.size(), 151u);  // every row once, in order, Bob's after Ann's
+  EXPECT_EQ(items[0], u"1");
+  EXPECT_EQ(items[149], u"150");
+  EXPECT_EQ(items[150], u"999");
+  EXPECT_EQ(runsOf(*pages[1], u"item")[0]->text, runsOf(*source->page(2), u"item")[0]->text);  // laid out again alike
+  EXPECT_EQ(runsOf(*pages[1], u"item")[0]->box.x, 1440 + 2000);
+}
+
 TEST(Layout, CancelStopsTheBackgroundPromptly) {
   FakeProvider data;
   data.tables[u""] = numbered(1'000'000'000);

@@ -641,7 +641,9 @@ struct DesignerControl::Impl {
     }
     o.kind = model::ObjectKind::Subreport;
     // As high as the section it goes in; it grows there as it prints.
-    o.height = std::clamp(editor.definition()->sections[editor.currentSection()].height, 240, 720);
+    const auto& sections = editor.definition()->sections;
+    const std::size_t at = editor.currentSection();
+    o.height = at < sections.size() ? std::clamp(sections[at].height, 240, 720) : 720;
     o.name = editor.uniqueName(u"Subreport");
     editor.insertObject(std::move(o));
   }
