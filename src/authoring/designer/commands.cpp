@@ -163,6 +163,7 @@ void putParts(engine::ReportDocument& document, const ReportParts& parts) {
   document.definition.page = parts.page;
   document.definition.data = parts.data;
   document.definition.formulas = parts.formulas;
+  document.definition.parameters = parts.parameters;
 }
 
 class ChangeReport final : public Command {
@@ -241,7 +242,8 @@ std::unique_ptr<Command> changeSection(std::size_t section, const model::Section
   return std::make_unique<ChangeSection>(section, before, after);
 }
 ReportParts reportParts(const engine::ReportDocument& document) {
-  return {document.title, document.definition.page, document.definition.data, document.definition.formulas};
+  return {document.title, document.definition.page, document.definition.data, document.definition.formulas,
+          document.definition.parameters};
 }
 std::unique_ptr<Command> changeReport(ReportParts before, ReportParts after) {
   return std::make_unique<ChangeReport>(std::move(before), std::move(after));

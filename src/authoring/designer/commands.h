@@ -72,6 +72,7 @@ struct ReportParts {
   model::PageSetup page;
   model::Data data;
   std::vector<model::Formula> formulas;
+  std::vector<model::Parameter> parameters;
   bool operator==(const ReportParts&) const = default;
 };
 ReportParts reportParts(const engine::ReportDocument& document);

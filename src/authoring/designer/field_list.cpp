@@ -60,6 +60,7 @@ FieldList usedFields(const engine::ReportDocument& document) {
     list.specials.push_back({o.special, designText(o)});
   }
   for (const auto& f : report.formulas) list.formulas.push_back(f.name);
+  for (const auto& p : report.parameters) list.parameters.push_back(p.name);
   return list;
 }
 

@@ -69,10 +69,10 @@ bool isEditBox(HWND window) {
 
 struct DesignerControl::Impl {
   struct FieldEntry {
-    enum Kind { Column, Special, Formula } kind = Column;
+    enum Kind { Column, Special, Formula, Parameter } kind = Column;
     model::FieldRef field;
     model::SpecialFieldKind special = model::SpecialFieldKind::PageNumber;
-    Text formula;
+    Text formula;  // a formula's or a parameter's name
     designer::ColumnShape shape;  // of a column, as the database declares it
   };
   // Columns read on the worker thread, handed over under the lock.
@@ -169,6 +169,8 @@ struct DesignerControl::Impl {
     for (const auto& t : report->data.tables) s += t.alias + u'\n';
     s += u'\t';
     for (const auto& f : report->formulas) s += f.name + u'\n';
+    s += u'\t';
+    for (const auto& p : report->parameters) s += p.name + u'\n';
     return s;
   }
 
@@ -220,6 +222,9 @@ struct DesignerControl::Impl {
       HTREEITEM formulas = add(TVI_ROOT, u"Formula Fields", -1);
       for (const auto& f : fields.formulas) addEntry(formulas, f, {FieldEntry::Formula, {}, {}, f});
       TreeView_Expand(tree, formulas, TVE_EXPAND);
+      HTREEITEM parameters = add(TVI_ROOT, u"Parameter Fields", -1);
+      for (const auto& p : fields.parameters) addEntry(parameters, p, {FieldEntry::Parameter, {}, {}, p});
+      TreeView_Expand(tree, parameters, TVE_EXPAND);
     }
     SendMessageW(tree, WM_SETREDRAW, TRUE, 0);
     InvalidateRect(tree, nullptr, TRUE);
@@ -365,6 +370,11 @@ struct DesignerControl::Impl {
         o.formula = entry.formula;
         o.name = editor.uniqueName(entry.formula);
         break;
+      case FieldEntry::Parameter:
+        o.kind = model::ObjectKind::ParameterField;
+        o.text = entry.formula;
+        o.name = editor.uniqueName(entry.formula);
+        break;
     }
     return o;
   }
@@ -459,6 +469,9 @@ struct DesignerControl::Impl {
                          {kCommandSort, L"&Sort..."},
                          {kCommandLinks, L"&Links..."},
                          {kCommandPageSetup, L"&Page Setup..."}});
+    AppendMenuW(insert, MF_STRING, kCommandInsertParameterField, L"P&arameter Field...");
+    AppendMenuW(report, MF_STRING, kCommandParameters, L"Pa&rameters...");
+    AppendMenuW(report, MF_STRING, kCommandParameterValues, L"Parameter &Values...");
     zoomMenu = menu({{kCommandZoom50, L"&50%"},
                      {kCommandZoom75, L"&75%"},
                      {kCommandZoom100, L"&100%"},
@@ -650,6 +663,16 @@ struct DesignerControl::Impl {
       case kCommandPageSetup:
         if (editable && editPageSetup(dialogOwner, parts.page)) editor.changeReportParts(parts);
         break;
+      case kCommandParameters:
+        if (editable && editParameters(dialogOwner, parts.parameters, catalogue())) editor.changeReportParts(parts);
+        break;
+      case kCommandInsertParameterField:
+        if (editable && chooseParameter(dialogOwner, fields.parameters, o.text)) {
+          o.kind = model::ObjectKind::ParameterField;
+          o.name = editor.uniqueName(o.text);
+          editor.insertObject(std::move(o));
+        }
+        break;
       case kCommandShowGrid: editor.options().showGrid = !editor.options().showGrid; break;
       case kCommandSnapToGrid: editor.options().snapToGrid = !editor.options().snapToGrid; break;
       case kCommandZoom50: canvas.setZoom(50); break;
@@ -801,6 +824,7 @@ void* DesignerControl::fieldItem(const Text& table, const Text& column) const {
     const bool match =
         (e.kind == Impl::FieldEntry::Column && e.field.table == table && e.field.column == column) ||
         (e.kind == Impl::FieldEntry::Formula && table == u"@" && e.formula == column) ||
+        (e.kind == Impl::FieldEntry::Parameter && table == u"?" && e.formula == column) ||
         (e.kind == Impl::FieldEntry::Special && table.empty() && m.fields.specials.size() > 0 &&
          std::any_of(m.fields.specials.begin(), m.fields.specials.end(),
                      [&](const auto& s) { return s.kind == e.special && s.name == column; }));

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "authoring/viewer/message_pages.h"
+#include "engine/model/parameters.h"
 #include "authoring/viewer/win/viewer_jobs.h"
 #include "base/win/form.h"
 #include "base/win/wide.h"
@@ -469,6 +470,7 @@ void ViewerControl::setStatus(const std::wstring& text) {
 void ViewerControl::setReportSource(engine::Report* report) {
   dropRun();
   viewWhenShown_ = false;
+  notRun_ = false;
   report_ = report;
   updateTools();
   if (area_) InvalidateRect(area_, nullptr, FALSE);
@@ -491,9 +493,15 @@ void ViewerControl::viewReport() {
 }
 
 void ViewerControl::bringUpToDate() {
-  const bool unchanged = source_ && source_->problem().empty() &&
-                         (report_ ? report_->revision() == runRevision_ : factory_ != nullptr);
+  const bool unchanged = source_ && source_->problem().empty() && !notRun_ &&
+                         (report_ ? report_->revision() == runRevision_ && !parametersWanted() : factory_ != nullptr);
   if (!unchanged) refresh();
+}
+
+bool ViewerControl::parametersWanted() const {
+  if (!report_ || !prompt_) return false;
+  engine::ReportDocument& document = report_->document();
+  return document.hasLayout && engine::model::needsPrompt(document.definition.parameters);
 }
 
 void ViewerControl::refresh() {
@@ -503,6 +511,24 @@ void ViewerControl::refresh() {
     updateTools();
     return;
   }
+  if (report_ && prompt_ && parametersWanted()) {
+    std::vector<engine::model::Parameter> parameters = report_->document().definition.parameters;
+    if (!prompt_(parameters) || engine::model::needsPrompt(parameters)) {
+      if (source_ && !notRun_) return;
+      startRun(messagePages(u"The report was not run", u"No values were given for its parameters."));
+      notRun_ = true;
+      updateTools();
+      return;
+    }
+    // The values are the run's: they change nothing that is saved.
+    auto& kept = report_->document().definition.parameters;
+    for (std::size_t i = 0; i < kept.size() && i < parameters.size(); ++i) {
+      kept[i].given = parameters[i].given;
+      kept[i].current = parameters[i].current;
+      kept[i].currentTo = parameters[i].currentTo;
+    }
+  }
+  notRun_ = false;
   if (report_) runRevision_ = report_->revision();
   std::unique_ptr<layout::PageSource> source;
   try {
