@@ -362,14 +362,16 @@ void DesignerForm::onMenu(UINT id) {
       // The prompt comes again at the next run; at once when the pages show.
       if (engine::Report* report = currentReport())
         for (auto& p : report->document().definition.parameters) p.given = false;
-      if (viewer_ && IsWindowVisible(viewerWindow())) ForgivingViewerControl(viewer_.get()).bringUpToDate();
+      if (viewer_ && IsWindowVisible(viewerWindow())) ForgivingViewerControl(viewer_.get()).refresh();
       return;
     case kCommandPrint:
     case kCommandExport: {
       // What is printed is the report as it now stands.
       ForgivingViewerControl viewer(viewer_.get());
       viewer.bringUpToDate();
-      // A prompt cancelled before the first run: nothing to print.
+      // Pages that say the report was not run: the prompt again, and
+      // nothing to print if it is cancelled once more.
+      if (viewer_ && !viewer_->hasRun()) viewer.refresh();
       if (!viewer_ || !viewer_->hasRun()) return;
       if (id == kCommandPrint)
         viewer.print();

@@ -328,7 +328,9 @@ class PromptDialog final : public ModalDialog {
     for (std::size_t i = 0; i < parameters_.size(); ++i) {
       const Parameter& p = parameters_[i];
       const int row = static_cast<int>(i);
-      const Text& from = p.given ? p.current : p.defaultValue;
+      // The values given last, when there are any (asked again), else the defaults.
+      const bool before = p.given || !p.current.empty() || !p.currentTo.empty();
+      const Text& from = before ? p.current : p.defaultValue;
       const std::vector<Text> offered = choices(p);
       if (!offered.empty()) {
         int chosen = 0;
@@ -340,7 +342,7 @@ class PromptDialog final : public ModalDialog {
       } else {
         setText(kPromptFirstBox + 2 * row, from);
       }
-      if (p.range) setText(kPromptFirstBox + 2 * row + 1, p.given ? p.currentTo : p.defaultTo);
+      if (p.range) setText(kPromptFirstBox + 2 * row + 1, before ? p.currentTo : p.defaultTo);
     }
   }
 

@@ -493,6 +493,9 @@ void ViewerControl::viewReport() {
 }
 
 void ViewerControl::bringUpToDate() {
+  // After a declined prompt the page saying so stays until the report
+  // changes or Refresh asks again.
+  if (notRun_ && report_ && report_->revision() == runRevision_) return;
   const bool unchanged = source_ && source_->problem().empty() && !notRun_ &&
                          (report_ ? report_->revision() == runRevision_ && !parametersWanted() : factory_ != nullptr);
   if (!unchanged) refresh();
@@ -512,11 +515,22 @@ void ViewerControl::refresh() {
     return;
   }
   if (report_ && prompt_ && parametersWanted()) {
+    // The prompt is modal: a click that reaches the viewer meanwhile asks nothing more.
+    if (prompting_) return;
     std::vector<engine::model::Parameter> parameters = report_->document().definition.parameters;
-    if (!prompt_(parameters) || engine::model::needsPrompt(parameters)) {
+    prompting_ = true;
+    bool answered = false;
+    try {
+      answered = prompt_(parameters) && !engine::model::needsPrompt(parameters);
+    } catch (...) {
+    }
+    prompting_ = false;
+    if (!answered) {
       if (source_ && !notRun_) return;
-      startRun(messagePages(u"The report was not run", u"No values were given for its parameters."));
+      startRun(messagePages(u"The report was not run",
+                            u"No values were given for its parameters. Refresh asks for them again."));
       notRun_ = true;
+      runRevision_ = report_->revision();
       updateTools();
       return;
     }

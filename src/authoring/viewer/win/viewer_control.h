@@ -159,6 +159,7 @@ class ViewerControl {
   PageSourceFactory factory_;
   ParameterPrompt prompt_;
   bool notRun_ = false;  // the page shown says the report was not run
+  bool prompting_ = false;
   std::shared_ptr<engine::layout::TextMeasure> measure_;
 
   // The run shown and its generation (each run a new one, so late answers
@@ -196,6 +197,7 @@ class ForgivingViewerControl : public ForgivingPart<ViewerControl, std::shared_p
   void showAsPages() noexcept { step([](ViewerControl& v) { v.showAsPages(); }); }
   void viewReport() noexcept { step([](ViewerControl& v) { v.viewReport(); }); }
   void bringUpToDate() noexcept { step([](ViewerControl& v) { v.bringUpToDate(); }); }
+  void refresh() noexcept { step([](ViewerControl& v) { v.refresh(); }); }
   void print() noexcept { step([](ViewerControl& v) { v.print(); }); }
   void exportTo() noexcept { step([](ViewerControl& v) { v.exportTo(); }); }
 };
