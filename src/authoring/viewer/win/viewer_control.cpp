@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "authoring/viewer/message_pages.h"
-#include "engine/model/parameters.h"
 #include "authoring/viewer/win/viewer_jobs.h"
 #include "base/win/form.h"
 #include "base/win/wide.h"
 #include "engine/data/report_data.h"
+#include "engine/model/parameters.h"
 #include "engine/win/gdi_measure.h"
 #include "printing/win/report_printing.h"
 
