@@ -184,6 +184,7 @@ TEST(Parameters, APersonAsksForADateRangeAndGetsOnlyItsOrders) {
   EXPECT_EQ(badDefault, L"The default value 'abc' is not a date (yyyy-mm-dd).");
   EXPECT_TRUE(cancelledGaveNothing);
   EXPECT_EQ(badValue, L"Order dates: 'March' is not a date (yyyy-mm-dd).");
+  EXPECT_TRUE(form.designerControl()->fieldItem(u"?", u"Period"));  // under "Parameter Fields"
   const auto& parameters = form.currentReport()->document().definition.parameters;
   ASSERT_EQ(parameters.size(), 1u);
   EXPECT_EQ(parameters[0].current, u"2026-03-01");
