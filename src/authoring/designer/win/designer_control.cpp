@@ -516,6 +516,7 @@ struct DesignerControl::Impl {
       c.tables.push_back({t.alias, std::move(names)});
     }
     c.formulas = fields.formulas;
+    c.parameters = fields.parameters;
     if (const auto* report = editor.definition())
       for (const auto& g : report->data.groups) c.groups.push_back(g.field);
     return c;

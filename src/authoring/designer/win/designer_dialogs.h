@@ -25,6 +25,7 @@ struct FieldCatalogue {
   };
   std::vector<TableColumns> tables;
   std::vector<Text> formulas;  // names of the report's formulas
+  std::vector<Text> parameters;  // names of the report's parameters
   std::vector<model::FieldRef> groups;  // the report's groups, outermost first
 };
 

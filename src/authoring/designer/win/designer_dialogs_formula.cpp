@@ -86,7 +86,7 @@ class FormulaDialog final : public ModalDialog {
         {WC_STATICW, L"&Fields:", kFieldsLabel, 120, top, 2880, 195, SS_LEFT},
         {WC_LISTBOXW, L"", kFieldsList, 120, top + 210, 2880, 1800,
          WS_TABSTOP | WS_VSCROLL | LBS_NOTIFY | LBS_NOINTEGRALHEIGHT},
-        {WC_STATICW, L"F&ormulas:", kFormulasLabel, 3120, top, 2640, 195, SS_LEFT},
+        {WC_STATICW, L"F&ormulas and parameters:", kFormulasLabel, 3120, top, 2640, 195, SS_LEFT},
         {WC_LISTBOXW, L"", kFormulasList, 3120, top + 210, 2640, 1800,
          WS_TABSTOP | WS_VSCROLL | LBS_NOTIFY | LBS_NOINTEGRALHEIGHT},
         {WC_STATICW, L"F&unctions:", kFunctionsLabel, 5880, top, 3000, 195, SS_LEFT},
@@ -119,6 +119,7 @@ class FormulaDialog final : public ModalDialog {
       formulaNames_.push_back(other);
       addItem(kFormulasList, formula::formulaReference(other));
     }
+    for (const Text& parameter : fields_.parameters) addItem(kFormulasList, formula::parameterReference(parameter));
     for (const InsertableName& name : functionNames()) addItem(kFunctionsList, name.shown);
     for (const InsertableName& name : specialValueNames()) addItem(kFunctionsList, name.shown);
     SendMessageW(item(kTextBox), EM_SETLIMITTEXT, 0, 0);
@@ -212,9 +213,10 @@ class FormulaDialog final : public ModalDialog {
       const std::vector<FieldChoice> choices = fieldChoices(fields_, false);
       if (static_cast<std::size_t>(index) < choices.size()) inserted = choices[static_cast<std::size_t>(index)].shown;
     } else if (list == kFormulasList) {
-      if (static_cast<std::size_t>(index) < formulaNames_.size()) {
-        inserted = formula::formulaReference(formulaNames_[static_cast<std::size_t>(index)]);
-      }
+      const auto i = static_cast<std::size_t>(index);
+      if (i < formulaNames_.size()) inserted = formula::formulaReference(formulaNames_[i]);
+      else if (i - formulaNames_.size() < fields_.parameters.size())
+        inserted = formula::parameterReference(fields_.parameters[i - formulaNames_.size()]);
     } else {
       const auto functions = functionNames();
       const auto specials = specialValueNames();
