@@ -173,6 +173,7 @@ void putParts(engine::ReportDocument& document, const ReportParts& parts) {
   document.definition.data = parts.data;
   document.definition.formulas = parts.formulas;
   document.definition.runningTotals = parts.runningTotals;
+  document.definition.parameters = parts.parameters;
 }
 
 class ChangeReport final : public Command {
@@ -280,7 +281,8 @@ std::unique_ptr<Command> changeSection(std::size_t section, const model::Section
 }
 ReportParts reportParts(const engine::ReportDocument& document) {
   return {document.title, document.definition.page, document.definition.data, document.definition.formulas,
-          document.definition.runningTotals};
+          document.definition.runningTotals,
+          document.definition.parameters};
 }
 std::unique_ptr<Command> changeReport(ReportParts before, ReportParts after) {
   return std::make_unique<ChangeReport>(std::move(before), std::move(after));

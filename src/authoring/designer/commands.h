@@ -79,6 +79,7 @@ struct ReportParts {
   model::Data data;
   std::vector<model::Formula> formulas;
   std::vector<model::RunningTotal> runningTotals;
+  std::vector<model::Parameter> parameters;
   bool operator==(const ReportParts&) const = default;
 };
 ReportParts reportParts(const engine::ReportDocument& document);

@@ -62,6 +62,7 @@ FieldList usedFields(const engine::ReportDocument& document) {
   }
   for (const auto& f : report.formulas) list.formulas.push_back(f.name);
   for (const auto& t : report.runningTotals) list.runningTotals.push_back(t.name);
+  for (const auto& p : report.parameters) list.parameters.push_back(p.name);
   return list;
 }
 

@@ -1,5 +1,6 @@
 // The field list beside the design surface: the report's tables with their
-// columns, the special fields, the report's formulas and its running totals.
+// columns, the special fields, the report's formulas, its running totals
+// and its parameters.
 //
 // Columns come from the database when it can be reached (a ColumnSource;
 // the ODBC one reads the database's catalogue); otherwise a table lists the
@@ -61,6 +62,7 @@ struct FieldList {
   std::vector<SpecialEntry> specials;
   std::vector<Text> formulas;
   std::vector<Text> runningTotals;
+  std::vector<Text> parameters;
 };
 
 // The columns of each table that the report refers to, in first-use order.

@@ -306,6 +306,7 @@ Text designText(const model::ReportObject& o) {
       return u"{" + (o.field.isFormula() ? u"@" + o.field.column : o.field.table + u"." + o.field.column) + u"}";
     case model::ObjectKind::FormulaField: return u"{@" + o.formula + u"}";
     case model::ObjectKind::RunningTotalField: return u"{#" + o.formula + u"}";
+    case model::ObjectKind::ParameterField: return u"{?" + o.text + u"}";
     case model::ObjectKind::SpecialField:
       switch (o.special) {
         case model::SpecialFieldKind::PageNumber: return u"Page Number";

@@ -19,10 +19,12 @@
 #include <commctrl.h>
 #include <commdlg.h>
 
+#include <set>
 #include <vector>
 
 #include "authoring/designer/design_options.h"
 #include "authoring/designer/win/designer_control.h"
+#include "authoring/designer/win/designer_dialogs.h"
 #include "authoring/viewer/win/viewer_control.h"
 #include "base/attempt.h"
 #include "base/win/com.h"
@@ -40,6 +42,32 @@ constexpr int kPreviewTab = 2;
 constexpr int kMargin = 120;   // twips around the tab strip
 
 constexpr char16_t kUntitled[] = u"Untitled report";
+
+// The distinct values of a column of the report's data, for a parameter's
+// list of allowed values: the first thousand found; none when the data
+// cannot be read.
+std::vector<engine::formula::Value> columnValues(engine::Report& report, const engine::model::FieldRef& column) {
+  constexpr std::size_t kMostValues = 1000;
+  std::vector<engine::formula::Value> values;
+  if (!report.parts().data) return values;
+  try {
+    engine::model::ReportDefinition whole = report.document().definition;
+    whole.data.recordFilter.clear();
+    whole.data.sortFields.clear();
+    whole.data.groups.clear();
+    auto data = report.parts().data->open(report.document(), whole, u"");
+    auto rows = data->rows({column}, {});
+    std::set<Text> seen;
+    std::vector<engine::formula::Value> row;
+    while (values.size() < kMostValues && rows->next(row)) {
+      if (row.empty() || row[0].isNull()) continue;
+      if (seen.insert(engine::formula::toText(row[0])).second) values.push_back(row[0]);
+    }
+  } catch (...) {
+    values.clear();
+  }
+  return values;
+}
 
 Text folderOf(const Text& path) {
   std::size_t slash = path.find_last_of(u"\\/");
@@ -118,6 +146,14 @@ void DesignerForm::onLoad() {
 
   viewer_ = std::make_unique<viewer::win::ViewerControl>();
   if (!viewer_->create(hwnd())) viewer_.reset();
+  if (viewer_) {
+    viewer_->setParameterPrompt([this](std::vector<engine::model::Parameter>& parameters) {
+      engine::Report* report = currentReport();
+      if (!report) return false;
+      return promptParameters(hwnd(), parameters,
+                              [report](const engine::model::FieldRef& column) { return columnValues(*report, column); });
+    });
+  }
   designer_ = std::make_unique<DesignerControl>();
   if (!designer_->create(hwnd())) designer_.reset();
   auto place = [&](HWND h, int left, int top, int width, int height) {
@@ -322,11 +358,21 @@ void DesignerForm::onMenu(UINT id) {
     case kCommandSave: save(false); return;
     case kCommandSaveAs: save(true); return;
     case kCommandClose: onCloseRequest(); return;
+    case kCommandParameterValues:
+      // The prompt comes again at the next run; at once when the pages show.
+      if (engine::Report* report = currentReport())
+        for (auto& p : report->document().definition.parameters) p.given = false;
+      if (viewer_ && IsWindowVisible(viewerWindow())) ForgivingViewerControl(viewer_.get()).refresh();
+      return;
     case kCommandPrint:
     case kCommandExport: {
       // What is printed is the report as it now stands.
       ForgivingViewerControl viewer(viewer_.get());
       viewer.bringUpToDate();
+      // Pages that say the report was not run: the prompt again, and
+      // nothing to print if it is cancelled once more.
+      if (viewer_ && !viewer_->hasRun()) viewer.refresh();
+      if (!viewer_ || !viewer_->hasRun()) return;
       if (id == kCommandPrint)
         viewer.print();
       else

@@ -249,6 +249,7 @@ struct ParameterBuffer {
   double number = 0;
   unsigned char bit = 0;
   SQL_TIMESTAMP_STRUCT timestamp{};
+  SQL_DATE_STRUCT date{};
   Text text;
   SQLLEN indicator = 0;
 };
@@ -272,6 +273,16 @@ void bindParameters(SQLHANDLE stmt, const std::vector<formula::Value>& parameter
         break;
       case formula::ValueKind::Date: {
         formula::CivilTime t = formula::civil(v.date());
+        if (t.hour == 0 && t.minute == 0 && t.second == 0) {
+          // A day goes as a date: a database keeping its dates as texts
+          // ("2026-03-01") then compares a day with a day, not with that
+          // day's midnight written out (which sorts after it).
+          b.date = SQL_DATE_STRUCT{static_cast<SQLSMALLINT>(t.year), static_cast<SQLUSMALLINT>(t.month),
+                                   static_cast<SQLUSMALLINT>(t.day)};
+          rc = SQLBindParameter(stmt, number, SQL_PARAM_INPUT, SQL_C_TYPE_DATE, SQL_TYPE_DATE, 10, 0, &b.date, 0,
+                                nullptr);
+          break;
+        }
         b.timestamp = SQL_TIMESTAMP_STRUCT{static_cast<SQLSMALLINT>(t.year), static_cast<SQLUSMALLINT>(t.month),
                                            static_cast<SQLUSMALLINT>(t.day), static_cast<SQLUSMALLINT>(t.hour),
                                            static_cast<SQLUSMALLINT>(t.minute), static_cast<SQLUSMALLINT>(t.second), 0};

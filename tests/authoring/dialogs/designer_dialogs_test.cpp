@@ -134,7 +134,7 @@ TEST(FormulaEditor, ListsInsertAtTheCaret) {
   Person person(L"Formula Editor", [&](Person& p, HWND dialog) {
     HWND textBox = labelled(dialog, L"&Text");
     HWND fields = labelled(dialog, L"&Fields:");
-    HWND formulas = labelled(dialog, L"F&ormulas:");
+    HWND formulas = labelled(dialog, L"F&ormulas");
     HWND functions = labelled(dialog, L"F&unctions:");
     // A fixed name: the focus starts on the text, at its end.
     EXPECT_EQ(Person::focus(dialog), textBox);

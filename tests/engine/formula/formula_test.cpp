@@ -123,7 +123,6 @@ TEST(Formula, ParametersRangesAndIn) {
   EXPECT_EQ(error(u"{?Nobody} + 1"), u"The report has no parameter {?Nobody}, at column 1");
   EXPECT_EQ(error(u"1 in 2"), u"Expected a parameter {?Name} after 'in', found a number, at column 6");
   EXPECT_EQ(error(u"1 in {?Period}"), u"Cannot compare a number and a date, at column 3");
-  EXPECT_EQ(error(u"{?}"), u"Expected a parameter name after '{?', at column 1");
 }
 
 TEST(Formula, RunningTotalsColoursAndTheCurrentValue) {

@@ -613,6 +613,49 @@ TEST(Layout, FormulaFieldsSpecialFieldsAndFormulaMistakes) {
   }
 }
 
+TEST(Layout, ParametersShowTheirValuesInFieldsTextsAndFormulas) {
+  model::ReportDefinition report = listReport();
+  model::Parameter period;
+  period.name = u"Period";
+  period.type = model::ParameterType::Date;
+  period.range = true;
+  period.given = true;
+  period.current = u"2024-03-01";
+  model::Parameter limit;
+  limit.name = u"Limit";
+  limit.type = model::ParameterType::Number;
+  limit.defaultValue = u"1234.5";  // no value given: the default
+  report.parameters = {period, limit};
+  auto& header = sectionOf(report, SectionKind::ReportHeader).objects;
+  header.push_back(textObject(u"text", u"{?period} {?Limit}, {?Nobody} {?Limit", 0, 9000));
+  model::ReportObject field;
+  field.kind = ObjectKind::ParameterField;
+  field.name = u"field";
+  field.text = u"Period";
+  field.format.dateFormat = u"dd/MM/yyyy";
+  field.x = 5000;
+  header.push_back(field);
+  field.name = u"number";
+  field.text = u"Limit";
+  field.format.numberFormat = u"#,##0.00";
+  header.push_back(field);
+  report.formulas.push_back(model::Formula{u"Year", u"ToText(Year(Minimum({?Period})), \"0\")", {}});
+  model::ReportObject formula;
+  formula.kind = ObjectKind::FormulaField;
+  formula.name = u"year";
+  formula.formula = u"Year";
+  formula.x = 8000;
+  header.push_back(formula);
+  FakeProvider data;
+  data.tables[u""] = numbered(3);
+  auto page = runReport(documentOf(report), data, measure(), fixedDate())->page(1);
+  ASSERT_TRUE(page);
+  EXPECT_EQ(textOf(*page, u"text"), u"2024-03-01 -  1234.5, {?Nobody} {?Limit");
+  EXPECT_EQ(textOf(*page, u"field"), u"01/03/2024 - ");
+  EXPECT_EQ(textOf(*page, u"number"), u"1,234.50");
+  EXPECT_EQ(textOf(*page, u"year"), u"2024");
+}
+
 TEST(Layout, ProblemsOfTheFileAndTheDataBecomePagesInWords) {
   {
     FakeProvider data;

@@ -106,10 +106,10 @@ std::vector<ContextEntry>& contextEntries() {
 
 struct DesignerControl::Impl {
   struct FieldEntry {
-    enum Kind { Column, Special, Formula, RunningTotal } kind = Column;
+    enum Kind { Column, Special, Formula, RunningTotal, Parameter } kind = Column;
     model::FieldRef field;
     model::SpecialFieldKind special = model::SpecialFieldKind::PageNumber;
-    Text formula;
+    Text formula;  // a formula's or a parameter's name
     designer::ColumnShape shape;  // of a column, as the database declares it
   };
   // Columns read on the worker thread, handed over under the lock.
@@ -248,6 +248,7 @@ struct DesignerControl::Impl {
     for (const auto& f : report->formulas) s += f.name + u'\n';
     s += u'\t';
     for (const auto& t : report->runningTotals) s += t.name + u'\n';
+    for (const auto& p : report->parameters) s += p.name + u'\n';
     return s;
   }
 
@@ -310,6 +311,9 @@ struct DesignerControl::Impl {
       HTREEITEM totals = add(TVI_ROOT, u"Running Total Fields", -1);
       for (const auto& t : fields.runningTotals) addEntry(totals, t, {FieldEntry::RunningTotal, {}, {}, t});
       TreeView_Expand(tree, totals, TVE_EXPAND);
+      HTREEITEM parameters = add(TVI_ROOT, u"Parameter Fields", -1);
+      for (const auto& p : fields.parameters) addEntry(parameters, p, {FieldEntry::Parameter, {}, {}, p});
+      TreeView_Expand(tree, parameters, TVE_EXPAND);
     }
     SendMessageW(tree, WM_SETREDRAW, TRUE, 0);
     InvalidateRect(tree, nullptr, TRUE);
@@ -461,6 +465,11 @@ struct DesignerControl::Impl {
         o.formula = entry.formula;
         o.name = editor.uniqueName(entry.formula);
         o.format.alignment = model::Alignment::Right;
+        break;
+      case FieldEntry::Parameter:
+        o.kind = model::ObjectKind::ParameterField;
+        o.text = entry.formula;
+        o.name = editor.uniqueName(entry.formula);
         break;
     }
     return o;
@@ -835,7 +844,9 @@ struct DesignerControl::Impl {
                                       {kCommandGroups, L"&Groups..."},
                                       {kCommandSectionOptions, L"S&ection Options..."},
                                       {kCommandSectionConditions, L"Section C&onditions..."},
-                                      {kCommandEditRunningTotal, L"&Running Total..."},
+                                      {kCommandEditRunningTotal, L"Ru&nning Total..."},
+                                      {kCommandParameters, L"Pa&rameters..."},
+                                      {kCommandParameterValues, L"Parameter &Values..."},
                                       {0, nullptr},
                                       {kCommandTables, L"T&ables..."},
                                       {kCommandSubreportLinks, L"Su&breport Links..."}});
@@ -866,6 +877,7 @@ struct DesignerControl::Impl {
                        {0, nullptr},
                        {kCommandConditionalFormatting, L"&Conditional Formatting..."}});
     AppendMenuW(insert, MF_STRING, kCommandInsertRunningTotal, L"&Running Total...");
+    AppendMenuW(insert, MF_STRING, kCommandInsertParameterField, L"P&arameter Field...");
     zoomMenu = menu({{kCommandZoom50, L"&50%"},
                      {kCommandZoom75, L"&75%"},
                      {kCommandZoom100, L"&100%"},
@@ -922,6 +934,7 @@ struct DesignerControl::Impl {
     }
     c.formulas = fields.formulas;
     c.runningTotals = fields.runningTotals;
+    c.parameters = fields.parameters;
     if (report)
       for (const auto& g : report->data.groups) c.groups.push_back(g.field);
     return c;
@@ -1381,6 +1394,16 @@ struct DesignerControl::Impl {
       case kCommandPageSetup:
         if (editable && editPageSetup(dialogOwner, parts.page)) editor.changeReportParts(parts);
         break;
+      case kCommandParameters:
+        if (editable && editParameters(dialogOwner, parts.parameters, catalogue())) editor.changeReportParts(parts);
+        break;
+      case kCommandInsertParameterField:
+        if (editable && chooseParameter(dialogOwner, fields.parameters, o.text)) {
+          o.kind = model::ObjectKind::ParameterField;
+          o.name = editor.uniqueName(o.text);
+          editor.insertObject(std::move(o));
+        }
+        break;
       case kCommandShowGrid: editor.options().showGrid = !editor.options().showGrid; break;
       case kCommandSnapToGrid: editor.options().snapToGrid = !editor.options().snapToGrid; break;
       case kCommandZoom50: canvas.setZoom(50); break;
@@ -1557,6 +1580,7 @@ void* DesignerControl::fieldItem(const Text& table, const Text& column) const {
     const bool match =
         (e.kind == Impl::FieldEntry::Column && e.field.table == table && e.field.column == column) ||
         (e.kind == Impl::FieldEntry::Formula && table == u"@" && e.formula == column) ||
+        (e.kind == Impl::FieldEntry::Parameter && table == u"?" && e.formula == column) ||
         (e.kind == Impl::FieldEntry::Special && table.empty() && m.fields.specials.size() > 0 &&
          std::any_of(m.fields.specials.begin(), m.fields.specials.end(),
                      [&](const auto& s) { return s.kind == e.special && s.name == column; }));

@@ -77,6 +77,10 @@ enum DesignerCommand : UINT {
   // Insert, continued
   kCommandInsertPicture = 0x7160,
   kCommandInsertPictureField,
+  // Parameters
+  kCommandParameters = 0x7170,
+  kCommandParameterValues,  // carried out by the host window: the values are the run's
+  kCommandInsertParameterField,
   // Conditional formatting and running totals
   kCommandConditionalFormatting = 0x7180,  // the selected objects', else the current section's
   kCommandSectionConditions,               // the current section's
@@ -168,7 +172,8 @@ class DesignerControl {
   // The canvas's client point of a surface point.
   POINT canvasPoint(designer::Point surface) const;
   // The field list's item for a column, a special field (table empty,
-  // column its name) or a formula (table "@"); null when not listed.
+  // column its name), a formula (table "@") or a parameter (table "?");
+  // null when not listed.
   void* fieldItem(const Text& table, const Text& column) const;
   // Whether the field list's columns are still being read.
   bool readingColumns() const;

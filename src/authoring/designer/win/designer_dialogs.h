@@ -12,6 +12,7 @@
 
 #include "authoring/designer/arrange.h"
 #include "base/text.h"
+#include "engine/formula/value.h"
 #include "engine/model/report_definition.h"
 
 namespace mervane::authoring::win {
@@ -27,6 +28,7 @@ struct FieldCatalogue {
   std::vector<TableColumns> tables;
   std::vector<Text> formulas;  // names of the report's formulas
   std::vector<Text> runningTotals;  // names of the report's running totals
+  std::vector<Text> parameters;  // names of the report's parameters
   std::vector<model::FieldRef> groups;  // the report's groups, outermost first
   // The database's other tables a subreport may show, with their columns
   // where known.
@@ -90,5 +92,33 @@ bool chooseSubreport(HWND owner, model::Subreport& subreport, const FieldCatalog
 // A picture file, through the open dialog: its bytes, once they are known to
 // be a picture; a file that is not one is refused in a message.
 bool choosePicture(HWND owner, model::Picture& picture);
+
+// Report > Parameters: add, change and delete the report's parameters (name,
+// type, prompt, range, default, allowed values typed in or read from a
+// column). OK is refused, in words, while the parameter shown cannot be
+// kept; a parameter whose definition changed is asked for again.
+bool editParameters(HWND owner, std::vector<model::Parameter>& parameters, const FieldCatalogue& fields);
+// Control ids of the Parameters dialog and the prompt, for tests.
+enum ParameterDialogId : int {
+  kParameterListLabel = 101, kParameterList, kParameterNew, kParameterDelete,
+  kParameterNameLabel, kParameterName, kParameterTypeLabel, kParameterType, kParameterPromptLabel, kParameterPrompt,
+  kParameterRange, kParameterDefaultLabel, kParameterDefault, kParameterDefaultToLabel, kParameterDefaultTo,
+  kParameterAllowedLabel, kParameterAllowed, kParameterFromLabel, kParameterFrom,
+};
+// The prompt's boxes: the n-th parameter's value (a range's lower end) is
+// kPromptFirstBox + 2n, a range's upper end the next id.
+constexpr int kPromptFirstBox = 2000;
+constexpr wchar_t kPromptCaption[] = L"Enter Parameter Values";
+constexpr wchar_t kParametersCaption[] = L"Parameters";
+
+// One of the report's parameters, for a parameter field.
+bool chooseParameter(HWND owner, const std::vector<Text>& names, Text& name);
+// A column's values, for a parameter's allowed values read from the data;
+// empty when they cannot be read.
+using ColumnValues = std::function<std::vector<mervane::engine::formula::Value>(const model::FieldRef&)>;
+// The prompt before a run: one row per parameter, a list where the values
+// are given, from and to boxes for a range. On OK every parameter's value is
+// given; values that are not of the parameter's type are refused in words.
+bool promptParameters(HWND owner, std::vector<model::Parameter>& parameters, const ColumnValues& columnValues);
 
 }  // namespace mervane::authoring::win

@@ -88,7 +88,7 @@ class FormulaDialog final : public ModalDialog {
         {WC_STATICW, L"&Fields:", kFieldsLabel, 120, top, 2880, 195, SS_LEFT},
         {WC_LISTBOXW, L"", kFieldsList, 120, top + 210, 2880, 1800,
          WS_TABSTOP | WS_VSCROLL | LBS_NOTIFY | LBS_NOINTEGRALHEIGHT},
-        {WC_STATICW, L"F&ormulas:", kFormulasLabel, 3120, top, 2640, 195, SS_LEFT},
+        {WC_STATICW, L"F&ormulas and parameters:", kFormulasLabel, 3120, top, 2640, 195, SS_LEFT},
         {WC_LISTBOXW, L"", kFormulasList, 3120, top + 210, 2640, 1800,
          WS_TABSTOP | WS_VSCROLL | LBS_NOTIFY | LBS_NOINTEGRALHEIGHT},
         {WC_STATICW, L"F&unctions:", kFunctionsLabel, 5880, top, 3000, 195, SS_LEFT},
@@ -123,6 +123,10 @@ class FormulaDialog final : public ModalDialog {
     }
     for (const Text& total : fields_.runningTotals) {
       formulaNames_.push_back(formula::runningTotalReference(total));
+      addItem(kFormulasList, formulaNames_.back());
+    }
+    for (const Text& parameter : fields_.parameters) {
+      formulaNames_.push_back(formula::parameterReference(parameter));
       addItem(kFormulasList, formulaNames_.back());
     }
     for (const InsertableName& name : functionNames()) addItem(kFunctionsList, name.shown);

@@ -17,6 +17,7 @@
 #include "base/win/form.h"
 #include "base/win/wide.h"
 #include "engine/data/report_data.h"
+#include "engine/model/parameters.h"
 #include "engine/win/gdi_measure.h"
 #include "printing/win/report_printing.h"
 
@@ -469,6 +470,7 @@ void ViewerControl::setStatus(const std::wstring& text) {
 void ViewerControl::setReportSource(engine::Report* report) {
   dropRun();
   viewWhenShown_ = false;
+  notRun_ = false;
   report_ = report;
   updateTools();
   if (area_) InvalidateRect(area_, nullptr, FALSE);
@@ -491,9 +493,18 @@ void ViewerControl::viewReport() {
 }
 
 void ViewerControl::bringUpToDate() {
-  const bool unchanged = source_ && source_->problem().empty() &&
-                         (report_ ? report_->revision() == runRevision_ : factory_ != nullptr);
+  // After a declined prompt the page saying so stays until the report
+  // changes or Refresh asks again.
+  if (notRun_ && report_ && report_->revision() == runRevision_) return;
+  const bool unchanged = source_ && source_->problem().empty() && !notRun_ &&
+                         (report_ ? report_->revision() == runRevision_ && !parametersWanted() : factory_ != nullptr);
   if (!unchanged) refresh();
+}
+
+bool ViewerControl::parametersWanted() const {
+  if (!report_ || !prompt_) return false;
+  engine::ReportDocument& document = report_->document();
+  return document.hasLayout && engine::model::needsPrompt(document.definition.parameters);
 }
 
 void ViewerControl::refresh() {
@@ -503,6 +514,35 @@ void ViewerControl::refresh() {
     updateTools();
     return;
   }
+  if (report_ && prompt_ && parametersWanted()) {
+    // The prompt is modal: a click that reaches the viewer meanwhile asks nothing more.
+    if (prompting_) return;
+    std::vector<engine::model::Parameter> parameters = report_->document().definition.parameters;
+    prompting_ = true;
+    bool answered = false;
+    try {
+      answered = prompt_(parameters) && !engine::model::needsPrompt(parameters);
+    } catch (...) {
+    }
+    prompting_ = false;
+    if (!answered) {
+      if (source_ && !notRun_) return;
+      startRun(messagePages(u"The report was not run",
+                            u"No values were given for its parameters. Refresh asks for them again."));
+      notRun_ = true;
+      runRevision_ = report_->revision();
+      updateTools();
+      return;
+    }
+    // The values are the run's: they change nothing that is saved.
+    auto& kept = report_->document().definition.parameters;
+    for (std::size_t i = 0; i < kept.size() && i < parameters.size(); ++i) {
+      kept[i].given = parameters[i].given;
+      kept[i].current = parameters[i].current;
+      kept[i].currentTo = parameters[i].currentTo;
+    }
+  }
+  notRun_ = false;
   if (report_) runRevision_ = report_->revision();
   std::unique_ptr<layout::PageSource> source;
   try {

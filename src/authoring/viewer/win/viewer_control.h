@@ -96,6 +96,16 @@ class ViewerControl {
   void exportTo(const std::wstring& path);
   void exportTo(const ExportRequest& request);
 
+  // Asks for the values of the report's parameters before a run that needs
+  // them (none given yet); false: the person cancelled, and the pages shown
+  // stay (no run yet: a page says the report was not run). Without one, a
+  // run takes the parameters' defaults.
+  using ParameterPrompt = std::function<bool(std::vector<engine::model::Parameter>& parameters)>;
+  void setParameterPrompt(ParameterPrompt prompt) { prompt_ = std::move(prompt); }
+  // Whether the pages shown come from a run of the report (false before the
+  // first run and after a cancelled prompt).
+  bool hasRun() const { return source_ != nullptr && !notRun_; }
+
   // Where runs come from instead of the report (tests; the designer's
   // sample pages).
   void setPageSourceFactory(PageSourceFactory factory) { factory_ = std::move(factory); }
@@ -124,6 +134,7 @@ class ViewerControl {
   void layoutTools();
   void onCommand(int id, int code);
   void startRun(std::unique_ptr<engine::layout::PageSource> source);
+  bool parametersWanted() const;
   void dropRun();
   void stopAll();
   void followCount();
@@ -146,6 +157,9 @@ class ViewerControl {
   HFONT font_ = nullptr;
   engine::Report* report_ = nullptr;
   PageSourceFactory factory_;
+  ParameterPrompt prompt_;
+  bool notRun_ = false;  // the page shown says the report was not run
+  bool prompting_ = false;
   std::shared_ptr<engine::layout::TextMeasure> measure_;
 
   // The run shown and its generation (each run a new one, so late answers
@@ -183,6 +197,7 @@ class ForgivingViewerControl : public ForgivingPart<ViewerControl, std::shared_p
   void showAsPages() noexcept { step([](ViewerControl& v) { v.showAsPages(); }); }
   void viewReport() noexcept { step([](ViewerControl& v) { v.viewReport(); }); }
   void bringUpToDate() noexcept { step([](ViewerControl& v) { v.bringUpToDate(); }); }
+  void refresh() noexcept { step([](ViewerControl& v) { v.refresh(); }); }
   void print() noexcept { step([](ViewerControl& v) { v.print(); }); }
   void exportTo() noexcept { step([](ViewerControl& v) { v.exportTo(); }); }
 };

@@ -1,0 +1,197 @@
+// Parameters as a person uses them: an order list whose record filter asks
+// for a date range. The person adds the range parameter in Report >
+// Parameters (a default that is not a date is refused first), opens the
+// Preview and cancels the prompt (nothing runs), refreshes, types a value
+// that is not a date (refused), then the range; and exports the pages to
+// PDF. check_parameters_pdf.py reads the PDF back: only the orders in the
+// range, and the range in the page header.
+#include <windows.h>
+#include <commctrl.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "authoring/designer/win/designer_control.h"
+#include "authoring/designer/win/designer_dialogs.h"
+#include "authoring/viewer/win/export_dialog.h"
+#include "authoring/viewer/win/viewer_control.h"
+#include "authoring/win/designer_form.h"
+#include "base/win/com.h"
+#include "engine/engine.h"
+#include "engine/win/engine_factory.h"
+#include "person.h"
+
+namespace mervane {
+namespace {
+
+namespace fs = std::filesystem;
+namespace model = engine::model;
+using testing::Person;
+
+template <typename Condition>
+bool waitFor(Condition condition, int ms = 5000) {
+  for (int i = 0; i < ms / 20; ++i, Sleep(20))
+    if (condition()) return true;
+  return condition();
+}
+
+void click(HWND window) {
+  RECT r{};
+  GetClientRect(window, &r);
+  const LPARAM at = MAKELPARAM(r.right / 2, r.bottom / 2);
+  PostMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  PostMessageW(window, WM_LBUTTONUP, 0, at);
+}
+
+void clickTab(HWND tabs, int index) {
+  RECT tab{};
+  SendMessageW(tabs, TCM_GETITEMRECT, index, reinterpret_cast<LPARAM>(&tab));
+  const LPARAM at = MAKELPARAM((tab.left + tab.right) / 2, (tab.top + tab.bottom) / 2);
+  PostMessageW(tabs, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  PostMessageW(tabs, WM_LBUTTONUP, 0, at);
+}
+
+void hold() {
+  if (const char* ms = std::getenv("MERVANE_DIALOG_HOLD_MS")) Sleep(static_cast<DWORD>(std::atoi(ms)));
+}
+
+// Orders with their date and status; the page header shows the range.
+model::ReportDefinition orderList() {
+  model::ReportDefinition r = model::blankReport();
+  model::Table orders;
+  orders.alias = orders.location = u"Orders";
+  orders.logOn.database = u"company";
+  r.data.tables = {orders};
+  r.data.recordFilter = u"{Orders.OrderDate} in {?Period}";
+  r.data.sortFields = {{{u"Orders", u"OrderID", {}}, model::SortDirection::Ascending, {}}};
+  auto field = [](const Text& column, std::int32_t x) {
+    model::ReportObject o;
+    o.kind = model::ObjectKind::DatabaseField;
+    o.name = column;
+    o.field = {u"Orders", column, {}};
+    o.x = x;
+    o.width = 1800;
+    return o;
+  };
+  for (model::Section& s : r.sections) {
+    if (s.kind == model::SectionKind::Details) s.objects = {field(u"OrderID", 0), field(u"OrderDate", 2000)};
+    if (s.kind == model::SectionKind::PageHeader) {
+      model::ReportObject heading;
+      heading.kind = model::ObjectKind::Text;
+      heading.name = u"Heading";
+      heading.text = u"Orders of {?Period}";
+      heading.width = 6000;
+      s.objects = {heading};
+    }
+  }
+  return r;
+}
+
+TEST(Parameters, APersonAsksForADateRangeAndGetsOnlyItsOrders) {
+  CoInitialize(nullptr);
+  const fs::path folder = fs::current_path() / "parameters";
+  fs::remove_all(folder);
+  fs::create_directories(folder);
+  const fs::path reportFile = folder / "Orders by date.rpt";
+  {
+    std::unique_ptr<engine::Engine> engine = createReportEngine();
+    std::unique_ptr<engine::Report> report = engine->create();
+    report->document().definition = orderList();
+    report->setTitle(u"Orders by date");
+    report->save(win::fromWide(reportFile.c_str()));
+  }
+  authoring::win::DesignerForm form(
+      authoring::win::DesignerFormParts{[] { return createReportEngine(); }, nullptr, nullptr});
+  form.load();
+  form.setCaption(u"Parameters test");
+  SessionSettings session;
+  session.sqlDatabase = u"company";
+  session.sqlConnString = u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1";
+  form.setSessionData(readSessionData(session));
+  form.openReport(win::fromWide(reportFile.c_str()), u"Orders");
+  ASSERT_TRUE(form.currentReport());
+
+  std::vector<std::wstring> problems;
+  std::wstring badDefault, badValue;
+  bool cancelledGaveNothing = false;
+  const fs::path pdf = folder / "orders.pdf";
+  {
+    Person person(L"Parameters test", [&](Person& p, HWND window) {
+      using namespace authoring::win;
+      // Report > Parameters: a new parameter, a date range.
+      PostMessageW(window, WM_COMMAND, kCommandParameters, 0);
+      HWND dialog = Person::waitForWindow(kParametersCaption, window);
+      if (!dialog) return problems.push_back(L"no Parameters dialog");
+      p.press(dialog, kParameterNew);
+      p.type(dialog, kParameterName, L"Period");
+      SendMessageW(GetDlgItem(dialog, kParameterType), CB_SETCURSEL, 3, 0);  // Date
+      p.type(dialog, kParameterPrompt, L"Order dates");
+      p.press(dialog, kParameterRange);
+      p.type(dialog, kParameterDefault, L"abc");
+      p.type(dialog, kParameterDefaultTo, L"2026-12-31");
+      hold();
+      p.press(dialog, IDOK);
+      badDefault = p.answerMessage(dialog).text;
+      p.type(dialog, kParameterDefault, L"2026-01-01");
+      p.press(dialog, IDOK);
+      if (!Person::waitHidden(dialog)) return problems.push_back(L"the Parameters dialog stayed");
+
+      // Preview: the prompt; Cancel runs nothing.
+      clickTab(form.tabStrip(), 1);
+      HWND prompt = Person::waitForWindow(kPromptCaption, window, 1000);
+      if (!prompt) return problems.push_back(L"no prompt on the first Preview");
+      hold();
+      p.press(prompt, IDCANCEL);
+      Person::waitHidden(prompt);
+      cancelledGaveNothing = !form.currentReport()->document().definition.parameters.at(0).given;
+
+      // Refresh asks again: a value that is not a date is refused, then the range.
+      click(GetDlgItem(form.viewerWindow(), viewer::win::kRefreshButton));
+      prompt = Person::waitForWindow(kPromptCaption, window, 1000);
+      if (!prompt) return problems.push_back(L"no prompt on Refresh");
+      p.type(prompt, kPromptFirstBox, L"March");
+      p.press(prompt, IDOK);
+      badValue = p.answerMessage(prompt).text;
+      p.type(prompt, kPromptFirstBox, L"");
+      p.typeKeys(prompt, L"2026-03-01");
+      p.type(prompt, kPromptFirstBox + 1, L"2026-03-31");
+      hold();
+      p.press(prompt, IDOK);
+      if (!Person::waitHidden(prompt)) return problems.push_back(L"the prompt stayed");
+      Sleep(1000);
+      hold();
+
+      // File > Export, as PDF.
+      PostMessageW(window, WM_COMMAND, kCommandExport, 0);
+      HWND exportDialog = Person::waitForWindow(viewer::win::kExportCaption, nullptr, 1000);
+      if (!exportDialog) return problems.push_back(L"no Export dialog");
+      p.pressKey(exportDialog, VK_RETURN);
+      HWND save = Person::waitForWindow(L"Export Report", nullptr, 1000);
+      if (!save) return problems.push_back(L"no save dialog");
+      Sleep(300);
+      SendMessageW(Person::focus(save), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(pdf.wstring().c_str()));
+      p.press(save, IDOK);
+      if (!waitFor([&] { return fs::exists(pdf); }, 60000)) problems.push_back(L"no PDF written");
+      Sleep(500);
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      p.answerMessage(window, IDNO);  // the new parameter is not saved
+    });
+    form.showModal();
+  }
+  for (const auto& problem : problems) ADD_FAILURE() << toUtf8(win::fromWide(problem.c_str()));
+  EXPECT_EQ(badDefault, L"The default value 'abc' is not a date (yyyy-mm-dd).");
+  EXPECT_TRUE(cancelledGaveNothing);
+  EXPECT_EQ(badValue, L"Order dates: 'March' is not a date (yyyy-mm-dd).");
+  EXPECT_TRUE(form.designerControl()->fieldItem(u"?", u"Period"));  // under "Parameter Fields"
+  const auto& parameters = form.currentReport()->document().definition.parameters;
+  ASSERT_EQ(parameters.size(), 1u);
+  EXPECT_EQ(parameters[0].current, u"2026-03-01");
+  EXPECT_EQ(parameters[0].currentTo, u"2026-03-31");
+  EXPECT_TRUE(fs::exists(pdf));
+  CoUninitialize();
+}
+
+}  // namespace
+}  // namespace mervane
