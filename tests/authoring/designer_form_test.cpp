@@ -186,6 +186,26 @@ struct CountingData final : engine::data::DataProvider {
   }
 };
 
+// The example customer list opened for designing on the company database,
+// in a window of its own with the given caption.
+std::unique_ptr<authoring::win::DesignerForm> openCustomerList(const Text& caption) {
+  auto form = std::make_unique<authoring::win::DesignerForm>(authoring::win::DesignerFormParts{
+      [] { return createReportEngine(); }, nullptr, nullptr});
+  form->load();
+  form->setCaption(caption);
+  form->setSessionData(companySession());
+  form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
+  return form;
+}
+
+// Where the details stand among the report's sections.
+std::size_t detailsOf(const engine::model::ReportDefinition& definition) {
+  const auto& sections = definition.sections;
+  return static_cast<std::size_t>(std::find_if(sections.begin(), sections.end(), [](const auto& s) {
+                                    return s.kind == engine::model::SectionKind::Details;
+                                  }) - sections.begin());
+}
+
 // MERVANE_DIALOG_HOLD_MS keeps the window as it is for that long, for
 // screenshots.
 void holdForScreenshots() {
@@ -518,19 +538,10 @@ TEST_F(DesignerFormTest, PreviewRunsTheReportOnlyWhenFirstShownOrChanged) {
 // enough for the names, and its heading as wide: the preview shows every
 // name whole, as the report's own name column does.
 TEST_F(DesignerFormTest, AFieldFromTheFieldListShowsItsValuesWhole) {
-  using authoring::win::DesignerForm;
-  auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
-      [] { return createReportEngine(); }, nullptr, nullptr});
-  form->load();
-  form->setCaption(u"Field test");
-  form->setSessionData(companySession());
-  form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
+  auto form = openCustomerList(u"Field test");
   ASSERT_TRUE(form->currentReport());
   auto& definition = form->currentReport()->document().definition;
-  const auto details = static_cast<std::size_t>(
-      std::find_if(definition.sections.begin(), definition.sections.end(),
-                   [](const auto& s) { return s.kind == engine::model::SectionKind::Details; }) -
-      definition.sections.begin());
+  const std::size_t details = detailsOf(definition);
   ASSERT_LT(details, definition.sections.size());
   const std::size_t objectsBefore = definition.sections[details].objects.size();
   // Where the details begin, at the left margin.
@@ -727,22 +738,13 @@ void doubleClick(HWND canvas, POINT at) {
 // a number and a text refused first), then the main report's tab again.
 // Each customer prints with its own orders under it.
 TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
-  using authoring::win::DesignerForm;
   namespace model = engine::model;
-  auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
-      [] { return createReportEngine(); }, nullptr, nullptr});
-  form->load();
-  form->setCaption(u"Subreport test");
-  form->setSessionData(companySession());
-  form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
+  auto form = openCustomerList(u"Subreport test");
   ASSERT_TRUE(form->currentReport());
   auto& definition = form->currentReport()->document().definition;
   auto& designer = *form->designerControl();
   auto& editor = designer.editor();
-  const auto details = static_cast<std::size_t>(
-      std::find_if(definition.sections.begin(), definition.sections.end(),
-                   [](const auto& s) { return s.kind == model::SectionKind::Details; }) -
-      definition.sections.begin());
+  const std::size_t details = detailsOf(definition);
   bool tabShown = false, dragged = false;
   std::wstring refusal, tabCaption;
   {
@@ -860,22 +862,13 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
 // before it takes the table and that field away, and one undo brings both
 // back.
 TEST_F(DesignerFormTest, ATableAddedThroughReportTablesIsLinkedPlacedAndPreviewed) {
-  using authoring::win::DesignerForm;
   namespace model = engine::model;
-  auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
-      [] { return createReportEngine(); }, nullptr, nullptr});
-  form->load();
-  form->setCaption(u"Tables test");
-  form->setSessionData(companySession());
-  form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
+  auto form = openCustomerList(u"Tables test");
   ASSERT_TRUE(form->currentReport());
   auto& definition = form->currentReport()->document().definition;
   auto& designer = *form->designerControl();
   auto& editor = designer.editor();
-  const auto details = static_cast<std::size_t>(
-      std::find_if(definition.sections.begin(), definition.sections.end(),
-                   [](const auto& s) { return s.kind == model::SectionKind::Details; }) -
-      definition.sections.begin());
+  const std::size_t details = detailsOf(definition);
   const std::size_t fieldsBefore = definition.sections[details].objects.size();
   std::vector<std::wstring> listed;
   std::vector<bool> tickedAtFirst;

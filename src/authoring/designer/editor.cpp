@@ -328,17 +328,7 @@ void Editor::release(Point p) {
       return;
     }
     case Gesture::Resize: {
-      const std::vector<Box> boxes = previewBoxes();
-      std::vector<ObjectChange> changes;
-      for (std::size_t i = 0; i < boxes.size(); ++i) {
-        const ObjectRef r = objectOf(selection_, i);
-        const model::ReportObject& before = report->sections[r.section].objects[r.index];
-        model::ReportObject after = before;
-        after.x = boxes[i].x;
-        after.y = boxes[i].y - layout_.band(r.section)->bodyTop;
-        if (g.kind == Gesture::Resize) after.width = boxes[i].width, after.height = boxes[i].height;
-        if (!(after == before)) changes.push_back({r, before, std::move(after)});
-      }
+      std::vector<ObjectChange> changes = changesToBoxes(*report, previewBoxes());
       gesture_ = {};
       if (!changes.empty()) execute(changeObjects(std::move(changes)));
       return;
@@ -690,6 +680,24 @@ bool Editor::setSectionOptions(std::size_t section, const model::Section& values
   return execute(changeSection(section, before, after));
 }
 
+// The selected objects given the boxes (surface coordinates, in the
+// selection's order): the changes for those whose place or size differs.
+std::vector<ObjectChange> Editor::changesToBoxes(const model::ReportDefinition& report,
+                                                 const std::vector<Box>& boxes) const {
+  std::vector<ObjectChange> changes;
+  for (std::size_t i = 0; i < boxes.size(); ++i) {
+    const ObjectRef r = objectOf(selection_, i);
+    const model::ReportObject& before = report.sections[r.section].objects[r.index];
+    model::ReportObject after = before;
+    after.x = boxes[i].x;
+    after.y = boxes[i].y - layout_.band(r.section)->bodyTop;
+    after.width = boxes[i].width;
+    after.height = boxes[i].height;
+    if (!(after == before)) changes.push_back({r, before, std::move(after)});
+  }
+  return changes;
+}
+
 bool Editor::canArrange(Arrangement how) const {
   return editable() && selection_.objects.size() >= objectsNeeded(how);
 }
@@ -704,18 +712,7 @@ bool Editor::arrange(Arrangement how) {
     if (r == *first) primaryAt = boxes.size();
     boxes.push_back(layout_.objectBox(r.section, report->sections[r.section].objects[r.index]));
   }
-  boxes = arrangeBoxes(std::move(boxes), primaryAt, how);
-  std::vector<ObjectChange> changes;
-  for (std::size_t i = 0; i < boxes.size(); ++i) {
-    const ObjectRef r = objectOf(selection_, i);
-    const model::ReportObject& before = report->sections[r.section].objects[r.index];
-    model::ReportObject after = before;
-    after.x = boxes[i].x;
-    after.y = boxes[i].y - layout_.band(r.section)->bodyTop;
-    after.width = boxes[i].width;
-    after.height = boxes[i].height;
-    if (!(after == before)) changes.push_back({r, before, std::move(after)});
-  }
+  std::vector<ObjectChange> changes = changesToBoxes(*report, arrangeBoxes(std::move(boxes), primaryAt, how));
   if (changes.empty()) return false;
   const ObjectRef keep = *first;
   const bool done = execute(selecting(changeObjects(std::move(changes)), selection_, selection_));

@@ -166,6 +166,9 @@ class Editor {
   bool changeTables(const model::Data& data, std::vector<PlacedObject> removed);
 
  private:
+  // The selected objects given the boxes (in the selection's order): the
+  // changes for those whose place or size differs.
+  std::vector<ObjectChange> changesToBoxes(const model::ReportDefinition& report, const std::vector<Box>& boxes) const;
   void afterChange();
   // After undo or redo: the open subreport read again from the main report,
   // or closed when its object is gone.
