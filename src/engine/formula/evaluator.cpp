@@ -86,8 +86,10 @@ class Evaluator {
       return compare(x, range.value, node) == 0;
     }
     if (!range.value.isNull() && compare(x, range.value, node) < 0) return false;
-    if (!range.to.isNull() && compare(x, range.to, node) > 0) return false;
-    return true;
+    if (range.to.isNull()) return true;
+    if (range.wholeDays && range.to.kind() == ValueKind::Date)
+      return compare(x, Value(DateTime{std::floor(range.to.date().days) + 1}), node) < 0;
+    return compare(x, range.to, node) <= 0;
   }
 
   explicit Evaluator(EvaluationContext& context) : context_(context) {}

@@ -47,7 +47,8 @@
 // values: Minimum({?Name}) and Maximum({?Name}) are its ends, and {?Name}
 // alone is the text "from - to" (for headings). `x in {?Name}` is true when
 // x lies within the range, both ends included, an end left empty being no
-// limit; for a parameter that is not a range it is x = {?Name}. "in" takes
+// limit (a range of dates takes in the whole of its last day, times of day
+// included); for a parameter that is not a range it is x = {?Name}. "in" takes
 // nulls as the comparisons do.
 //
 // Types and nulls. + adds numbers, joins texts, and moves a date by days;
@@ -111,6 +112,9 @@ struct ParameterValue {
   Value value;  // the value; a range's lower end
   bool range = false;
   Value to;     // a range's upper end
+  // A range of dates: its upper end takes in the whole of its day, so that
+  // a date and time later that day still lies within it.
+  bool wholeDays = false;
 };
 
 // The text a parameter's value shows: a range as "from - to" (an end left

@@ -2,6 +2,8 @@
 // with its own parameters so that a part left out takes its values along.
 #include "engine/formula/sql_filter.h"
 
+#include <cmath>
+
 #include "engine/formula/syntax.h"
 
 namespace mervane::engine::formula {
@@ -85,7 +87,10 @@ class Translator {
       ends.emplace_back(u" = ?", range->value);
     } else {
       if (!range->value.isNull()) ends.emplace_back(u" >= ?", range->value);
-      if (!range->to.isNull()) ends.emplace_back(u" <= ?", range->to);
+      if (range->wholeDays && range->to.kind() == ValueKind::Date)
+        ends.emplace_back(u" < ?", Value(DateTime{std::floor(range->to.date().days) + 1}));
+      else if (!range->to.isNull())
+        ends.emplace_back(u" <= ?", range->to);
     }
     bool textLike = false;
     for (const auto& end : ends) textLike = textLike || end.second.kind() == ValueKind::Text;

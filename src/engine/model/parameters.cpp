@@ -214,6 +214,7 @@ ParameterValues::ParameterValues(const std::vector<Parameter>& parameters) {
     const Text& to = p.given ? p.currentTo : p.defaultTo;
     formula::ParameterValue value;
     value.range = p.range;
+    value.wholeDays = p.range && p.type == ParameterType::Date;
     auto read = [&](const Text& text) {
       if (text.empty() && p.type != ParameterType::Text) return Value();
       return parseParameterValue(p.type, text).value_or(Value());

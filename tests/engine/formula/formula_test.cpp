@@ -110,6 +110,10 @@ TEST(Formula, ParametersRangesAndIn) {
   EXPECT_EQ(run(u"null in {?Period}", r), Value());
   EXPECT_EQ(run(u"\"North\" in {?Region} and {?Region} = \"North\"", r), Value(true));
   EXPECT_EQ(run(u"Minimum({?Period})", r), Value(DateTime{45292}));
+  // A range of days takes in its last day's times too, and no later.
+  r.parameters[u"March"] = ParameterValue{Value(DateTime{45352}), true, Value(DateTime{45382}), true};
+  EXPECT_EQ(run(u"(Date(2024, 3, 31) + 0.75) in {?March}", r), Value(true));
+  EXPECT_EQ(run(u"Date(2024, 4, 1) in {?March}", r), Value(false));
   EXPECT_EQ(run(u"Maximum({?Period})", r), Value());
   EXPECT_EQ(run(u"\"From \" & {?Period}", r), Value(u"From 2024-01-01 - "));
   auto error = [&](TextView source) {

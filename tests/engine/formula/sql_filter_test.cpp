@@ -87,6 +87,7 @@ class Parameters : public EvaluationContext {
   std::optional<ParameterValue> parameter(const Text& name) override {
     if (name == u"Period") return ParameterValue{Value(DateTime{45292}), true, Value(DateTime{45382})};
     if (name == u"From") return ParameterValue{Value(DateTime{45292}), true, Value()};
+    if (name == u"Days") return ParameterValue{Value(DateTime{45292}), true, Value(DateTime{45382}), true};
     if (name == u"Who") return ParameterValue{Value(u"x'; DROP TABLE t; --"), false, Value()};
     return std::nullopt;
   }
@@ -100,6 +101,10 @@ TEST(SqlFilter, ParametersAreBoundValuesNeverSqlText) {
   EXPECT_EQ(f.parameters, (std::vector<Value>{Value(DateTime{45292}), Value(DateTime{45382}), Value(90)}));
   EXPECT_TRUE(f.exact);
   EXPECT_EQ(with(u"{O.Day} in {?From}").where, u"(\"O\".\"Day\" >= ?)");
+  // A range of days takes in the whole of its last day.
+  f = with(u"{O.Day} in {?Days}");
+  EXPECT_EQ(f.where, u"(\"O\".\"Day\" >= ? AND \"O\".\"Day\" < ?)");
+  EXPECT_EQ(f.parameters, (std::vector<Value>{Value(DateTime{45292}), Value(DateTime{45383})}));
 
   f = with(u"{O.Name} = {?Who}");
   EXPECT_EQ(f.where, u"\"O\".\"Name\" = ?");
