@@ -76,6 +76,15 @@ bool isEditBox(HWND window) {
   return _wcsicmp(name, L"Edit") == 0 || _wcsicmp(name, L"ComboBox") == 0;
 }
 
+// The Format menu's arranging commands and what each does to the selection.
+constexpr std::pair<UINT, designer::Arrangement> kArrangements[] = {
+    {kCommandAlignLeft, designer::Arrangement::AlignLeft},       {kCommandAlignRight, designer::Arrangement::AlignRight},
+    {kCommandAlignTop, designer::Arrangement::AlignTop},         {kCommandAlignBottom, designer::Arrangement::AlignBottom},
+    {kCommandAlignCentres, designer::Arrangement::AlignCentres}, {kCommandAlignMiddles, designer::Arrangement::AlignMiddles},
+    {kCommandSameWidth, designer::Arrangement::SameWidth},       {kCommandSameHeight, designer::Arrangement::SameHeight},
+    {kCommandSameSize, designer::Arrangement::SameSize},         {kCommandSpaceAcross, designer::Arrangement::SpaceAcross},
+    {kCommandSpaceDown, designer::Arrangement::SpaceDown}};
+
 // The context menus' entries, in the order they appear.
 std::vector<ContextEntry> defaultContextEntries() {
   using E = ContextEntry;
@@ -768,14 +777,7 @@ struct DesignerControl::Impl {
                     MF_BYCOMMAND | (editor.options().snapToGrid ? MF_CHECKED : MF_UNCHECKED));
     }
     if (formatMenu) {
-      static const std::pair<UINT, designer::Arrangement> arrangements[] = {
-          {kCommandAlignLeft, designer::Arrangement::AlignLeft},       {kCommandAlignRight, designer::Arrangement::AlignRight},
-          {kCommandAlignTop, designer::Arrangement::AlignTop},         {kCommandAlignBottom, designer::Arrangement::AlignBottom},
-          {kCommandAlignCentres, designer::Arrangement::AlignCentres}, {kCommandAlignMiddles, designer::Arrangement::AlignMiddles},
-          {kCommandSameWidth, designer::Arrangement::SameWidth},       {kCommandSameHeight, designer::Arrangement::SameHeight},
-          {kCommandSameSize, designer::Arrangement::SameSize},         {kCommandSpaceAcross, designer::Arrangement::SpaceAcross},
-          {kCommandSpaceDown, designer::Arrangement::SpaceDown}};
-      for (const auto& [id, how] : arrangements)
+      for (const auto& [id, how] : kArrangements)
         EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editor.canArrange(how) ? MF_ENABLED : MF_GRAYED));
       for (UINT id : {kCommandBold, kCommandItalic, kCommandUnderline, kCommandTextLeft, kCommandTextCentre,
                       kCommandTextRight, kCommandFontColour, kCommandBringToFront, kCommandSendToBack})
@@ -1172,14 +1174,7 @@ struct DesignerControl::Impl {
 
   // The commands this control adds for arranging, formatting, groups and sections.
   bool comfortCommand(UINT id) {
-    static const std::pair<UINT, designer::Arrangement> arrangements[] = {
-        {kCommandAlignLeft, designer::Arrangement::AlignLeft},       {kCommandAlignRight, designer::Arrangement::AlignRight},
-        {kCommandAlignTop, designer::Arrangement::AlignTop},         {kCommandAlignBottom, designer::Arrangement::AlignBottom},
-        {kCommandAlignCentres, designer::Arrangement::AlignCentres}, {kCommandAlignMiddles, designer::Arrangement::AlignMiddles},
-        {kCommandSameWidth, designer::Arrangement::SameWidth},       {kCommandSameHeight, designer::Arrangement::SameHeight},
-        {kCommandSameSize, designer::Arrangement::SameSize},         {kCommandSpaceAcross, designer::Arrangement::SpaceAcross},
-        {kCommandSpaceDown, designer::Arrangement::SpaceDown}};
-    for (const auto& [command, how] : arrangements)
+    for (const auto& [command, how] : kArrangements)
       if (id == command) return editor.arrange(how), true;
     const auto toggle = [this](const char16_t* key) { editor.setProperty(key, shared(key) == u"Yes" ? u"No" : u"Yes"); };
     switch (id) {
