@@ -10,6 +10,9 @@
 //   report_bench conditional-pages LABEL CONNECT_TEXT
 //     (the same report with ten conditional formatting formulas and two
 //     running totals)
+//   report_bench distinct-pages LABEL CONNECT_TEXT
+//     (that one with a third running total on every line: the distinct
+//     lines so far, never starting again, so it sees a new value each row)
 //   report_bench pdf LABEL CONNECT_TEXT FOLDER
 //   report_bench xlsx LABEL CONNECT_TEXT FOLDER
 //
@@ -254,14 +257,35 @@ engine::model::ReportDefinition withConditions(engine::model::ReportDefinition r
   return r;
 }
 
+engine::model::ReportDefinition withDistinctLines(engine::model::ReportDefinition r) {
+  namespace model = engine::model;
+  model::RunningTotal lines;
+  lines.name = u"LinesSeen";
+  lines.field = {u"Order Lines", u"LineID", {}};
+  lines.operation = model::SummaryOperation::DistinctCount;
+  r.runningTotals.push_back(lines);
+  for (model::Section& section : r.sections) {
+    if (section.kind != model::SectionKind::Details) continue;
+    model::ReportObject o;
+    o.kind = model::ObjectKind::RunningTotalField;
+    o.name = o.formula = u"LinesSeen";
+    o.x = 11400;
+    o.width = 900;
+    section.objects.push_back(o);
+  }
+  return r;
+}
+
 int pages(const std::string& label, const Text& connectText, const Text& user, const Text& password,
-          bool conditional = false) {
+          int additions = 0) {  // 1 conditions and running totals, 2 and a distinct count
   FirstPageSplit split;
   engine::Engine engine(parts(&split));
   auto made = engine.create();
   auto& report = *made;
   report.document().definition =
-      conditional ? withConditions(tools::monthlySalesDefinition()) : tools::monthlySalesDefinition();
+      additions == 0   ? tools::monthlySalesDefinition()
+      : additions == 1 ? withConditions(tools::monthlySalesDefinition())
+                       : withDistinctLines(withConditions(tools::monthlySalesDefinition()));
   report.setTitle(u"Daily sales");
   SessionSettings session;
   session.sqlDatabase = u"company";
@@ -449,7 +473,11 @@ int wmain(int argc, wchar_t** argv) {
   }
   if (mode == L"conditional-pages" && argc > 3) {
     std::wstring label(argv[2]);
-    return mervane::pages("conditional-" + std::string(label.begin(), label.end()), fromWide(argv[3]), {}, {}, true);
+    return mervane::pages("conditional-" + std::string(label.begin(), label.end()), fromWide(argv[3]), {}, {}, 1);
+  }
+  if (mode == L"distinct-pages" && argc > 3) {
+    std::wstring label(argv[2]);
+    return mervane::pages("distinct-" + std::string(label.begin(), label.end()), fromWide(argv[3]), {}, {}, 2);
   }
   if (mode == L"pdf" && argc > 4) {
     std::wstring label(argv[2]);

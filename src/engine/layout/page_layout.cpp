@@ -47,6 +47,7 @@ class RowContext final : public formula::EvaluationContext {
     record_ = record;
   }
   void flow(const FlowState* state) { flow_ = state; }
+  Spool* distinctValues() const { return environment_.distinctValues; }
   // The value of the object whose conditions are being worked out.
   void current(const Value* value) { current_ = value; }
   bool usedPageCount() const { return usedPageCount_; }
@@ -94,7 +95,7 @@ class RowContext final : public formula::EvaluationContext {
     const auto i = static_cast<std::size_t>(index);
     if (!flow_ || i >= flow_->totals.size()) return Value();
     const RunningState& s = flow_->totals[i];
-    return resultOf(s.sums, report_.runningTotals[i].operation, s.distinct.size());
+    return resultOf(s.sums, report_.runningTotals[i].operation, s.distinct.seen.size());
   }
 
   // A condition's value for the current record; nothing when it cannot be
@@ -173,8 +174,13 @@ Value evaluate(const RowValueSource& source, const EncodedRow* row, std::int64_t
 class SectionStream {
  public:
   SectionStream(const PreparedReport& report, RowFeed& feed, FlowState& state, RowContext& context)
-      : report_(report), feed_(feed), state_(state), context_(context) {
+      : report_(report), feed_(feed), state_(state), context_(context), distinctSpool_(context.distinctValues()) {
     context_.flow(&state_);
+    for (RunningState& total : state_.totals) {
+      if (!total.distinct.unread) continue;
+      if (!distinctSpool_) throw std::runtime_error("The values of a distinct count were not kept.");
+      total.distinct.readBack(*distinctSpool_);
+    }
   }
 
   // Reads again the rows a saved state stood on.
@@ -344,22 +350,22 @@ class SectionStream {
       }
       if (take) {
         add(t.operation, t.value, s.sums, current_, state_.record,
-            t.operation == SummaryOperation::DistinctCount ? &s.distinct : nullptr);
+            t.operation == SummaryOperation::DistinctCount ? &s.distinct : nullptr, distinctSpool_);
       }
     }
   }
 
   void add(const SummarySlot& slot, Accumulator& acc, const EncodedRow& row, std::int64_t record,
-           std::unordered_set<std::string>* distinct) {
-    add(slot.operation, slot.value, acc, row, record, distinct);
+           DistinctValues* distinct) {
+    add(slot.operation, slot.value, acc, row, record, distinct, nullptr);
   }
 
   void add(SummaryOperation operation, const RowValueSource& source, Accumulator& acc, const EncodedRow& row,
-           std::int64_t record, std::unordered_set<std::string>* distinct) {
+           std::int64_t record, DistinctValues* distinct, Spool* spool) {
     if (source.field >= 0) {
       const auto field = static_cast<std::size_t>(source.field);
       if (row.isNull(field)) return;
-      if (distinct) distinct->emplace(row.raw(field));
+      if (distinct) distinct->take(row.raw(field), spool);
       ++acc.count;
       double number = 0;
       if (row.kind(field) == ValueKind::Number && row.number(field, number)) {
@@ -376,7 +382,7 @@ class SectionStream {
     if (distinct) {
       std::string key;
       encodeValue(value, key);
-      distinct->insert(std::move(key));
+      distinct->take(key, spool);
     }
     ++acc.count;
     if (value.kind() == ValueKind::Number) {
@@ -392,7 +398,7 @@ class SectionStream {
   void readAhead(int level) {
     const std::size_t slots = report_.slots.size();
     std::vector<Accumulator>& acc = aheadSums_;
-    std::vector<std::unordered_set<std::string>>& distinct = aheadDistinct_;
+    std::vector<DistinctValues>& distinct = aheadDistinct_;
     acc.assign(slots, Accumulator{});
     distinct.resize(slots);
     for (auto& values : distinct) values.clear();
@@ -417,7 +423,7 @@ class SectionStream {
     }
     for (std::size_t i = 0; i < slots; ++i) {
       const SummarySlot& s = report_.slots[i];
-      if (s.level == level && !s.fromData) state_.ahead[i] = resultOf(acc[i], s.operation, distinct[i].size());
+      if (s.level == level && !s.fromData) state_.ahead[i] = resultOf(acc[i], s.operation, distinct[i].seen.size());
     }
   }
 
@@ -427,7 +433,8 @@ class SectionStream {
   RowContext& context_;
   EncodedRow current_, next_, scan_;
   std::vector<Accumulator> aheadSums_;
-  std::vector<std::unordered_set<std::string>> aheadDistinct_;
+  std::vector<DistinctValues> aheadDistinct_;
+  Spool* distinctSpool_;
 };
 
 void shiftDown(DisplayItem& item, std::int32_t dy) {
@@ -974,8 +981,11 @@ void writeFlow(ByteWriter& w, const FlowState& f) {
     w.value(total.sums.extremes.maximum);
     w.u64(total.haveLast ? 1 : 0);
     w.bytes(total.last);
-    w.u64(total.distinct.size());
-    for (const std::string& seen : total.distinct) w.bytes(seen);
+    // The values themselves only when no spool holds them.
+    w.u64(total.distinct.chain);
+    w.u64(total.distinct.seen.size());
+    if (total.distinct.chain == DistinctValues::kNoEntry)
+      for (const std::string& seen : total.distinct.seen) w.bytes(seen);
   }
 }
 
@@ -1009,12 +1019,45 @@ void readFlow(ByteReader& r, FlowState& f, std::size_t limit) {
     total.sums.extremes.maximum = r.value();
     total.haveLast = r.u64() != 0;
     total.last = std::string(r.bytes());
-    const std::uint64_t seen = std::min<std::uint64_t>(r.u64(), limit);
-    for (std::uint64_t i = 0; i < seen; ++i) total.distinct.emplace(r.bytes());
+    total.distinct.chain = r.u64();
+    total.distinct.unread = total.distinct.chain != DistinctValues::kNoEntry;
+    const std::uint64_t seen = r.u64();
+    total.distinct.seen.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(seen, std::uint64_t{1} << 24)));
+    if (!total.distinct.unread)
+      for (std::uint64_t i = 0; i < std::min(seen, std::uint64_t{limit}); ++i) total.distinct.seen.emplace(r.bytes());
   }
 }
 
 }  // namespace
+
+// A spool entry of a distinct count's chain: the entry before (eight
+// bytes, least significant first), then the value.
+void DistinctValues::take(std::string_view value, Spool* spool) {
+  if (!seen.emplace(value).second || !spool) return;
+  std::string entry(8, '\0');
+  for (int i = 0; i < 8; ++i) entry[static_cast<std::size_t>(i)] = static_cast<char>((chain >> (8 * i)) & 0xFF);
+  entry.append(value);
+  chain = spool->append(entry);
+}
+
+void DistinctValues::readBack(Spool& spool) {
+  SpoolReader reader(spool);
+  seen.clear();  // keeps the room loadState made for the values
+  for (std::uint64_t at = chain; at != kNoEntry;) {
+    std::string_view entry;
+    std::uint64_t after = 0;
+    if (reader.read(at, entry, after) != SpoolReader::Result::Row || entry.size() < 8)
+      throw std::runtime_error("The values of a distinct count could not be read back.");
+    std::uint64_t before = 0;
+    for (int i = 0; i < 8; ++i)
+      before |= std::uint64_t{static_cast<unsigned char>(entry[static_cast<std::size_t>(i)])} << (8 * i);
+    seen.emplace(entry.substr(8));
+    // Entries only ever name earlier ones, so the walk ends.
+    if (before != kNoEntry && before >= at) throw std::runtime_error("The values of a distinct count could not be read back.");
+    at = before;
+  }
+  unread = false;
+}
 
 std::string saveState(const PageState& state) {
   ByteWriter w;

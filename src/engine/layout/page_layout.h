@@ -30,6 +30,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -61,13 +62,32 @@ struct Accumulator {
   formula::Extremes extremes;  // for minimum and maximum
 };
 
+// The values a distinct count has seen since it last started again. While
+// the pages are laid out in order they are in `seen`. With a spool, each
+// value is also written to it once, as a chain whose entries each name the
+// one before: a page's saved start then keeps only where the chain ends,
+// not the values, and laying that page out again reads them back. Without
+// one the saved start holds the values themselves.
+struct DistinctValues {
+  static constexpr std::uint64_t kNoEntry = ~std::uint64_t{0};
+  std::unordered_set<std::string> seen;
+  std::uint64_t chain = kNoEntry;  // the spool's entry for the last value taken
+  bool unread = false;             // loaded from a saved start: `seen` is still in the spool
+
+  void clear() {
+    seen.clear();
+    chain = kNoEntry;
+    unread = false;
+  }
+  void take(std::string_view value, Spool* spool);
+  // Throws std::runtime_error when the spool does not hold the chain.
+  void readBack(Spool& spool);
+};
+
 // A running total, as far as the rows have gone.
 struct RunningState {
   Accumulator sums;
-  // Distinct counts only: the values seen since the last reset. They are kept
-  // in every page's saved start, so a distinct count over very many values
-  // that never resets costs memory with each page.
-  std::unordered_set<std::string> distinct;
+  DistinctValues distinct;  // distinct counts only
   std::string last;                          // evaluated on a change of field: that field's value before
   bool haveLast = false;
 };
@@ -187,6 +207,9 @@ struct LayoutEnvironment {
   // into its spool, or the block of an earlier instance with the same
   // values (background pass only; null when laying out a page again).
   std::function<std::uint64_t(int subreport, const std::vector<data::FieldMatch>& match)> fetchSubreport;
+  // Where distinct-count running totals keep the values they have seen, so
+  // that saved page starts stay small (see DistinctValues). Optional.
+  Spool* distinctValues = nullptr;
 };
 
 // Lays out the page that `state` starts and moves `state` to the next

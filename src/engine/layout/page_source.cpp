@@ -46,6 +46,16 @@ class SharedMeasure final : public TextMeasure {
   std::mutex mutex_;
 };
 
+// Whether the report or one of its subreports has a running total that
+// counts distinct values.
+bool countsDistinctValues(const PreparedReport& report) {
+  for (const PreparedRunningTotal& total : report.runningTotals)
+    if (total.operation == model::SummaryOperation::DistinctCount) return true;
+  for (const PreparedSubreport& sub : report.subreports)
+    if (sub.report && countsDistinctValues(*sub.report)) return true;
+  return false;
+}
+
 double localNow() {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
@@ -81,6 +91,7 @@ class Run final : public PageSource {
         subreportSpools_.push_back(std::make_unique<Spool>(options.spoolFolder));
         subreportBlocks_.push_back(std::make_unique<SubreportBlocks>());
       }
+      if (countsDistinctValues(*report_)) distinctValues_ = std::make_unique<Spool>(options.spoolFolder);
     } catch (const PrepareError& error) {
       stop(1, error.message());
       return;
@@ -163,6 +174,7 @@ class Run final : public PageSource {
     environment.dataSummaries = [this]() -> const std::vector<formula::Value>& { return dataSummaries(); };
     for (const auto& spool : subreportSpools_) environment.subreportSpools.push_back(spool.get());
     for (const auto& blocks : subreportBlocks_) environment.subreportBlocks.push_back(blocks.get());
+    environment.distinctValues = distinctValues_.get();
     return environment;
   }
 
@@ -395,6 +407,7 @@ class Run final : public PageSource {
   std::unique_ptr<Spool> spool_;
   std::vector<std::unique_ptr<Spool>> subreportSpools_;
   std::vector<std::unique_ptr<SubreportBlocks>> subreportBlocks_;
+  std::unique_ptr<Spool> distinctValues_;  // when a running total counts distinct values
   std::mutex summariesMutex_;  // taken before mutex_, never while holding it
   bool summariesRead_ = false;
   std::vector<formula::Value> dataSummaries_;

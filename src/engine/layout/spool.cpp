@@ -109,12 +109,17 @@ bool SpoolReader::ensure(std::uint64_t offset, std::size_t size) {
   if (offset >= start_ && offset + size <= start_ + length_) return true;
   const std::uint64_t end = spool_.end();
   if (offset + size > end) return false;
-  const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(std::max(size, kReadBlock), end - offset));
+  // Reading backwards (a chain of entries that each name an earlier one),
+  // the block read reaches back half its size, so that the next reads find
+  // their records in it too.
+  const std::uint64_t from = offset < start_ ? offset - std::min<std::uint64_t>(offset, kReadBlock / 2) : offset;
+  const std::size_t reach = static_cast<std::size_t>(offset - from) + size;
+  const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(std::max(reach, kReadBlock), end - from));
   if (buffer_.size() < want) buffer_.resize(want);
   // A huge record does not keep its buffer for the rest of the run.
   if (buffer_.size() > 4 * kReadBlock && want <= kReadBlock) buffer_.assign(kReadBlock, 0);
-  spool_.copy(offset, buffer_.data(), want);
-  start_ = offset;
+  spool_.copy(from, buffer_.data(), want);
+  start_ = from;
   length_ = want;
   return true;
 }

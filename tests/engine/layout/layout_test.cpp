@@ -427,8 +427,11 @@ TEST(Layout, RunningTotalsCarryAcrossPagesLaidOutAgain) {
   model::ReportDefinition report = listReport();
   report.runningTotals.push_back(runningTotal(u"Balance", SummaryOperation::Sum, u"amount"));
   report.runningTotals.push_back(runningTotal(u"Kinds", SummaryOperation::DistinctCount, u"amount"));
-  sectionOf(report, SectionKind::Details).objects.push_back(totalObject(u"Balance"));
-  sectionOf(report, SectionKind::Details).objects.push_back(totalObject(u"Kinds"));
+  // Never starts again and sees a new value on every row: the pages laid
+  // out again read its values back rather than carrying them.
+  report.runningTotals.push_back(runningTotal(u"Names", SummaryOperation::DistinctCount, u"name"));
+  for (const Text name : {u"Balance", u"Kinds", u"Names"})
+    sectionOf(report, SectionKind::Details).objects.push_back(totalObject(name));
   auto source = runReport(documentOf(report), data, measure(), fixedDate());
   const auto pages = allPages(*source);
   ASSERT_GE(pages.size(), 20u);
@@ -436,12 +439,15 @@ TEST(Layout, RunningTotalsCarryAcrossPagesLaidOutAgain) {
   for (const auto* set : {&pages, &again}) {
     const std::vector<Text> balances = printed(*set, u"Balance");
     const std::vector<Text> kinds = printed(*set, u"Kinds");
+    const std::vector<Text> names = printed(*set, u"Names");
     ASSERT_EQ(balances.size(), 1000u);
+    ASSERT_EQ(names.size(), 1000u);
     std::int64_t sum = 0;
     for (std::int64_t row = 0; row < 1000; ++row) {
       sum += row % 7;
       EXPECT_EQ(balances[static_cast<std::size_t>(row)], decimal(sum));
       EXPECT_EQ(kinds[static_cast<std::size_t>(row)], decimal(std::min<std::int64_t>(row + 1, 7)));
+      EXPECT_EQ(names[static_cast<std::size_t>(row)], decimal(row + 1));
     }
   }
 }
