@@ -2,8 +2,8 @@
 # The engine's figures under Wine: opening and saving a report of 1,000
 # objects, then the grouped example report over 1,000 and 1,000,000 order
 # lines on SQLite and on a private PostgreSQL server, and its PDF and Excel
-# (data only) exports on SQLite, each run in a process of its own so that
-# its peak memory is its own.
+# (data only, then as printed) exports on SQLite, each run in a process of
+# its own so that its peak memory is its own.
 #
 #   bench/report/run_report_bench.sh [WIN64_BUILD_DIR]   (default build/win64)
 #   bench/report/run_report_bench.sh WIN64_BUILD_DIR conditions

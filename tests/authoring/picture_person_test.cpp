@@ -1,9 +1,10 @@
 // A logo placed as a person places it: Insert > Picture from the menu with
 // the keyboard, a file that is not a picture tried first and refused in a
 // message, then the logo chosen in the open dialog; the report exported to
-// PDF through the Export dialog and saved. The report also holds a picture
-// whose bytes are damaged, which must print as an empty frame. The PDF stays
-// in pictures/ of the build folder for check_picture_pdf.sh to read back.
+// PDF and to Excel (as printed) through the Export dialog and saved. The
+// report also holds a picture whose bytes are damaged, which must print as
+// an empty frame. The files stay in pictures/ of the build folder for
+// check_picture_exports.sh to read back.
 // MERVANE_DIALOG_HOLD_MS keeps each dialog up for screenshots.
 #include <windows.h>
 #include <commctrl.h>
@@ -66,7 +67,7 @@ std::size_t picturesIn(const engine::model::ReportDefinition& definition) {
   return count;
 }
 
-TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdf) {
+TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdfAndExcel) {
   CoInitialize(nullptr);
   const fs::path folder = fs::current_path() / "pictures";
   fs::remove_all(folder);
@@ -139,22 +140,27 @@ TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdf) {
       mouse(WM_LBUTTONUP, 0, 8200, 600);
       hold();
 
-      pickFromMenu(window, L'f', L'e');
-      HWND dialog = Person::waitForWindow(viewer::win::kExportCaption);
-      if (!dialog) {
-        problems.push_back(L"File > Export opened no dialog");
-      } else {
-        p.pressKey(dialog, VK_RETURN);  // PDF, every page
-        if (HWND save = Person::waitForWindow(L"Export Report")) {
-          Sleep(300);
-          SendMessageW(Person::focus(save), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(pdf.c_str()));
-          p.press(save, IDOK);
-          if (!waitFor([&] { return fs::exists(pdf); }, 60000)) problems.push_back(L"no PDF written");
-        } else {
-          problems.push_back(L"no save dialog");
-        }
-      }
-      Sleep(500);
+      // File > Export, the format `downs` below the first in the list.
+      const auto exportTo = [&](int downs, const fs::path& file) {
+        pickFromMenu(window, L'f', L'e');
+        HWND dialog = Person::waitForWindow(viewer::win::kExportCaption);
+        if (!dialog) return problems.push_back(L"File > Export opened no dialog");
+        SetFocus(GetDlgItem(dialog, viewer::win::kExportFormat));
+        p.pressKey(dialog, VK_HOME);
+        for (int i = 0; i < downs; ++i) p.pressKey(dialog, VK_DOWN);
+        hold();
+        p.pressKey(dialog, VK_RETURN);  // every page
+        HWND save = Person::waitForWindow(L"Export Report");
+        if (!save) return problems.push_back(L"no save dialog for " + file.filename().wstring());
+        Sleep(300);
+        SendMessageW(Person::focus(save), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(file.c_str()));
+        p.press(save, IDOK);
+        if (!waitFor([&] { return fs::exists(file); }, 60000))
+          problems.push_back(L"nothing written to " + file.filename().wstring());
+        Sleep(500);
+      };
+      exportTo(0, pdf);
+      exportTo(1, folder / "logo.xlsx");  // Excel, as printed
       PostMessageW(window, WM_COMMAND, authoring::win::kCommandSave, 0);
       Sleep(500);
       PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);

@@ -1,6 +1,9 @@
 // Workbooks as a zip of SpreadsheetML parts: the sheets streamed into the
 // zip row by row, the parts that list them (workbook, relationships,
 // content types, styles, properties) written once the last row is in.
+// Pictures are a sheet's drawing: its anchors gathered while its rows are
+// written, the drawing and the picture files it is the first to use written
+// after the sheet.
 #include "engine/export/xlsx_writer.h"
 
 #include <algorithm>
@@ -9,9 +12,12 @@
 #include <map>
 #include <string_view>
 
+#include <zlib.h>
+
 #include "base/zip/zip_stream_writer.h"
 #include "engine/export/report_records.h"
 #include "engine/export/xml_text.h"
+#include "engine/layout/picture.h"
 
 namespace mervane::engine::exporting {
 
@@ -22,6 +28,7 @@ using layout::ValueType;
 constexpr std::size_t kFlushAt = 64 * 1024;
 constexpr const char* kMainNs = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
 constexpr const char* kRelNs = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+constexpr const char* kPackageRelNs = "http://schemas.openxmlformats.org/package/2006/relationships";
 constexpr const char* kXmlHead = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
 
 // A cell's text keeps its line breaks.
@@ -79,6 +86,52 @@ struct Cell {
   int style = 0;
 };
 
+constexpr std::int64_t kEmuPerTwip = 635;
+
+// A picture placed in the row it is handed over with: its column, how far
+// into that column it starts and its size (twips), and its file in
+// xl/media (from 1).
+struct Anchor {
+  int column = 0;
+  std::int32_t columnOffset = 0;
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  int media = 0;
+  std::int64_t row = 0;  // from 0; the workbook fills it in
+};
+
+// The picture files Excel reads as they are, by their file name's ending.
+const char* mediaExtension(layout::PictureFormat format) {
+  switch (format) {
+    case layout::PictureFormat::Png: return "png";
+    case layout::PictureFormat::Jpeg: return "jpeg";
+    case layout::PictureFormat::Gif: return "gif";
+    case layout::PictureFormat::Bmp: return "bmp";
+    default: return nullptr;
+  }
+}
+
+// Picture files told apart by content: their size and two unrelated
+// checksums, so that equal bytes from different records are stored once
+// without keeping the bytes of every file seen.
+struct Digest {
+  std::size_t size = 0;
+  std::uint32_t crc = 0;
+  std::uint64_t fnv = 0;
+  auto operator<=>(const Digest&) const = default;
+};
+
+Digest digestOf(std::string_view bytes) {
+  Digest d{bytes.size(), static_cast<std::uint32_t>(::crc32(0L, Z_NULL, 0)), 14695981039346656037ull};
+  for (std::size_t at = 0; at < bytes.size(); at += 1u << 30) {
+    const std::size_t n = std::min<std::size_t>(bytes.size() - at, 1u << 30);
+    d.crc = static_cast<std::uint32_t>(::crc32(d.crc, reinterpret_cast<const Bytef*>(bytes.data() + at),
+                                               static_cast<uInt>(n)));
+  }
+  for (unsigned char c : bytes) d.fnv = (d.fnv ^ c) * 1099511628211ull;
+  return d;
+}
+
 class Workbook {
  public:
   Workbook(std::ostream& out, const XlsxOptions& options, std::vector<double> widths, int frozenRows)
@@ -109,15 +162,50 @@ class Workbook {
     return index;
   }
 
-  // A row of cells ordered by column; a new sheet when this one is full,
-  // headed by `repeated` rows again.
-  void row(const std::vector<Cell>& cells) {
-    if (rowsInSheet_ >= options_.rowsPerSheet) {
+  // A row of cells ordered by column, and the pictures that start in it; a
+  // new sheet when this one is full, headed by the headings again.
+  void row(const std::vector<Cell>& cells, const std::vector<Anchor>& pictures = {}) {
+    if (rowsInSheet_ + gap_ >= options_.rowsPerSheet) {
       endSheet();
       beginSheet();
       for (const auto& heading : headings_) writeRow(heading);
     }
+    rowsInSheet_ += gap_;
+    numberNext_ = numberNext_ || gap_ > 0;
+    gap_ = 0;
     writeRow(cells);
+    for (Anchor anchor : pictures) {
+      anchor.row = rowsInSheet_ - 1;
+      anchors_.push_back(anchor);
+    }
+  }
+  // Leaves `count` rows empty before the next one.
+  void skip(std::int64_t count) { gap_ += std::max<std::int64_t>(0, count); }
+  // The sheet (from 1) and row (from 0) the next row goes in, unless that
+  // sheet is full.
+  int sheet() const { return sheets_; }
+  std::int64_t nextRow() const { return rowsInSheet_ + gap_; }
+
+  // The media file (from 1) of a picture's file, each distinct file stored
+  // once; 0 for a file Excel does not read as a picture.
+  int media(const std::shared_ptr<const std::string>& file) {
+    if (!file || file->empty()) return 0;
+    // The same picture on every page comes with the same bytes: known by
+    // their address without reading them again.
+    if (auto seen = recentMedia_.find(file.get()); seen != recentMedia_.end()) return seen->second.second;
+    int number = 0;
+    if (const char* extension = mediaExtension(layout::readPictureHeader(*file).format)) {
+      auto [known, added] = mediaByDigest_.emplace(digestOf(*file), 0);
+      if (added) {
+        known->second = ++mediaFiles_;
+        pendingMedia_.push_back({known->second, extension, file});
+        mediaExtensions_.push_back(extension);
+      }
+      number = known->second;
+    }
+    if (recentMedia_.size() >= 64) recentMedia_.clear();
+    recentMedia_.emplace(file.get(), std::pair(file, number));
+    return number;
   }
   // Rows that open every further sheet as well (the headings).
   void heading(const std::vector<Cell>& cells) {
@@ -139,7 +227,16 @@ class Workbook {
 
   void writeRow(const std::vector<Cell>& cells) {
     ++rowsInSheet_;
-    xml_ += "<row>";
+    if (cells.empty()) {  // a row for pictures only: nothing written, the next one numbered
+      numberNext_ = true;
+      return;
+    }
+    if (numberNext_) {
+      xml_ += "<row r=\"" + std::to_string(rowsInSheet_) + "\">";
+      numberNext_ = false;
+    } else {
+      xml_ += "<row>";
+    }
     int expected = 0;
     for (const Cell& cell : cells) {
       std::optional<double> number;
@@ -184,6 +281,8 @@ class Workbook {
   void beginSheet() {
     ++sheets_;
     rowsInSheet_ = 0;
+    gap_ = 0;
+    numberNext_ = false;
     zip_.begin("xl/worksheets/sheet" + std::to_string(sheets_) + ".xml");
     xml_ += kXmlHead;
     xml_ += "<worksheet xmlns=\"";
@@ -209,9 +308,62 @@ class Workbook {
   }
 
   void endSheet() {
-    xml_ += "</sheetData></worksheet>";
+    xml_ += "</sheetData>";
+    if (!anchors_.empty()) xml_ += "<drawing r:id=\"rId1\"/>";
+    xml_ += "</worksheet>";
     flush();
     zip_.end();
+    if (!anchors_.empty()) writeDrawing();
+    for (const auto& media : pendingMedia_) {
+      zip_.begin("xl/media/image" + std::to_string(media.number) + "." + media.extension);
+      zip_.write(*media.file);
+      zip_.end();
+    }
+    pendingMedia_.clear();
+  }
+
+  // The sheet's drawing: one anchor per picture, each file related once.
+  void writeDrawing() {
+    const std::string n = std::to_string(sheets_);
+    drawingSheets_.push_back(sheets_);
+    part("xl/worksheets/_rels/sheet" + n + ".xml.rels",
+         std::string(kXmlHead) + "<Relationships xmlns=\"" + kPackageRelNs +
+             "\"><Relationship Id=\"rId1\" Type=\"" + kRelNs + "/drawing\" Target=\"../drawings/drawing" + n +
+             ".xml\"/></Relationships>");
+    std::map<int, int> relOf;  // media file -> relationship number
+    zip_.begin("xl/drawings/drawing" + n + ".xml");
+    xml_ += kXmlHead;
+    xml_ += "<xdr:wsDr xmlns:xdr=\"http://schemas.openxmlformats.org/drawingml/2006/spreadsheetDrawing\" "
+            "xmlns:a=\"http://schemas.openxmlformats.org/drawingml/2006/main\" xmlns:r=\"";
+    xml_ += kRelNs;
+    xml_ += "\">";
+    int id = 0;
+    for (const Anchor& anchor : anchors_) {
+      const int rel = relOf.emplace(anchor.media, static_cast<int>(relOf.size()) + 1).first->second;
+      const std::string cx = std::to_string(anchor.width * kEmuPerTwip), cy = std::to_string(anchor.height * kEmuPerTwip);
+      const std::string number = std::to_string(++id);
+      xml_ += "<xdr:oneCellAnchor><xdr:from><xdr:col>" + std::to_string(anchor.column) + "</xdr:col><xdr:colOff>" +
+              std::to_string(anchor.columnOffset * kEmuPerTwip) + "</xdr:colOff><xdr:row>" +
+              std::to_string(anchor.row) + "</xdr:row><xdr:rowOff>0</xdr:rowOff></xdr:from><xdr:ext cx=\"" + cx +
+              "\" cy=\"" + cy + "\"/><xdr:pic><xdr:nvPicPr><xdr:cNvPr id=\"" + number + "\" name=\"Picture " +
+              number + "\"/><xdr:cNvPicPr><a:picLocks noChangeAspect=\"1\"/></xdr:cNvPicPr></xdr:nvPicPr>"
+              "<xdr:blipFill><a:blip r:embed=\"rId" + std::to_string(rel) +
+              "\"/><a:stretch><a:fillRect/></a:stretch></xdr:blipFill><xdr:spPr><a:xfrm><a:off x=\"0\" y=\"0\"/>"
+              "<a:ext cx=\"" + cx + "\" cy=\"" + cy +
+              "\"/></a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom></xdr:spPr></xdr:pic>"
+              "<xdr:clientData/></xdr:oneCellAnchor>";
+      if (xml_.size() >= kFlushAt) flush();
+    }
+    xml_ += "</xdr:wsDr>";
+    flush();
+    zip_.end();
+    anchors_.clear();
+    std::string rels = std::string(kXmlHead) + "<Relationships xmlns=\"" + kPackageRelNs + "\">";
+    for (const auto& [media, rel] : relOf) {
+      rels += "<Relationship Id=\"rId" + std::to_string(rel) + "\" Type=\"" + kRelNs + "/image\" Target=\"../media/image" +
+              std::to_string(media) + "." + mediaExtensions_[static_cast<std::size_t>(media) - 1] + "\"/>";
+    }
+    part("xl/drawings/_rels/drawing" + n + ".xml.rels", rels + "</Relationships>");
   }
 
   std::string sheetName(int sheet) const {
@@ -246,6 +398,15 @@ class Workbook {
                         "vnd.openxmlformats-package.core-properties+xml\"/>";
     std::string sheets, rels = std::string(kXmlHead) +
                                "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
+    const std::pair<const char*, const char*> pictureTypes[] = {
+        {"png", "image/png"}, {"jpeg", "image/jpeg"}, {"gif", "image/gif"}, {"bmp", "image/bmp"}};
+    for (const auto& [extension, type] : pictureTypes)
+      if (std::find_if(mediaExtensions_.begin(), mediaExtensions_.end(),
+                       [&](const char* used) { return std::string_view(used) == extension; }) != mediaExtensions_.end())
+        types += std::string("<Default Extension=\"") + extension + "\" ContentType=\"" + type + "\"/>";
+    for (int sheet : drawingSheets_)
+      types += "<Override PartName=\"/xl/drawings/drawing" + std::to_string(sheet) +
+               ".xml\" ContentType=\"application/vnd.openxmlformats-officedocument.drawing+xml\"/>";
     for (int i = 1; i <= sheets_; ++i) {
       const std::string n = std::to_string(i);
       types += "<Override PartName=\"/xl/worksheets/sheet" + n +
@@ -315,7 +476,23 @@ class Workbook {
   std::string xml_;
   int sheets_ = 0;
   std::int64_t rowsInSheet_ = 0;
+  std::int64_t gap_ = 0;       // empty rows before the next
+  bool numberNext_ = false;    // the next row says its number (rows were left out before it)
   std::vector<std::vector<Cell>> headings_;
+  // Pictures: the anchors of this sheet, the files first used in it (written
+  // after it), every file's digest and ending, the sheets with a drawing.
+  struct PendingMedia {
+    int number = 0;
+    const char* extension = nullptr;
+    std::shared_ptr<const std::string> file;
+  };
+  std::vector<Anchor> anchors_;
+  std::vector<PendingMedia> pendingMedia_;
+  int mediaFiles_ = 0;
+  std::map<Digest, int> mediaByDigest_;
+  std::vector<const char*> mediaExtensions_;
+  std::map<const std::string*, std::pair<std::shared_ptr<const std::string>, int>> recentMedia_;
+  std::vector<int> drawingSheets_;
   std::map<std::string, int> styleKeys_;
   std::vector<Style> styles_;
   std::vector<std::string> formats_;
@@ -358,33 +535,110 @@ struct Columns {
     auto after = std::upper_bound(edges.begin(), edges.end(), x + kColumnSlack);
     return after == edges.begin() ? 0 : static_cast<int>(after - edges.begin()) - 1;
   }
+
+  // The column a picture starting at x lies in by the sheet's widths, and
+  // how far into it (twips); past the last column, columns of Excel's own
+  // width.
+  std::pair<int, std::int32_t> place(std::int32_t x) const {
+    std::int32_t left = edges.empty() ? 0 : edges.front();
+    if (x <= left) return {0, 0};
+    for (int column = 0;; ++column) {
+      const auto i = static_cast<std::size_t>(column);
+      const std::int32_t width =
+          i < widths.size() ? static_cast<std::int32_t>(std::lround(widths[i] * kTwipsPerCharacter)) : kDefaultWidth;
+      if (x < left + width || column >= 16383) return {column, std::min(x - left, width)};
+      left += width;
+    }
+  }
+
+  static constexpr double kTwipsPerCharacter = 105;  // see columnWidth
+  static constexpr std::int32_t kDefaultWidth = 960;  // 64 pixels
 };
+
+// A sheet row's height (twips) at the workbook's 10-point font: how many
+// rows a picture covers.
+constexpr std::int32_t kRowTwips = 255;
 
 class PrintedRows {
  public:
   PrintedRows(Workbook& book, const Columns& columns) : book_(book), columns_(columns) {}
 
-  // The runs of one page that belong in the sheet, line by line.
-  void page(std::vector<const layout::TextRun*> runs) {
+  // The runs and pictures of one page that belong in the sheet, line by
+  // line. A picture starts in the row of the line it starts beside, or in
+  // a row of its own when it ends above the next line; lines printed below
+  // it come after the rows it covers.
+  void page(std::vector<const layout::TextRun*> runs, std::vector<const layout::ImageItem*> images = {}) {
     std::stable_sort(runs.begin(), runs.end(), [](const auto* a, const auto* b) {
       return a->box.y != b->box.y ? a->box.y < b->box.y : a->box.x < b->box.x;
     });
-    std::size_t i = 0;
+    std::stable_sort(images.begin(), images.end(), [](const auto* a, const auto* b) { return a->box.y < b->box.y; });
+    std::size_t i = 0, nextImage = 0;
     while (i < runs.size()) {
       // A line: the runs that start before the first one's middle.
-      const std::int32_t middle = runs[i]->box.y + std::max(1, runs[i]->box.height / 2);
+      const std::int32_t top = runs[i]->box.y;
+      const std::int32_t middle = top + std::max(1, runs[i]->box.height / 2);
       std::size_t end = i;
       while (end < runs.size() && runs[end]->box.y < middle) ++end;
       std::vector<const layout::TextRun*> line(runs.begin() + static_cast<std::ptrdiff_t>(i),
                                                runs.begin() + static_cast<std::ptrdiff_t>(end));
       std::stable_sort(line.begin(), line.end(), [](const auto* a, const auto* b) { return a->box.x < b->box.x; });
-      writeLine(line);
+      std::vector<const layout::ImageItem*> above, beside;
+      for (; nextImage < images.size() && images[nextImage]->box.y < middle; ++nextImage)
+        (images[nextImage]->box.y + images[nextImage]->box.height <= top ? above : beside).push_back(images[nextImage]);
+      if (!above.empty()) pictureRow(above);
+      writeLine(line, beside, top);
       i = end;
     }
+    if (nextImage < images.size())
+      pictureRow({images.begin() + static_cast<std::ptrdiff_t>(nextImage), images.end()});
+    clearBelow_ = INT32_MIN;  // on the next page, every line is below
   }
 
  private:
-  void writeLine(const std::vector<const layout::TextRun*>& line) {
+  // Pictures with no line beside them: a row of their own.
+  void pictureRow(const std::vector<const layout::ImageItem*>& images) {
+    keepClear(images.front()->box.y);
+    std::int32_t bottom = INT32_MIN;
+    std::vector<Anchor> anchors = anchorsOf(images, bottom);
+    if (anchors.empty()) return;
+    book_.row({}, anchors);
+    cover(anchors, bottom);
+  }
+
+  // The pictures Excel can show; `bottom` the lowest edge of those on the page.
+  std::vector<Anchor> anchorsOf(const std::vector<const layout::ImageItem*>& images, std::int32_t& bottom) {
+    std::vector<Anchor> anchors;
+    for (const auto* image : images) {
+      if (image->box.width <= 0 || image->box.height <= 0) continue;
+      const int media = book_.media(image->file);
+      if (!media) continue;  // not a file Excel shows: left out
+      const auto [column, offset] = columns_.place(image->box.x);
+      anchors.push_back({column, offset, image->box.width, image->box.height, media});
+      bottom = std::max(bottom, image->box.y + image->box.height);
+    }
+    return anchors;
+  }
+
+  // After pictures start in the row just written: the rows they cover.
+  void cover(const std::vector<Anchor>& anchors, std::int32_t bottom) {
+    const std::int64_t row = book_.nextRow() - 1;
+    if (clearSheet_ != book_.sheet()) clearRow_ = -1;
+    clearSheet_ = book_.sheet();
+    for (const Anchor& anchor : anchors)
+      clearRow_ = std::max(clearRow_, row + (anchor.height + kRowTwips - 1) / kRowTwips);
+    clearBelow_ = std::max(clearBelow_, bottom);
+  }
+
+  // A line starting at `top`, below the pictures placed: after their rows.
+  void keepClear(std::int32_t top) {
+    if (clearRow_ < 0 || top < clearBelow_) return;
+    if (clearSheet_ == book_.sheet()) book_.skip(clearRow_ - book_.nextRow());
+    clearRow_ = -1;
+    clearBelow_ = INT32_MIN;
+  }
+
+  void writeLine(const std::vector<const layout::TextRun*>& line, const std::vector<const layout::ImageItem*>& images,
+                 std::int32_t top) {
     cells_.clear();
     for (const auto* run : line) {
       if (run->text.empty()) continue;
@@ -405,12 +659,23 @@ class PrintedRows {
                                run->font.bold);
       cells_.push_back(std::move(cell));
     }
-    if (!cells_.empty()) book_.row(cells_);
+    if (images.empty() && cells_.empty()) return;
+    keepClear(top);
+    std::int32_t bottom = INT32_MIN;
+    std::vector<Anchor> anchors = anchorsOf(images, bottom);
+    if (anchors.empty() && cells_.empty()) return;
+    book_.row(cells_, anchors);
+    if (!anchors.empty()) cover(anchors, bottom);
   }
 
   Workbook& book_;
   const Columns& columns_;
   std::vector<Cell> cells_;
+  // Rows that pictures cover: lines printed below `clearBelow_` go in row
+  // `clearRow_` of sheet `clearSheet_` or later (-1: none).
+  std::int64_t clearRow_ = -1;
+  int clearSheet_ = 0;
+  std::int32_t clearBelow_ = INT32_MIN;
 };
 
 }  // namespace
@@ -495,22 +760,29 @@ bool writeXlsxAsPrinted(const PageFeed& pages, std::ostream& out, const Progress
   Workbook book(out, options, columns.widths, 0);
   PrintedRows rows(book, columns);
   std::vector<const layout::TextRun*> footer;
+  std::vector<const layout::ImageItem*> footerImages;
   std::shared_ptr<const layout::Page> footerPage;
   for (std::int32_t number = 1; page; page = pages(++number)) {
     std::vector<const layout::TextRun*> body;
+    std::vector<const layout::ImageItem*> images;
     footer.clear();
-    for (const auto& item : page->items)
-      if (const auto* run = std::get_if<layout::TextRun>(&item)) {
-        if (run->section == model::SectionKind::PageFooter)
-          footer.push_back(run);
-        else if (number == 1 || run->section != model::SectionKind::PageHeader)
-          body.push_back(run);
-      }
-    rows.page(std::move(body));
+    footerImages.clear();
+    // The page header once, at the top; the page footer once, at the end.
+    auto belongs = [&](model::SectionKind section, auto& onPage, auto& inFooter, const auto* item) {
+      if (section == model::SectionKind::PageFooter)
+        inFooter.push_back(item);
+      else if (number == 1 || section != model::SectionKind::PageHeader)
+        onPage.push_back(item);
+    };
+    for (const auto& item : page->items) {
+      if (const auto* run = std::get_if<layout::TextRun>(&item)) belongs(run->section, body, footer, run);
+      if (const auto* image = std::get_if<layout::ImageItem>(&item)) belongs(image->section, images, footerImages, image);
+    }
+    rows.page(std::move(body), std::move(images));
     footerPage = page;  // keeps the last footer's runs alive
     if (progress && !progress(number)) return false;
   }
-  rows.page(footer);
+  rows.page(footer, footerImages);
   book.finish();
   return true;
 }

@@ -3,14 +3,20 @@
 // As printed: the laid-out pages, each printed line a row, each object in
 // the column its horizontal place gives it; group headers and footers are
 // rows like the others, the page header comes once at the top and the page
-// footer once at the end.
+// footer once at the end. Pictures are Excel pictures of their printed size,
+// placed in the row of the line they print beside and the column their
+// place gives them; lines printed below a picture start below it. Each
+// picture file goes in once, as it came, however many pages or records show
+// it; a file Excel cannot show is left out.
 // Data only: one row per record, one column per detail field, under a row
 // of headings.
 //
 // Numbers and dates are typed cells carrying the report's format as an
 // Excel number format; texts are inline strings. The sheet is written into
-// the zip as it goes, so memory does not grow with the rows; past the
-// 1,048,576 rows a sheet can hold, the rows go on in a further sheet.
+// the zip as it goes, so memory does not grow with the rows (a sheet's
+// picture places, and the picture files it is the first to show, wait for
+// its end); past the 1,048,576 rows a sheet can hold, the rows go on in a
+// further sheet, with a drawing of its own.
 #pragma once
 
 #include <cstdint>

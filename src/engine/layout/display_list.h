@@ -88,6 +88,11 @@ struct ImageItem {
   std::shared_ptr<const std::vector<std::uint32_t>> pixels;
   std::shared_ptr<const std::string> jpeg;
   int jpegComponents = 0;  // 1 grey, 3 colour, 4 CMYK
+  // The picture's file as the report or its column holds it (PNG, JPEG, BMP
+  // or GIF), for writers that embed files as they are.
+  std::shared_ptr<const std::string> file;
+  // The kind of section that printed it (page headers repeat on every page).
+  model::SectionKind section = model::SectionKind::Details;
 };
 
 using DisplayItem = std::variant<TextRun, LineItem, BoxItem, ImageItem>;

@@ -732,10 +732,13 @@ class Pager {
           break;
         case ObjectKind::Picture:
           if (items && visible(box, clip)) {
+            const std::size_t first = items->size();
             appendPictureItems(object, box,
                                po.value.valid() ? pictureBytesOf(evaluate(po.value, stream.row(), stream.record(), context))
                                                 : object.picture.image.shared(),
                                *items);
+            for (std::size_t i = first; i < items->size(); ++i)
+              if (auto* image = std::get_if<ImageItem>(&(*items)[i])) image->section = section.kind;
           }
           break;
         case ObjectKind::Subreport: {

@@ -133,6 +133,7 @@ std::shared_ptr<const LoadedPicture> loadPicture(const std::shared_ptr<const std
       }
     }
     if (header.format == PictureFormat::Jpeg) loaded->jpeg = bytes;
+    loaded->file = bytes;
     if (readable) picture = std::move(loaded);
   }
   std::lock_guard guard(lock);
@@ -266,6 +267,7 @@ void appendPictureItems(const model::ReportObject& object, const Rect& frame,
     image.pixels = picture->pixels;
     image.jpeg = picture->jpeg;
     image.jpegComponents = picture->header.components;
+    image.file = picture->file;
     items.push_back(std::move(image));
   }
   if (f.border != model::BorderStyle::None) {

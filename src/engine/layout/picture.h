@@ -60,6 +60,7 @@ struct LoadedPicture {
   PictureHeader header;
   std::shared_ptr<const std::vector<std::uint32_t>> pixels;
   std::shared_ptr<const std::string> jpeg;  // the file itself, when it is a JPEG
+  std::shared_ptr<const std::string> file;  // the file itself, whatever it is
 };
 
 // The picture `bytes` hold, or null when they are not a picture this

@@ -1,11 +1,14 @@
 // The Excel export, read back by openpyxl: a grouped report as printed
-// (typed cells, the page header once, group rows, the footer at the end)
-// and as data only (every record, its values and types, sheets that go on
-// past their row limit), and the report's patterns as Excel formats.
+// (typed cells, the page header once, group rows, the footer at the end),
+// pictures as printed (read back with Python's zipfile), and as data only
+// (every record, its values and types, sheets that go on past their row
+// limit), and the report's patterns as Excel formats.
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
 #include <map>
+#include <set>
 #include <sstream>
 
 #include "engine/export/xlsx_writer.h"
@@ -155,6 +158,112 @@ TEST(ExcelExport, AsPrintedKeepsTypesAndPrintsHeaderOnceFooterLast) {
   bool total = false;
   for (const auto& [at, cell] : cells) total = total || (cell.type == "n" && cell.value == "975390");
   EXPECT_TRUE(total);
+}
+
+std::string pictureFile(const char* name) {
+  std::ifstream in(std::string(MERVANE_TEST_PICTURES) + "/" + name, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+Value hexOf(const std::string& bytes) {
+  std::string hex = "0x";
+  for (unsigned char c : bytes) hex += "0123456789ABCDEF"[c >> 4], hex += "0123456789ABCDEF"[c & 15];
+  return Value(fromUtf8(hex));
+}
+
+model::ReportObject pictureObject(model::SharedBytes file, std::int32_t x, std::int32_t width, std::int32_t height) {
+  model::ReportObject o{.kind = ObjectKind::Picture, .name = u"Picture", .x = x, .width = width, .height = height};
+  o.picture.image = std::move(file);
+  o.picture.stretch = true;
+  return o;
+}
+
+TEST(ExcelExport, AsPrintedPicturesAreAnchoredWhereTheyPrintedAndStoredOnce) {
+  // The logo in the page header and footer; each order line's own picture
+  // from a column: a GIF or a BMP by turns, a text that is not a picture on
+  // line 6 and nothing on line 8.
+  const model::SharedBytes logo(pictureFile("logo.png"));
+  const std::string gif = pictureFile("logo.gif"), bmp = pictureFile("logo.bmp");
+  model::ReportDefinition r = model::blankReport();
+  sectionOf(r, SectionKind::PageHeader).height = 1500;
+  sectionOf(r, SectionKind::PageHeader).objects = {object(ObjectKind::Text, u"Orders", {}, 0, 2000),
+                                                    pictureObject(logo, 5000, 1440, 720)};
+  auto& details = sectionOf(r, SectionKind::Details);
+  details.height = 300;
+  details.objects = {object(ObjectKind::DatabaseField, u"Id", u"id", 0, 1000), pictureObject({}, 1200, 600, 240),
+                     object(ObjectKind::DatabaseField, u"Name", u"name", 2400, 2000)};
+  details.objects[0].format.numberFormat = u"0";
+  details.objects[1].field = {u"T", u"photo", {}};
+  sectionOf(r, SectionKind::PageFooter).height = 800;
+  sectionOf(r, SectionKind::PageFooter).objects = {pictureObject(logo, 0, 1440, 720)};
+  FakeProvider data;
+  data.tables[u""] = FakeTable{{u"id", u"name", u"photo"}, kRows, [&](std::int64_t row, std::size_t column) -> Value {
+                                 if (column == 0) return Value(static_cast<double>(row + 1));
+                                 if (column == 1) return Value(u"Line " + decimal(row + 1));
+                                 return row == 5 ? Value(u"4E6F7420612070696374757265") : row == 7 ? Value()
+                                                                                         : hexOf(row % 2 ? bmp : gif);
+                               }};
+  ReportDocument document;
+  document.definition = std::move(r);
+  std::shared_ptr<layout::PageSource> source =
+      layout::runReport(document, data, std::make_shared<layout::ApproximateMeasure>());
+  const auto path = scratch("pictures.xlsx");
+  {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    ASSERT_TRUE(writeXlsxAsPrinted(finalPagesOf(source, {}), out, {}, {u"Orders", 40}));
+  }
+  ASSERT_GE(*source->pageCount(), 2);
+
+  int status = -1;
+  std::istringstream lines(capture("/usr/bin/python3 " MERVANE_XLSX_PICTURES " '" + path.string() + "'", &status));
+  ASSERT_EQ(status, 0);
+  std::map<std::string, std::size_t> media;  // part -> size
+  std::vector<std::vector<std::string>> pictures;
+  for (std::string line; std::getline(lines, line);) {
+    std::vector<std::string> parts;
+    std::istringstream fields(line);
+    for (std::string part; std::getline(fields, part, '\t');) parts.push_back(part);
+    if (parts[0] == "problem") ADD_FAILURE() << parts[1];
+    if (parts[0] == "media") media[parts[1]] = std::stoul(parts[2]);
+    if (parts[0] == "picture") pictures.push_back(parts);
+  }
+  // Each file once, as it came, however many pages and records show it.
+  EXPECT_EQ(media, (std::map<std::string, std::size_t>{{"xl/media/image1.png", logo.size()},
+                                                        {"xl/media/image2.gif", gif.size()},
+                                                        {"xl/media/image3.bmp", bmp.size()}}));
+
+  auto cells = readBack(path);
+  int logos = 0, linePictures = 0;
+  std::set<std::string> sheets;
+  for (const auto& picture : pictures) {
+    const std::string& sheet = picture[1], &at = picture[2], &file = picture[6];
+    sheets.insert(sheet);
+    if (file == "xl/media/image1.png") {
+      EXPECT_EQ(picture[4] + ' ' + picture[5], std::to_string(1440 * 635) + ' ' + std::to_string(720 * 635));
+      if (++logos == 1) {
+        EXPECT_EQ(at.substr(1), "1") << "the header's logo beside its title";
+      }
+      continue;
+    }
+    // An order line's picture: in column A, 1200 twips in, in the row of its line.
+    ASSERT_EQ(at[0], 'A');
+    EXPECT_EQ(picture[3], std::to_string(1200 * 635));
+    EXPECT_EQ(picture[4] + ' ' + picture[5], std::to_string(600 * 635) + ' ' + std::to_string(240 * 635));
+    const ReadCell& id = cells[sheet + '!' + at];
+    ASSERT_EQ(id.type, "n") << sheet << '!' << at;
+    const int record = std::stoi(id.value) - 1;
+    EXPECT_EQ(file, record % 2 ? "xl/media/image3.bmp" : "xl/media/image2.gif") << "line " << record + 1;
+    EXPECT_NE(record, 5);
+    EXPECT_NE(record, 7);
+    ++linePictures;
+  }
+  EXPECT_EQ(logos, 2) << "the page header's once, the page footer's once";
+  EXPECT_EQ(linePictures, kRows - 2);
+  EXPECT_EQ(sheets, (std::set<std::string>{"Orders", "Orders (2)", "Orders (3)"}));
+  // The lines below the logo start after the rows it covers.
+  EXPECT_EQ(cells["Orders!A1"].value, "Orders");
+  EXPECT_EQ(cells["Orders!A4"].value, "1");
+  EXPECT_EQ(cells.count("Orders!A2") + cells.count("Orders!A3"), 0u);
 }
 
 TEST(ExcelExport, DataOnlyHasEveryRecordTypedAndGoesOnInAnotherSheet) {
