@@ -1008,6 +1008,7 @@ TEST_F(DesignerFormTest, AnOnDemandSubreportOpensACustomersOrdersFromItsLink) {
                      MAKELPARAM(from.x + (to.x - from.x) * step / 4, from.y));
       PostMessageW(canvas, WM_LBUTTONUP, 0, MAKELPARAM(to.x, to.y));
       Sleep(300);
+      holdForScreenshots();
       clickTab(window, 1);
       std::optional<POINT> link;
       waitFor([&] { return viewer->pageShown() && (link = viewer->linkPoint(0)); });
@@ -1028,10 +1029,13 @@ TEST_F(DesignerFormTest, AnOnDemandSubreportOpensACustomersOrdersFromItsLink) {
         holdForScreenshots();
         orders->exportTo(pdf.wstring());
         waitFor([&] { return orders->lastExport().has_value(); });
+        // Clicks beside the pages put the keys there.
+        clickWithTheMouse(orders->pageArea(), POINT{4, 4}, LoadCursorW(nullptr, IDC_ARROW));
         p.pressKey(window, VK_ESCAPE);
         backByEsc = waitFor([&] { return viewer->linkedTabs() == 0 && IsWindowVisible(viewer->pageArea()); });
-        SetFocus(viewer->pageArea());
+        clickWithTheMouse(viewer->pageArea(), POINT{4, 4}, LoadCursorW(nullptr, IDC_ARROW));
         p.pressKey(window, VK_TAB);
+        holdForScreenshots();
         p.pressKey(window, VK_RETURN);
         byKeys = waitFor([&] { return viewer->linkedView() != nullptr; });
         p.press(viewer->hwnd(), viewer::win::kCloseLinkButton);
