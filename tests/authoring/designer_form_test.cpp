@@ -18,6 +18,7 @@
 
 #include "Mervane100.h"
 #include "authoring/designer/win/designer_control.h"
+#include "authoring/viewer/win/viewer_control.h"
 #include "authoring/win/designer_form.h"
 #include "base/win/com.h"
 #include "catalogue/catalogue_scan.h"
@@ -938,6 +939,129 @@ TEST_F(DesignerFormTest, ATableAddedThroughReportTablesIsLinkedPlacedAndPreviewe
   ASSERT_TRUE(editor.undo());
   EXPECT_EQ(definition.data.tables.size(), 2u);
   EXPECT_EQ(definition.sections[details].objects.size(), fieldsBefore + 1);
+}
+
+// A click of the mouse where `at` (a point of `window`) is, after moving
+// the pointer there until it takes the shape expected; the shape it took.
+HCURSOR clickWithTheMouse(HWND window, POINT at, HCURSOR expected) {
+  ClientToScreen(window, &at);
+  CURSORINFO shape{sizeof(shape)};
+  // Moved there, and a little again while the pointer has not changed yet.
+  for (int attempt = 0; attempt < 5 && shape.hCursor != expected; ++attempt) {
+    SetCursorPos(at.x + attempt, at.y);
+    INPUT move{INPUT_MOUSE};
+    move.mi.dwFlags = MOUSEEVENTF_MOVE;
+    SendInput(1, &move, sizeof(move));
+    Sleep(200);
+    GetCursorInfo(&shape);
+  }
+  INPUT click[2] = {{INPUT_MOUSE}, {INPUT_MOUSE}};
+  click[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
+  click[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
+  SendInput(2, click, sizeof(INPUT));
+  Sleep(300);
+  return shape.hCursor;
+}
+
+// The customer list with an on-demand Orders subreport, inserted as a
+// person inserts it: the preview shows a link on each customer's line; the
+// hand over it, a click opens that customer's orders on a tab of their own,
+// exported to PDF from there; Esc goes back. Tab and Enter open it too, and
+// the Close button closes it.
+TEST_F(DesignerFormTest, AnOnDemandSubreportOpensACustomersOrdersFromItsLink) {
+  namespace model = engine::model;
+  auto form = openCustomerList(u"On-demand test");
+  ASSERT_TRUE(form->currentReport());
+  auto& definition = form->currentReport()->document().definition;
+  auto& designer = *form->designerControl();
+  const std::size_t details = detailsOf(definition);
+  viewer::win::ViewerControl* viewer = form->viewerControl();
+  const fs::path pdf = fs::absolute("on-demand/orders.pdf");
+  fs::create_directories(pdf.parent_path());
+  fs::remove(pdf);
+  bool hand = false, opened = false, backByEsc = false, byKeys = false, closed = false;
+  std::wstring tab;
+  Text linkShown;
+  {
+    Person person(L"On-demand test", [&](Person& p, HWND window) {
+      HWND canvas = findChild(window, L"MervaneDesignCanvas");
+      columnItem(findChild(window, WC_TREEVIEWW), L"Customers", L"CustomerID");
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandInsertSubreport, 0);
+      if (HWND dialog = Person::waitForWindow(L"Insert Subreport")) {
+        p.type(dialog, 102, L"Orders");
+        p.type(dialog, 104, L"Orders");
+        SendMessageW(GetDlgItem(dialog, 108), CB_SELECTSTRING, static_cast<WPARAM>(-1),
+                     reinterpret_cast<LPARAM>(L"{Customers.CustomerID}"));
+        p.type(dialog, 110, L"CustomerID");
+        p.press(dialog, 111);  // Add
+        p.press(dialog, 113);  // On-demand subreport
+        holdForScreenshots();
+        p.press(dialog, IDOK);
+      }
+      waitFor([&] { return !Person::waitForWindow(L"Insert Subreport", nullptr, 1); });
+      // The link, placed at the start of the line, dragged to the credit limit's column.
+      const std::int32_t row = designer.editor().layout().band(details)->bodyTop + 100;
+      const POINT from = designer.canvasPoint({200, row}), to = designer.canvasPoint({6700, row});
+      PostMessageW(canvas, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(from.x, from.y));
+      for (int step = 1; step <= 4; ++step)
+        PostMessageW(canvas, WM_MOUSEMOVE, MK_LBUTTON,
+                     MAKELPARAM(from.x + (to.x - from.x) * step / 4, from.y));
+      PostMessageW(canvas, WM_LBUTTONUP, 0, MAKELPARAM(to.x, to.y));
+      Sleep(300);
+      holdForScreenshots();
+      clickTab(window, 1);
+      std::optional<POINT> link;
+      waitFor([&] { return viewer->pageShown() && (link = viewer->linkPoint(0)); });
+      if (!link) return;
+      holdForScreenshots();
+      const HCURSOR handShape = LoadCursorW(nullptr, IDC_HAND);
+      hand = clickWithTheMouse(viewer->pageArea(), *link, handShape) == handShape;
+      viewer::win::ViewerControl* orders = nullptr;
+      opened = waitFor([&] { return (orders = viewer->linkedView()) && orders->pageShown(); });
+      if (opened) {
+        HWND tabs = GetDlgItem(viewer->hwnd(), viewer::win::kLinkTabs);
+        wchar_t caption[64] = {};
+        TCITEMW item{TCIF_TEXT};
+        item.pszText = caption;
+        item.cchTextMax = 64;
+        SendMessageW(tabs, TCM_GETITEMW, 1, reinterpret_cast<LPARAM>(&item));
+        tab = caption;
+        holdForScreenshots();
+        orders->exportTo(pdf.wstring());
+        waitFor([&] { return orders->lastExport().has_value(); });
+        // Clicks beside the pages put the keys there.
+        clickWithTheMouse(orders->pageArea(), POINT{4, 4}, LoadCursorW(nullptr, IDC_ARROW));
+        p.pressKey(window, VK_ESCAPE);
+        backByEsc = waitFor([&] { return viewer->linkedTabs() == 0 && IsWindowVisible(viewer->pageArea()); });
+        clickWithTheMouse(viewer->pageArea(), POINT{4, 4}, LoadCursorW(nullptr, IDC_ARROW));
+        p.pressKey(window, VK_TAB);
+        holdForScreenshots();
+        p.pressKey(window, VK_RETURN);
+        byKeys = waitFor([&] { return viewer->linkedView() != nullptr; });
+        p.press(viewer->hwnd(), viewer::win::kCloseLinkButton);
+        closed = waitFor([&] { return viewer->linkedTabs() == 0; });
+      }
+      if (auto page = form->currentReport()->run(std::make_shared<engine::win::GdiMeasure>())->page(1))
+        linkShown = pageText(*page);
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      p.answerMessage(window, IDNO);
+    });
+    form->showModal();
+  }
+  const auto& objects = definition.sections[details].objects;
+  ASSERT_FALSE(objects.empty());
+  EXPECT_TRUE(objects.back().subreport.onDemand);
+  EXPECT_GE(objects.back().x, 6400);
+  EXPECT_TRUE(hand);
+  EXPECT_TRUE(opened);
+  EXPECT_EQ(tab, L"Orders (198)");  // Anna Bergström, the first customer by name
+  EXPECT_TRUE(fs::exists(pdf));  // read back by on_demand_pdf_read_back
+  EXPECT_TRUE(backByEsc);
+  EXPECT_TRUE(byKeys);
+  EXPECT_TRUE(closed);
+  // The report's own pages show the link's text, never the orders.
+  EXPECT_NE(linkShown.find(u"|Orders|"), Text::npos) << toUtf8(linkShown);
+  EXPECT_EQ(linkShown.find(u"2026-04-23"), Text::npos) << toUtf8(linkShown);
 }
 
 }  // namespace

@@ -86,9 +86,19 @@ void Editor::refreshSubreport() {
 
 bool Editor::setSubreportLinks(ObjectRef object, std::vector<model::SubreportLink> links) {
   const model::ReportObject* o = subreportObject(main_, object);
-  if (!o || !main_->hasLayout || options_.readOnly || o->subreport.links == links) return false;
+  return o && setSubreportOptions(object, std::move(links), o->subreport.onDemand, o->subreport.linkText);
+}
+
+bool Editor::setSubreportOptions(ObjectRef object, std::vector<model::SubreportLink> links, bool onDemand,
+                                 Text linkText) {
+  const model::ReportObject* o = subreportObject(main_, object);
+  if (!o || !main_->hasLayout || options_.readOnly) return false;
+  if (o->subreport.links == links && o->subreport.onDemand == onDemand && o->subreport.linkText == linkText)
+    return false;
   model::ReportObject after = *o;
   after.subreport.links = std::move(links);
+  after.subreport.onDemand = onDemand;
+  after.subreport.linkText = std::move(linkText);
   auto command = changeObjects({{object, *o, std::move(after)}});
   command->apply(*main_);
   if (!subreport_) selection_ = command->selectionAfterApply();

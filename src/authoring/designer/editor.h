@@ -161,6 +161,9 @@ class Editor {
   engine::ReportDocument* mainDocument() const { return main_; }
   // A subreport object's links, changed in the main report as one command.
   bool setSubreportLinks(ObjectRef object, std::vector<model::SubreportLink> links);
+  // Its links and whether it prints in place or as a link opened on demand
+  // (with the link's text), as one command.
+  bool setSubreportOptions(ObjectRef object, std::vector<model::SubreportLink> links, bool onDemand, Text linkText);
   // The report's tables changed (Report > Tables): its data becomes `data`
   // and the objects in `removed` go, as one command.
   bool changeTables(const model::Data& data, std::vector<PlacedObject> removed);

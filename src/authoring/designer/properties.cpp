@@ -119,6 +119,7 @@ struct ObjectProperty {
   std::vector<Text> choices = {};
   bool textOnly = false;  // shown only when every selected object is fixed text
   bool pictureOnly = false;  // shown only when every selected object is a picture
+  bool subreportOnly = false;  // shown only when every selected object is a subreport
 };
 
 template <class F>
@@ -205,6 +206,15 @@ const std::vector<ObjectProperty>& objectProperties() {
          return v.has_value();
        },
        {}, false, true},
+      {u"onDemand", u"On-demand subreport", PropertyKind::YesNo, [](const O& o) { return yesNo(o.subreport.onDemand); },
+       [](O& o, const Text& t) {
+         auto v = parseYesNo(t);
+         if (v) o.subreport.onDemand = *v;
+         return v.has_value();
+       },
+       {}, false, false, true},
+      {u"linkText", u"Link text", PropertyKind::Text, [](const O& o) { return o.subreport.linkText; },
+       [](O& o, const Text& t) { o.subreport.linkText = trim(t); return true; }, {}, false, false, true},
   };
   return all;
 }
@@ -219,7 +229,8 @@ bool allText(const engine::ReportDocument& document, const Selection& selection)
 }
 bool shown(const ObjectProperty& p, const engine::ReportDocument& document, const Selection& selection) {
   return (!p.textOnly || allText(document, selection)) &&
-         (!p.pictureOnly || allOf(document, selection, model::ObjectKind::Picture));
+         (!p.pictureOnly || allOf(document, selection, model::ObjectKind::Picture)) &&
+         (!p.subreportOnly || allOf(document, selection, model::ObjectKind::Subreport));
 }
 
 // Rows of a section; `set` for one of them gives the changed section.
@@ -325,7 +336,8 @@ Text designText(const model::ReportObject& o) {
       const Text field = o.field.isFormula() ? u"@" + o.field.column : o.field.table + u"." + o.field.column;
       return name + u" of {" + field + u"}";
     }
-    case model::ObjectKind::Subreport: return u"Subreport: " + o.subreport.name;
+    case model::ObjectKind::Subreport:
+      return (o.subreport.onDemand ? u"On-demand subreport: " : u"Subreport: ") + o.subreport.name;
     case model::ObjectKind::Picture:
       return o.picture.image.empty() && !o.field.column.empty() ? u"{" + o.field.table + u"." + o.field.column + u"}"
                                                                  : Text(u"Picture");

@@ -56,6 +56,7 @@ class DesignerForm final : public mervane::win::Form, public DesignerWindow, pri
   HWND viewerWindow() const;
   HWND tabStrip() const { return control(kTabStrip); }
   DesignerControl* designerControl() const { return designer_.get(); }
+  viewer::win::ViewerControl* viewerControl() const { return viewer_.get(); }
   engine::Report* currentReport() const { return report_.get(); }
 
   static constexpr int kTabStrip = 1;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "engine/formula/value.h"
 #include "engine/model/report_definition.h"
 
 namespace mervane::engine::layout {
@@ -42,6 +43,15 @@ enum class TextAlign { Left, Centre, Right };
 // typed (spreadsheets): the value and the report's pattern for it.
 enum class ValueType : std::uint8_t { Text, Number, Date };
 
+// Where a link on the page leads: an on-demand subreport of the report (its
+// place among the report's subreports, and its name), for the values its
+// links take from the record the link printed with, in the links' order.
+struct PageLink {
+  std::int32_t subreport = -1;
+  Text name;
+  std::vector<formula::Value> values;
+};
+
 struct TextRun {
   Rect box;
   Font font;
@@ -60,6 +70,9 @@ struct TextRun {
   ValueType type = ValueType::Text;
   double value = 0;
   Text pattern;
+  // A link the viewer opens on a click; null for plain text. Printed and
+  // exported, the run is its text.
+  std::shared_ptr<const PageLink> link;
 };
 
 struct LineItem {

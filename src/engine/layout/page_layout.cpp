@@ -19,6 +19,8 @@ using model::ObjectKind;
 using model::SectionKind;
 using model::SummaryOperation;
 
+constexpr std::uint32_t kLinkColour = 0x0000FF;  // the blue of links
+
 Value resultOf(const Accumulator& acc, SummaryOperation operation, std::size_t distinct) {
   switch (operation) {
     case SummaryOperation::Sum: return acc.numbers > 0 ? Value(acc.sum) : Value();
@@ -742,6 +744,11 @@ class Pager {
           }
           break;
         case ObjectKind::Subreport: {
+          if (object.subreport.onDemand) {
+            if (items) subreportLink(report, po, stream, context, box, format, clip, record, section.kind, *items);
+            height = std::max(height, object.y + object.height);
+            break;
+          }
           const std::int32_t content =
               subreport(po, stream, box, std::max(0, available - object.y), clip, items,
                         &report == &report_ && breakable_ >= 0 && !state_.continuation
@@ -817,6 +824,42 @@ class Pager {
       }
     }
     return height;
+  }
+
+  // An on-demand subreport: a link in the object's frame, at its size, that
+  // carries which subreport and the values its links take from this record.
+  // Its rows are not read here; the viewer runs it when the link is opened.
+  void subreportLink(const PreparedReport& report, const PreparedObject& po, SectionStream& stream,
+                     RowContext& context, const Rect& box, const model::Format& format, std::int32_t clip,
+                     std::int64_t record, SectionKind kind, std::vector<DisplayItem>& items) {
+    if (box.width <= 0 || box.height <= 0 || !visible(box, clip)) return;
+    if (format.filled || format.border != model::BorderStyle::None) {
+      items.push_back(BoxItem{box, format.border, std::max(0, format.lineWidth), format.borderColour, format.filled,
+                              format.background});
+    }
+    const model::Subreport& sub = po.object->subreport;
+    auto link = std::make_shared<PageLink>();
+    link->subreport = po.subreport;
+    link->name = sub.name;
+    if (po.subreport >= 0 && static_cast<std::size_t>(po.subreport) < report.subreports.size()) {
+      for (const SubreportLinkSource& source : report.subreports[static_cast<std::size_t>(po.subreport)].links)
+        link->values.push_back(evaluate(source.mainValue, stream.row(), stream.record(), context));
+    }
+    TextRun run;
+    run.box = box;
+    run.font = fontOf(format);
+    run.font.underline = true;
+    run.colour = kLinkColour;
+    run.align = format.alignment == model::Alignment::Centre  ? TextAlign::Centre
+                : format.alignment == model::Alignment::Right ? TextAlign::Right
+                                                              : TextAlign::Left;
+    const Text& shown = !sub.linkText.empty() ? sub.linkText : !sub.name.empty() ? sub.name : Text(u"Subreport");
+    run.text = Text(firstLine(measure_, run.font, shown, box.width));
+    run.source = po.object->name;
+    run.record = record;
+    run.section = kind;
+    run.link = std::move(link);
+    items.push_back(std::move(run));
   }
 
   // One instance of a subreport: its rows (found in the background pass

@@ -70,14 +70,23 @@ double localNow() {
 
 struct Cancelled {};
 
+// A subreport run on its own, for one set of link values: its definition
+// (on the main report's paper), its name, and the rows it shows.
+struct LinkedSubreport {
+  model::ReportDefinition definition;
+  Text name;
+  std::vector<data::FieldMatch> match;
+};
+
 class Run final : public PageSource {
  public:
   Run(const ReportDocument& document, data::DataProvider& data, std::shared_ptr<TextMeasure> measure,
-      const RunOptions& options)
+      const RunOptions& options, const LinkedSubreport* linked = nullptr)
       : document_(document),
         data_(data),
         measure_(std::make_shared<SharedMeasure>(measure ? std::move(measure) : std::make_shared<ApproximateMeasure>())),
         printDateTime_(options.printDateTime.value_or(localNow())),
+        spoolFolder_(options.spoolFolder),
         parameters_(document_.definition.parameters) {
     if (!document_.hasLayout) {
       stop(1, document_.layoutProblem.empty() ? Text(u"The report file holds no layout that this program can show.")
@@ -85,7 +94,16 @@ class Run final : public PageSource {
       return;
     }
     try {
-      report_ = prepare(document_.definition, true);
+      if (linked) {
+        linked_ = true;
+        linkedName_ = linked->name;
+        match_ = linked->match;
+        model::ReportDefinition definition = linked->definition;
+        definition.page = document_.definition.page;
+        report_ = prepare(definition, false);
+      } else {
+        report_ = prepare(document_.definition, true);
+      }
       spool_ = std::make_unique<Spool>(options.spoolFolder);
       for (std::size_t i = 0; i < report_->subreports.size(); ++i) {
         subreportSpools_.push_back(std::make_unique<Spool>(options.spoolFolder));
@@ -164,6 +182,21 @@ class Run final : public PageSource {
     return problem_;
   }
 
+  std::unique_ptr<PageSource> runLink(const PageLink& link) override {
+    // report_ is set once, before the background starts, and never changes.
+    if (!report_ || link.subreport < 0 || static_cast<std::size_t>(link.subreport) >= report_->subreports.size())
+      return nullptr;
+    const PreparedSubreport& sub = report_->subreports[static_cast<std::size_t>(link.subreport)];
+    if (sub.links.size() != link.values.size()) return nullptr;
+    LinkedSubreport linked{sub.report->definition, sub.name, {}};
+    for (std::size_t i = 0; i < sub.links.size(); ++i)
+      linked.match.push_back(data::FieldMatch{sub.links[i].subreportField, link.values[i]});
+    RunOptions options;
+    options.printDateTime = printDateTime_;
+    options.spoolFolder = spoolFolder_;
+    return std::make_unique<Run>(document_, data_, measure_, options, &linked);
+  }
+
  private:
   LayoutEnvironment environment() {
     LayoutEnvironment environment;
@@ -224,7 +257,7 @@ class Run final : public PageSource {
         reportData = reportData_;
       }
       if (!reportData) throw data::DataError(u"The report's data is not open.");
-      values = reportData->summaries(requests, {});
+      values = reportData->summaries(requests, match_);
     }
     dataSummaries_.assign(report_->slots.size(), formula::Value());
     for (std::size_t i = 0; i < asked.size() && i < values.size(); ++i) dataSummaries_[asked[i]] = values[i];
@@ -233,12 +266,14 @@ class Run final : public PageSource {
   }
 
   void pass(std::int32_t& number) {
-    std::shared_ptr<data::ReportData> reportData = data_.open(document_, document_.definition, u"");
+    std::shared_ptr<data::ReportData> reportData =
+        data_.open(document_, linked_ ? report_->definition : document_.definition,
+                   linkedName_);
     {
       std::lock_guard lock(mutex_);
       reportData_ = reportData;
     }
-    std::shared_ptr<data::RowCursor> cursor = reportData->rows(report_->fields, {});
+    std::shared_ptr<data::RowCursor> cursor = reportData->rows(report_->fields, match_);
     // The cursor goes before the data it reads, and cancel() stops reaching it first.
     struct Forget {
       Run& run;
@@ -402,7 +437,11 @@ class Run final : public PageSource {
   data::DataProvider& data_;
   std::shared_ptr<TextMeasure> measure_;
   const double printDateTime_;
+  const Text spoolFolder_;
   const model::ParameterValues parameters_;
+  bool linked_ = false;                  // a subreport run on its own
+  Text linkedName_;                      // its name
+  std::vector<data::FieldMatch> match_;  // and its link values
   std::unique_ptr<PreparedReport> report_;
   std::unique_ptr<Spool> spool_;
   std::vector<std::unique_ptr<Spool>> subreportSpools_;

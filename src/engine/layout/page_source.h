@@ -44,6 +44,10 @@ class PageSource {
   virtual void cancel() = 0;
   // The problem shown instead of the report, empty when it runs.
   virtual Text problem() = 0;
+  // A run of the on-demand subreport that `link` (on one of these pages)
+  // leads to, showing its rows for the link's values; its first page comes
+  // as soon as those rows are in. Null when this run has no such subreport.
+  virtual std::unique_ptr<PageSource> runLink(const PageLink&) { return nullptr; }
 };
 
 struct RunOptions {

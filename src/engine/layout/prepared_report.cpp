@@ -62,7 +62,7 @@ class Preparer {
           case ObjectKind::Subreport:
             if (!main_ || !object.subreport.definition) continue;  // no subreports inside subreports
             po.subreport = subreport(object.subreport);
-            po.affectsLayout = true;
+            po.affectsLayout = !object.subreport.onDemand;  // a link keeps the object's size
             break;
           case ObjectKind::RunningTotalField:
             po.runningTotal = r_.runningTotalIndex(object.formula);

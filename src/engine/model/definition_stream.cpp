@@ -313,6 +313,8 @@ class Reader {
             fail(DefinitionError::TooLarge, f.start, "subreports are nested too deeply");
           nested(f, e, [&](std::size_t re) { reportFields(s.definition.emplace(), re, depth + 1); });
           return true;
+        case 4: s.onDemand = flag(f, e); return true;
+        case 5: s.linkText = text(f, e); return true;
         default: return false;
       }
     });
@@ -561,6 +563,8 @@ void writeSubreport(Writer& w, const Subreport& s) {
     });
   }
   if (s.definition) w.record(3, [&](Writer& rw) { writeReport(rw, *s.definition); });
+  w.flag(4, s.onDemand);
+  w.text(5, s.linkText);
   w.unknown(s.unknown);
 }
 

@@ -52,7 +52,8 @@
 //                    14 can grow, 15 line width
 //     Picture        1 image (the file's bytes), 2 stretch
 //     FieldRef       1 table, 2 column
-//     Subreport      1 name, 2 link (SubreportLink, list), 3 report (Report)
+//     Subreport      1 name, 2 link (SubreportLink, list), 3 report (Report),
+//                    4 on demand, 5 link text (4-5 since 1.1)
 //     SubreportLink  1 main field (FieldRef), 2 subreport field (FieldRef)
 //     Data           1 table (Table, list), 2 link (TableLink, list),
 //                    3 record filter, 4 sort field (SortField, list),

@@ -235,6 +235,11 @@ struct Subreport {
   Text name;
   std::vector<SubreportLink> links;
   Deep<ReportDefinition> definition;
+  // On demand: the page shows a link in the object's place instead of the
+  // rows, and the subreport runs, for that record's link values, only when
+  // the reader opens the link in the viewer. Printed, the link is its text.
+  bool onDemand = false;
+  Text linkText;  // what the link says; empty: the subreport's name
   UnknownFields unknown;
   bool operator==(const Subreport&) const = default;
 };

@@ -67,12 +67,17 @@ TEST(SubreportInPlace, ChangesGoToTheSubreportOnTheOneUndoList) {
   ASSERT_TRUE(editor.undo());
   EXPECT_TRUE(editor.definition()->sections[2].objects.empty());
 
-  // A link changed while the subreport is open is a change of the main report.
-  std::vector<model::SubreportLink> links;
-  ASSERT_TRUE(editor.setSubreportLinks({2, 1}, links));
-  EXPECT_TRUE(doc.definition.sections[2].objects[1].subreport.links.empty());
+  // Links and on-demand changed while the subreport is open: one change of
+  // the main report.
+  auto options = [&]() -> const model::Subreport& { return doc.definition.sections[2].objects[1].subreport; };
+  ASSERT_TRUE(editor.setSubreportOptions({2, 1}, {}, true, u"Orders of this customer"));
+  EXPECT_TRUE(options().links.empty());
+  EXPECT_TRUE(options().onDemand);
+  EXPECT_EQ(options().linkText, u"Orders of this customer");
   ASSERT_TRUE(editor.undo());
-  EXPECT_EQ(doc.definition.sections[2].objects[1].subreport.links.size(), 1u);
+  EXPECT_EQ(options().links.size(), 1u);
+  EXPECT_FALSE(options().onDemand);
+  EXPECT_TRUE(options().linkText.empty());
 
   // The subreport object deleted (undoing back past the insert would too):
   // the open subreport closes instead of editing what is gone.

@@ -757,6 +757,21 @@ TEST(Layout, OddGeometryAndHugeTextsStillGiveSensiblePages) {
   EXPECT_EQ(allPages(*tight).size(), 7u);  // no room at all: one section a page, never more
 }
 
+// The subreport "Orders" beside the customer, linked by the customer.
+model::ReportObject ordersObject(const model::ReportDefinition& sub) {
+  model::ReportObject o;
+  o.kind = ObjectKind::Subreport;
+  o.name = u"orders";
+  o.x = 2000;
+  o.width = 4000;
+  o.height = 200;
+  o.subreport.name = u"Orders";
+  o.subreport.links.push_back(
+      model::SubreportLink{model::FieldRef{u"T", u"customer", {}}, model::FieldRef{u"O", u"customer", {}}, {}});
+  o.subreport.definition = model::Deep<model::ReportDefinition>(sub);
+  return o;
+}
+
 TEST(Layout, SubreportsPrintTheirLinkedRowsInPlaceQueriedOncePerLinkValue) {
   FakeProvider data;
   data.tables[u""] = FakeTable::of({u"customer"}, {{u"Ann"}, {u"Bob"}, {u"Cy"}, {u"Ann"}});
@@ -773,17 +788,7 @@ TEST(Layout, SubreportsPrintTheirLinkedRowsInPlaceQueriedOncePerLinkValue) {
   auto& details = sectionOf(report, SectionKind::Details);
   details.objects.clear();
   details.objects.push_back(fieldObject(u"customer"));
-  model::ReportObject o;
-  o.kind = ObjectKind::Subreport;
-  o.name = u"orders";
-  o.x = 2000;
-  o.width = 4000;
-  o.height = 200;
-  o.subreport.name = u"Orders";
-  o.subreport.links.push_back(
-      model::SubreportLink{model::FieldRef{u"T", u"customer", {}}, model::FieldRef{u"O", u"customer", {}}, {}});
-  o.subreport.definition = model::Deep<model::ReportDefinition>(sub);
-  details.objects.push_back(o);
+  details.objects.push_back(ordersObject(sub));
 
   auto source = runReport(documentOf(report), data, measure(), fixedDate());
   auto pages = allPages(*source);
@@ -822,17 +827,7 @@ TEST(Layout, ASubreportLongerThanItsPageGoesOnAtTheTopOfTheNext) {
   model::ReportDefinition report = listReport();
   auto& details = sectionOf(report, SectionKind::Details);
   details.objects = {fieldObject(u"customer")};
-  model::ReportObject o;
-  o.kind = ObjectKind::Subreport;
-  o.name = u"orders";
-  o.x = 2000;
-  o.width = 4000;
-  o.height = 200;
-  o.subreport.name = u"Orders";
-  o.subreport.links.push_back(
-      model::SubreportLink{model::FieldRef{u"T", u"customer", {}}, model::FieldRef{u"O", u"customer", {}}, {}});
-  o.subreport.definition = model::Deep<model::ReportDefinition>(sub);
-  details.objects.push_back(o);
+  details.objects.push_back(ordersObject(sub));
 
   auto source = runReport(documentOf(report), data, measure(), fixedDate());
   auto pages = allPages(*source);
@@ -850,6 +845,58 @@ TEST(Layout, ASubreportLongerThanItsPageGoesOnAtTheTopOfTheNext) {
   EXPECT_EQ(items[150], u"999");
   EXPECT_EQ(runsOf(*pages[1], u"item")[0]->text, runsOf(*source->page(2), u"item")[0]->text);  // laid out again alike
   EXPECT_EQ(runsOf(*pages[1], u"item")[0]->box.x, 1440 + 2000);
+}
+
+TEST(Layout, AnOnDemandSubreportIsALinkThatRunsItsRowsOnlyWhenOpened) {
+  FakeProvider data;
+  data.tables[u""] = FakeTable::of({u"customer"}, {{u"Ann"}, {u"Bob"}, {u"Cy"}});
+  data.tables[u"Orders"] = FakeTable::of({u"customer", u"item"}, {{u"Ann", u"apples"}, {u"Bob", u"bread"}, {u"Ann", u"figs"}});
+  model::ReportDefinition sub = model::blankReport();
+  sectionOf(sub, SectionKind::Details).objects.push_back(fieldObject(u"item"));
+  model::ReportDefinition report = listReport();
+  auto& details = sectionOf(report, SectionKind::Details);
+  details.height = 240;
+  details.objects = {fieldObject(u"customer"), ordersObject(sub)};
+  details.objects[1].subreport.onDemand = true;
+  details.objects[1].height = 240;
+
+  auto source = runReport(documentOf(report), data, measure(), fixedDate());
+  auto pages = allPages(*source);
+  ASSERT_EQ(pages.size(), 1u);
+  EXPECT_EQ(data.rowsCalls, 1);  // the main rows only: no subreport query while laying out
+  EXPECT_TRUE(runsOf(*pages[0], u"item").empty());
+  auto links = runsOf(*pages[0], u"orders");
+  ASSERT_EQ(links.size(), 3u);
+  EXPECT_EQ(links[0]->text, u"Orders");
+  EXPECT_EQ(links[0]->colour, 0x0000FFu);
+  EXPECT_TRUE(links[0]->font.underline);
+  EXPECT_EQ(links[1]->box.y - links[0]->box.y, 240);  // the object's size, not grown
+  ASSERT_TRUE(links[1]->link);
+  EXPECT_EQ(links[1]->link->name, u"Orders");
+  ASSERT_EQ(links[1]->link->values.size(), 1u);
+  EXPECT_EQ(links[1]->link->values[0], Value(u"Bob"));
+
+  // Opened: the subreport's own pages for that record's values.
+  auto opened = source->runLink(*links[0]->link);
+  ASSERT_TRUE(opened);
+  auto subPages = allPages(*opened);
+  ASSERT_EQ(subPages.size(), 1u);
+  auto items = runsOf(*subPages[0], u"item");
+  ASSERT_EQ(items.size(), 2u);
+  EXPECT_EQ(items[0]->text + items[1]->text, u"applesfigs");
+  EXPECT_EQ(subPages[0]->width, pages[0]->width);
+
+  // A link that does not fit the report leads nowhere; a subreport whose
+  // data fails says so on its page.
+  PageLink odd = *links[0]->link;
+  odd.values.clear();
+  EXPECT_FALSE(source->runLink(odd));
+  data.tables.erase(u"Orders");
+  auto failed = source->runLink(*links[0]->link);
+  ASSERT_TRUE(failed);
+  ASSERT_TRUE(failed->page(1));
+  EXPECT_FALSE(failed->problem().empty());
+  EXPECT_NE(allText(*failed->page(1)).find(u"Orders"), Text::npos);
 }
 
 TEST(Layout, CancelStopsTheBackgroundPromptly) {

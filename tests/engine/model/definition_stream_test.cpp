@@ -85,6 +85,8 @@ TEST(DefinitionStream, RichReportRoundTripsExactly) {
   ASSERT_TRUE(sub.subreport.definition);
   EXPECT_EQ(sub.subreport.definition->data.tables.at(0).location, u"dbo.OrderLines");
   EXPECT_EQ(sub.subreport.links.at(0).subreportField.column, u"CustomerId");
+  EXPECT_TRUE(sub.subreport.onDemand);
+  EXPECT_EQ(sub.subreport.linkText, u"Show orders");
   EXPECT_EQ(static_cast<int>(read.data.tables[0].type), 2);
   EXPECT_EQ(read.sections[0].objects[0].text, u"Kundenübersicht — 顧客");
   EXPECT_EQ(read.sections[0].objects[0].x, -20);

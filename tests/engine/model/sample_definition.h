@@ -92,6 +92,8 @@ inline ReportDefinition richReport() {
   subreport.subreport.name = u"Orders";
   subreport.subreport.links.push_back({{u"Customers", u"Id", {}}, {u"Orders", u"CustomerId", {}}, {}});
   subreport.subreport.definition = Deep<ReportDefinition>(ordersSubreport());
+  subreport.subreport.onDemand = true;
+  subreport.subreport.linkText = u"Show orders";
   margin.conditions = {u"{@Margin} < 0", u"if {@Margin} < 0 then crRed else crBlack", u"Color(255, 240, 240)",
                        u"{@Margin} > 0.5", u"false", u"1", {}};
   ReportObject balance = makeObject(ObjectKind::RunningTotalField, 6000, 0);

@@ -657,6 +657,7 @@ struct DesignerControl::Impl {
     } else {
       o.width = 2880;
     }
+    if (o.subreport.onDemand) o.width = 1440;  // a link needs little room
     o.kind = model::ObjectKind::Subreport;
     // As high as the section it goes in; it grows there as it prints.
     const auto& sections = editor.definition()->sections;
@@ -692,7 +693,8 @@ struct DesignerControl::Impl {
     choices.linkRefusal = [this](const model::FieldRef& a, const model::FieldRef& b) {
       return designer::linkRefusal(a, shapeOf(a), b, shapeOf(b));
     };
-    if (chooseSubreport(owner(), subreport, choices, true)) editor.setSubreportLinks(*target, subreport.links);
+    if (chooseSubreport(owner(), subreport, choices, true))
+      editor.setSubreportOptions(*target, subreport.links, subreport.onDemand, subreport.linkText);
   }
 
   // Report > Tables: the tables of the report open, ticked in the tree of

@@ -593,12 +593,15 @@ enum SubreportIds {
   kSubFieldBox,
   kAddSubLink,
   kRemoveSubLink,
+  kSubOnDemand,
+  kSubLinkTextLabel,
+  kSubLinkTextBox,
 };
 
 class SubreportDialog final : public ModalDialog {
  public:
   SubreportDialog(model::Subreport& subreport, const FieldCatalogue& fields, bool linksOnly)
-      : ModalDialog(linksOnly ? L"Subreport Links" : L"Insert Subreport", 7200, 3855),
+      : ModalDialog(linksOnly ? L"Subreport Links" : L"Insert Subreport", 7200, 4635),
         subreport_(subreport),
         links_(subreport.links),
         fields_(fields),
@@ -625,9 +628,19 @@ class SubreportDialog final : public ModalDialog {
         {WC_COMBOBOXW, L"", kSubFieldBox, 1680, 2730, 4200, 2400, WS_TABSTOP | WS_VSCROLL | CBS_DROPDOWN | CBS_AUTOHSCROLL},
         {WC_BUTTONW, L"&Add", kAddSubLink, 6000, 2340, 1080, 375, kButton},
         {WC_BUTTONW, L"&Remove", kRemoveSubLink, 6000, 2730, 1080, 375, kButton},
-        {WC_BUTTONW, L"OK", IDOK, 5025, 3360, 975, 375, kOkButton},
-        {WC_BUTTONW, L"Cancel", IDCANCEL, 6105, 3360, 975, 375, kButton},
+        {WC_BUTTONW, L"&On-demand subreport: the page shows a link that opens it in the preview", kSubOnDemand, 120,
+         3240, 6960, 285, WS_TABSTOP | BS_AUTOCHECKBOX},
+        {WC_STATICW, L"Link te&xt:", kSubLinkTextLabel, 120, 3660, 1500, 195, kLabel},
+        {WC_EDITW, L"", kSubLinkTextBox, 1680, 3630, 5400, 285, WS_TABSTOP | ES_AUTOHSCROLL},
+        {WC_BUTTONW, L"OK", IDOK, 5025, 4140, 975, 375, kOkButton},
+        {WC_BUTTONW, L"Cancel", IDCANCEL, 6105, 4140, 975, 375, kButton},
     };
+  }
+
+  // The link's text is asked for only when the subreport shows as a link.
+  void showOnDemand() {
+    enable(kSubLinkTextLabel, isChecked(kSubOnDemand));
+    enable(kSubLinkTextBox, isChecked(kSubOnDemand));
   }
 
   Text currentTable() const {
@@ -649,6 +662,9 @@ class SubreportDialog final : public ModalDialog {
     if (!mainChoices_.empty()) select(kMainFieldBox, 0);
     fillSubreportColumns();
     showLinks(links_.empty() ? -1 : 0);
+    setChecked(kSubOnDemand, subreport_.onDemand);
+    setText(kSubLinkTextBox, subreport_.linkText);
+    showOnDemand();
   }
 
   void onCommand(int id, int code) override {
@@ -666,6 +682,8 @@ class SubreportDialog final : public ModalDialog {
       if (index < 0) return;
       links_.erase(links_.begin() + index);
       showLinks(std::min(index, static_cast<int>(links_.size()) - 1));
+    } else if (id == kSubOnDemand && code == BN_CLICKED) {
+      showOnDemand();
     } else if (id == kSubLinksList && code == LBN_SELCHANGE) {
       enable(kRemoveSubLink, selected(kSubLinksList) >= 0);
     }
@@ -685,6 +703,8 @@ class SubreportDialog final : public ModalDialog {
     // The links name the subreport's table as it now is.
     for (model::SubreportLink& link : links_) link.subreportField.table = tableName;
     subreport_.links = links_;
+    subreport_.onDemand = isChecked(kSubOnDemand);
+    subreport_.linkText = subreport_.onDemand ? trim(text(kSubLinkTextBox)) : subreport_.linkText;
     if (linksOnly_) return true;
     subreport_.name = name;
     if (!subreport_.definition) subreport_.definition = model::Deep<model::ReportDefinition>(model::blankReport());

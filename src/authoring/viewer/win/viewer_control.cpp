@@ -34,9 +34,28 @@ constexpr wchar_t kControlClass[] = L"MervaneReportViewer";
 constexpr wchar_t kPagesClass[] = L"MervaneReportPages";
 constexpr UINT kPageReady = WM_APP + 1;
 constexpr UINT kFindDone = WM_APP + 2;
+constexpr UINT kCloseLinked = WM_APP + 4;  // lParam: the subreport's viewer whose tab closes
 constexpr UINT_PTR kCountTimer = 1;
 constexpr int kToolHeight = 30;  // pixels at 96 dpi
 constexpr int kLineStep = 40;
+constexpr int kTabsHeight = 26;  // pixels at 96 dpi
+
+// The links of a page, in drawing order.
+std::vector<const layout::TextRun*> linksOf(const layout::Page& page) {
+  std::vector<const layout::TextRun*> links;
+  for (const auto& item : page.items)
+    if (auto run = std::get_if<layout::TextRun>(&item); run && run->link) links.push_back(run);
+  return links;
+}
+
+// "Orders (Ann)": a subreport's tab, named after it and the record it shows.
+std::wstring tabText(const layout::PageLink& link) {
+  Text text = link.name.empty() ? Text(u"Subreport") : link.name;
+  Text values;
+  for (const auto& value : link.values) values += (values.empty() ? u"" : u", ") + engine::formula::toText(value);
+  if (!values.empty()) text += u" (" + values + u")";
+  return toWide(text);
+}
 
 bool registerClasses(WNDPROC control, WNDPROC pages) {
   static const bool done = [&] {
@@ -72,6 +91,7 @@ ViewerControl::ViewerControl()
       finder_(std::make_unique<Worker>()) {}
 
 ViewerControl::~ViewerControl() {
+  linked_.clear();
   if (hwnd_) DestroyWindow(hwnd_);  // WM_DESTROY stops the work
   stopAll();
   pages_.reset();
@@ -171,7 +191,16 @@ LRESULT ViewerControl::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       layoutTools();
       return 0;
     case WM_SETFOCUS:
-      if (area_) SetFocus(area_);
+      if (ViewerControl* view = linkedView()) SetFocus(view->hwnd());
+      else if (area_) SetFocus(area_);
+      return 0;
+    case WM_NOTIFY: {
+      const auto* notice = reinterpret_cast<const NMHDR*>(lParam);
+      if (notice->hwndFrom == tabs_ && notice->code == TCN_SELCHANGE) showTab(TabCtrl_GetCurSel(tabs_));
+      return 0;
+    }
+    case kCloseLinked:
+      closeLinkedTab(reinterpret_cast<ViewerControl*>(lParam));
       return 0;
     case WM_COMMAND:
       onCommand(LOWORD(wParam), HIWORD(wParam));
@@ -237,9 +266,22 @@ LRESULT ViewerControl::onPageAreaMessage(HWND area, UINT message, WPARAM wParam,
     case WM_SIZE:
       scrollTo(scroll_);
       return 0;
-    case WM_LBUTTONDOWN:
+    case WM_SETCURSOR:
+      if (LOWORD(lParam) == HTCLIENT) {
+        POINT at{};
+        GetCursorPos(&at);
+        ScreenToClient(area, &at);
+        if (linkAt(at)) {
+          SetCursor(LoadCursorW(nullptr, IDC_HAND));
+          return TRUE;
+        }
+      }
+      break;
+    case WM_LBUTTONDOWN: {
       SetFocus(area);
+      if (auto link = linkAt(POINT{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)})) openLink(*link);
       return 0;
+    }
     case WM_KEYDOWN:
       if (onKey(wParam)) return 0;
       break;
@@ -317,6 +359,22 @@ bool ViewerControl::onKey(WPARAM key) {
     case VK_RIGHT: scrollTo({scroll_.x + kLineStep, scroll_.y}); return true;
     case VK_F5: refresh(); return true;
     case VK_F3: find(); return true;
+    case VK_TAB:
+      focusNextLink((GetKeyState(VK_SHIFT) & 0x8000) != 0);
+      return true;
+    case VK_RETURN: {
+      auto page = pages_->page(nav_.current());
+      if (!page || focusedLink_ < 0) return false;
+      auto links = linksOf(*page);
+      if (static_cast<std::size_t>(focusedLink_) < links.size()) openLink(*links[static_cast<std::size_t>(focusedLink_)]->link);
+      return true;
+    }
+    case VK_ESCAPE:
+    case VK_F4:
+      // A subreport's pages close back to the report's.
+      if (!owner_ || (key == VK_F4 && !ctrl)) return false;
+      PostMessageW(owner_->hwnd_, kCloseLinked, 0, reinterpret_cast<LPARAM>(this));
+      return true;
     case 'F':
       if (!ctrl) return false;
       SetFocus(GetDlgItem(hwnd_, kFindBox));
@@ -374,6 +432,13 @@ void ViewerControl::makeTools() {
   SetWindowSubclass(GetDlgItem(hwnd_, kFindBox), toolProc, kFindBox, reinterpret_cast<DWORD_PTR>(this));
   if (HWND zoomEdit = FindWindowExW(zoomBox, nullptr, L"EDIT", nullptr))
     SetWindowSubclass(zoomEdit, toolProc, kZoomBox, reinterpret_cast<DWORD_PTR>(this));
+  tabs_ = CreateWindowExW(0, WC_TABCONTROLW, L"", WS_CHILD | WS_CLIPSIBLINGS | WS_TABSTOP, 0, 0, 10, 10, hwnd_,
+                          reinterpret_cast<HMENU>(static_cast<INT_PTR>(kLinkTabs)), mervane::win::thisModule(), nullptr);
+  HWND close = CreateWindowExW(0, L"BUTTON", L"Close", WS_CHILD | WS_TABSTOP | BS_PUSHBUTTON, 0, 0, 10, 10, hwnd_,
+                               reinterpret_cast<HMENU>(static_cast<INT_PTR>(kCloseLinkButton)),
+                               mervane::win::thisModule(), nullptr);
+  for (HWND control : {tabs_, close})
+    if (control && font_) SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
   area_ = CreateWindowExW(WS_EX_CLIENTEDGE, kPagesClass, L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_VSCROLL |
                           WS_HSCROLL, 0, 0, 10, 10, hwnd_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(kPageArea)),
                           mervane::win::thisModule(), this);
@@ -391,7 +456,17 @@ void ViewerControl::layoutTools() {
   const Place places[] = {{kFirstButton, 28}, {kPreviousButton, 28}, {kPageBox, 90},      {kNextButton, 28},
                           {kLastButton, 28},  {kZoomBox, 100},       {kFindBox, 120},     {kFindButton, 44},
                           {kRefreshButton, 60}, {kPrintButton, 56},  {kExportButton, 64}};
-  int x = px(4), top = px(4), height = px(kToolHeight - 8);
+  // With subreports open, their tabs stand above everything else.
+  const int tabs = linked_.empty() ? 0 : px(kTabsHeight);
+  if (tabs) {
+    const int closeWidth = px(60);
+    MoveWindow(tabs_, 0, 0, std::max(0, static_cast<int>(client.right) - closeWidth - px(4)), tabs, TRUE);
+    MoveWindow(GetDlgItem(hwnd_, kCloseLinkButton), std::max(0, static_cast<int>(client.right) - closeWidth - px(2)),
+               px(2), closeWidth, tabs - px(4), TRUE);
+    for (const LinkedTab& tab : linked_)
+      MoveWindow(tab.view->hwnd(), 0, tabs, client.right, std::max(0, static_cast<int>(client.bottom) - tabs), TRUE);
+  }
+  int x = px(4), top = tabs + px(4), height = px(kToolHeight - 8);
   for (const Place& place : places) {
     int gap = place.id == kZoomBox || place.id == kFindBox || place.id == kRefreshButton ? px(10) : px(2);
     x += gap;
@@ -402,7 +477,7 @@ void ViewerControl::layoutTools() {
   }
   MoveWindow(GetDlgItem(hwnd_, kStatusText), x + px(10), top, std::max(0, static_cast<int>(client.right) - x - px(14)),
              height, TRUE);
-  int toolHeight = px(kToolHeight);
+  int toolHeight = tabs + px(kToolHeight);
   MoveWindow(area_, 0, toolHeight, client.right, std::max(0, static_cast<int>(client.bottom) - toolHeight), TRUE);
 }
 
@@ -421,6 +496,7 @@ void ViewerControl::onCommand(int id, int code) {
       if (nav_.lastPage()) showPage(nav_.current());
       break;
     case kFindButton: find(); return;
+    case kCloseLinkButton: closeLinkedTab(); return;
     case kRefreshButton: refresh(); break;
     case kPrintButton: print(); break;
     case kExportButton:
@@ -557,6 +633,7 @@ void ViewerControl::refresh() {
 }
 
 void ViewerControl::startRun(std::unique_ptr<layout::PageSource> source) {
+  closeAllLinked();  // their links were the old run's
   dropRun();
   source_ = std::move(source);
   generation_ += 1;
@@ -639,6 +716,7 @@ void ViewerControl::onPageReady() {
 }
 
 void ViewerControl::showPage(std::int32_t page, std::int32_t scrollY) {
+  if (page != nav_.current()) focusedLink_ = -1;
   nav_.goTo(page);
   if (pages_->has(nav_.current())) {
     updateScrollBars();
@@ -714,8 +792,8 @@ void ViewerControl::paintPages(HDC dc, const RECT& client) {
   if (!source_) return;
   double s = scale();
   int width = static_cast<int>(std::lround(pageWidth_ * s)), height = static_cast<int>(std::lround(pageHeight_ * s));
-  int left = width + 2 * kPageMargin < client.right ? (client.right - width) / 2 : kPageMargin - scroll_.x;
-  int top = kPageMargin - std::max(0, scroll_.y);
+  engine::win::Placement place = placement();
+  int left = place.originX, top = place.originY;
   RECT shadow{left + 4, top + 4, left + width + 4, top + height + 4};
   FillRect(dc, &shadow, GetSysColorBrush(COLOR_3DDKSHADOW));
   auto page = pages_->page(nav_.current());
@@ -731,6 +809,14 @@ void ViewerControl::paintPages(HDC dc, const RECT& client) {
   }
   engine::win::Placement at{s, s, left, top};
   painter_.paint(dc, *page, at, true);
+  if (focusedLink_ >= 0 && GetFocus() == area_) {
+    auto links = linksOf(*page);
+    if (static_cast<std::size_t>(focusedLink_) < links.size()) {
+      RECT mark = linkRect(*links[static_cast<std::size_t>(focusedLink_)]);
+      InflateRect(&mark, 2, 2);
+      DrawFocusRect(dc, &mark);
+    }
+  }
   if (hit_ && hit_->page == nav_.current()) {
     RECT mark{left + static_cast<int>(std::lround(hit_->box.x * s)), top + static_cast<int>(std::lround(hit_->box.y * s)),
               left + static_cast<int>(std::lround((hit_->box.x + hit_->box.width) * s)),
@@ -791,6 +877,154 @@ void ViewerControl::onFindDone() {
   GetClientRect(area_, &client);
   std::int32_t y = kPageMargin + static_cast<std::int32_t>(std::lround(hit_->box.y * scale())) - client.bottom / 3;
   showPage(nav_.current(), std::max(0, y));
+}
+
+}  // namespace mervane::viewer::win
+
+namespace mervane::viewer::win {
+
+// ---------------------------------------------------------------------------
+// Links to on-demand subreports, and their tabs.
+// ---------------------------------------------------------------------------
+
+// Where the current page stands in the page area, and its scale.
+engine::win::Placement ViewerControl::placement() const {
+  RECT client{};
+  if (area_) GetClientRect(area_, &client);
+  const double s = scale();
+  const int width = static_cast<int>(std::lround(pageWidth_ * s));
+  const int left = width + 2 * kPageMargin < client.right ? (client.right - width) / 2 : kPageMargin - scroll_.x;
+  const int top = kPageMargin - std::max(0, scroll_.y);
+  return {s, s, left, top};
+}
+
+RECT ViewerControl::linkRect(const layout::TextRun& run) const {
+  const engine::win::Placement at = placement();
+  return {at.originX + static_cast<int>(std::lround(run.box.x * at.scaleX)),
+          at.originY + static_cast<int>(std::lround(run.box.y * at.scaleY)),
+          at.originX + static_cast<int>(std::lround((run.box.x + run.box.width) * at.scaleX)),
+          at.originY + static_cast<int>(std::lround((run.box.y + run.box.height) * at.scaleY))};
+}
+
+std::shared_ptr<const layout::PageLink> ViewerControl::linkAt(POINT point) const {
+  if (!source_) return nullptr;
+  auto page = pages_->page(nav_.current());
+  if (!page) return nullptr;
+  for (const layout::TextRun* run : linksOf(*page)) {
+    const RECT box = linkRect(*run);
+    if (PtInRect(&box, point)) return run->link;
+  }
+  return nullptr;
+}
+
+std::optional<POINT> ViewerControl::linkPoint(std::size_t index) const {
+  auto page = pages_->page(nav_.current());
+  if (!page) return std::nullopt;
+  auto links = linksOf(*page);
+  if (index >= links.size()) return std::nullopt;
+  const RECT box = linkRect(*links[index]);
+  return POINT{box.left + std::min(20L, (box.right - box.left) / 2), (box.top + box.bottom) / 2};
+}
+
+void ViewerControl::focusNextLink(bool backwards) {
+  auto page = pages_->page(nav_.current());
+  const int count = page ? static_cast<int>(linksOf(*page).size()) : 0;
+  if (count == 0) {
+    focusedLink_ = -1;
+    return;
+  }
+  focusedLink_ = focusedLink_ < 0 ? (backwards ? count - 1 : 0) : (focusedLink_ + (backwards ? count - 1 : 1)) % count;
+  // Scrolled so that the link reached is in view.
+  RECT client{};
+  GetClientRect(area_, &client);
+  const RECT box = linkRect(*linksOf(*page)[static_cast<std::size_t>(focusedLink_)]);
+  if (box.top < 0 || box.bottom > client.bottom) scrollTo({scroll_.x, scroll_.y + box.top - client.bottom / 3});
+  InvalidateRect(area_, nullptr, FALSE);
+}
+
+bool ViewerControl::openLink(const layout::PageLink& link) {
+  if (!source_ || !hwnd_ || owner_) return false;
+  for (std::size_t i = 0; i < linked_.size(); ++i) {
+    if (linked_[i].subreport == link.subreport && linked_[i].values == link.values) {
+      showTab(static_cast<int>(i) + 1);
+      return true;
+    }
+  }
+  std::unique_ptr<layout::PageSource> first = source_->runLink(link);
+  if (!first) return false;
+  LinkedTab tab{std::make_unique<ViewerControl>(), link.subreport, link.values};
+  ViewerControl& view = *tab.view;
+  view.owner_ = this;
+  view.title_ = link.name;
+  view.zoom_ = zoom_;
+  // Refresh runs the subreport again for the same values.
+  auto pending = std::make_shared<std::unique_ptr<layout::PageSource>>(std::move(first));
+  view.setPageSourceFactory([source = source_, link, pending]() -> std::unique_ptr<layout::PageSource> {
+    if (*pending) return std::move(*pending);
+    return source->runLink(link);
+  });
+  if (!view.create(hwnd_)) return false;
+  if (linked_.empty()) {
+    TCITEMW item{TCIF_TEXT};
+    std::wstring main = L"Main report";
+    item.pszText = main.data();
+    TabCtrl_InsertItem(tabs_, 0, &item);
+  }
+  std::wstring text = tabText(link);
+  TCITEMW item{TCIF_TEXT};
+  item.pszText = text.data();
+  TabCtrl_InsertItem(tabs_, static_cast<int>(linked_.size()) + 1, &item);
+  linked_.push_back(std::move(tab));
+  layoutTools();
+  view.refresh();
+  showTab(static_cast<int>(linked_.size()));
+  return true;
+}
+
+ViewerControl* ViewerControl::linkedView() const {
+  if (linked_.empty() || !tabs_) return nullptr;
+  const int shown = TabCtrl_GetCurSel(tabs_);
+  return shown >= 1 && static_cast<std::size_t>(shown) <= linked_.size() ? linked_[static_cast<std::size_t>(shown - 1)].view.get()
+                                                                         : nullptr;
+}
+
+// Tab 0 is the report's own pages, tab n the n-th subreport opened.
+void ViewerControl::showTab(int index) {
+  if (!hwnd_) return;
+  if (index < 0 || static_cast<std::size_t>(index) > linked_.size()) index = 0;
+  if (tabs_ && TabCtrl_GetCurSel(tabs_) != index) TabCtrl_SetCurSel(tabs_, index);
+  const bool main = index == 0;
+  for (int id = kFirstButton; id <= kStatusText; ++id) ShowWindow(GetDlgItem(hwnd_, id), main ? SW_SHOW : SW_HIDE);
+  ShowWindow(area_, main ? SW_SHOW : SW_HIDE);
+  ShowWindow(tabs_, linked_.empty() ? SW_HIDE : SW_SHOW);
+  ShowWindow(GetDlgItem(hwnd_, kCloseLinkButton), main ? SW_HIDE : SW_SHOW);
+  for (std::size_t i = 0; i < linked_.size(); ++i)
+    ShowWindow(linked_[i].view->hwnd(), static_cast<int>(i) + 1 == index ? SW_SHOW : SW_HIDE);
+  if (ViewerControl* view = linkedView()) SetFocus(view->area_);
+  else if (area_ && IsWindowVisible(hwnd_)) SetFocus(area_);
+}
+
+void ViewerControl::closeLinkedTab(ViewerControl* view) {
+  if (!view) view = linkedView();
+  for (std::size_t i = 0; i < linked_.size(); ++i) {
+    if (linked_[i].view.get() != view) continue;
+    linked_.erase(linked_.begin() + static_cast<std::ptrdiff_t>(i));
+    TabCtrl_DeleteItem(tabs_, static_cast<int>(i) + 1);
+    if (linked_.empty()) TabCtrl_DeleteAllItems(tabs_);
+    layoutTools();
+    showTab(0);  // back to the report's pages
+    return;
+  }
+}
+
+void ViewerControl::closeAllLinked() {
+  if (linked_.empty()) return;
+  linked_.clear();
+  if (tabs_) TabCtrl_DeleteAllItems(tabs_);
+  if (hwnd_) {
+    layoutTools();
+    showTab(0);
+  }
 }
 
 }  // namespace mervane::viewer::win

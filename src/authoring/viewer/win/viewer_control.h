@@ -13,6 +13,12 @@
 // Keys on the pages: Page Up/Down, Home/End (top and bottom of the page),
 // Ctrl+Home/End (first and last page), arrows scroll, Ctrl+F find, F5
 // refresh, Ctrl+P print.
+//
+// Links to on-demand subreports: the pointer turns to a hand over one, and
+// a click (or Tab to reach it and Enter) opens the subreport's own pages
+// for that record on a tab beside the report's, with the same tools; Esc
+// or Ctrl+F4 on those pages, or the Close button, closes the tab and goes
+// back to the report. A new run of the report closes them all.
 #pragma once
 
 #include <windows.h>
@@ -54,6 +60,8 @@ enum ViewerId : int {
   kExportButton,
   kStatusText,
   kPageArea,
+  kLinkTabs,          // the report and its opened subreports, once one is open
+  kCloseLinkButton,   // closes the subreport tab shown
 };
 
 class ViewerControl {
@@ -122,6 +130,19 @@ class ViewerControl {
   // cancelled; nothing while none finished.
   std::optional<bool> lastExport() const { return exportResult_; }
 
+  // Opens a link of the pages shown on a tab of its own (or shows the tab
+  // that has it open already); false when it leads nowhere.
+  bool openLink(const engine::layout::PageLink& link);
+  // The viewer of the subreport tab shown; null while the report's is.
+  ViewerControl* linkedView() const;
+  std::size_t linkedTabs() const { return linked_.size(); }
+  // Closes the subreport tab of `view` (null: the one shown).
+  void closeLinkedTab(ViewerControl* view = nullptr);
+  // For tests: the page area, and the middle of the current page's
+  // `index`-th link in it (nothing when there is no such link).
+  HWND pageArea() const { return area_; }
+  std::optional<POINT> linkPoint(std::size_t index) const;
+
  private:
   static LRESULT CALLBACK controlProc(HWND, UINT, WPARAM, LPARAM);
   static LRESULT CALLBACK pageAreaProc(HWND, UINT, WPARAM, LPARAM);
@@ -151,6 +172,12 @@ class ViewerControl {
   SIZE contentSize() const;
   void scrollTo(ScrollPosition at);
   void setStatus(const std::wstring& text);
+  engine::win::Placement placement() const;
+  std::shared_ptr<const engine::layout::PageLink> linkAt(POINT point) const;
+  RECT linkRect(const engine::layout::TextRun& run) const;
+  void focusNextLink(bool backwards);
+  void showTab(int index);
+  void closeAllLinked();
 
   HWND hwnd_ = nullptr;
   HWND area_ = nullptr;
@@ -181,6 +208,18 @@ class ViewerControl {
   std::unique_ptr<printing::win::PrintJob> printJob_;
   std::unique_ptr<ExportJob> exportJob_;
   std::optional<bool> exportResult_;
+
+  // Subreports opened from links, each a viewer of its own on a tab.
+  struct LinkedTab {
+    std::unique_ptr<ViewerControl> view;
+    std::int32_t subreport = -1;
+    std::vector<engine::formula::Value> values;
+  };
+  std::vector<LinkedTab> linked_;
+  HWND tabs_ = nullptr;
+  ViewerControl* owner_ = nullptr;  // a subreport's viewer: the report's viewer that opened it
+  Text title_;                      // a subreport's viewer: its name, for printing and export
+  int focusedLink_ = -1;            // the link reached with Tab, among the page's links
 };
 
 // The viewer as its host window drives it, under the library's failure

@@ -33,14 +33,14 @@ void ViewerControl::print() {
 void ViewerControl::print(const printing::win::PrintChoice& choice) {
   if (!source_ || (printJob_ && !printJob_->finished())) return;
   printJob_.reset();
-  std::wstring title = report_ ? toWide(report_->title()) : std::wstring();
+  std::wstring title = toWide(report_ ? report_->title() : title_);
   if (title.empty()) title = L"Report";
   printJob_ = std::make_unique<printing::win::PrintJob>(GetAncestor(hwnd_, GA_ROOT), source_, choice, title);
 }
 
 void ViewerControl::exportTo() {
   if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->finished())) return;
-  auto request = askExport(GetAncestor(hwnd_, GA_ROOT), report_ ? report_->title() : Text(), nav_.current(),
+  auto request = askExport(GetAncestor(hwnd_, GA_ROOT), report_ ? report_->title() : title_, nav_.current(),
                            nav_.last(), nav_.final() ? std::optional<std::int32_t>(nav_.last()) : std::nullopt);
   if (request) exportTo(*request);
 }
@@ -55,6 +55,7 @@ void ViewerControl::exportTo(const ExportRequest& request) {
   exportResult_.reset();
   ExportSources sources;
   sources.run = source_;
+  sources.title = title_;
   if (report_) {  // the subject: the report file it was made from
     sources.title = report_->title();
     sources.subject = fromWide(std::filesystem::path(toWide(report_->path())).filename().wstring().c_str());
