@@ -147,4 +147,23 @@ model::ReportDefinition subreportOnTable(const model::Table& table, const std::v
   return report;
 }
 
+std::optional<ObjectRef> findSubreportAgain(const model::ReportDefinition& main, const Text& objectName,
+                                            const Text& subreportName, ObjectRef last, const std::vector<Text>& others) {
+  const auto isSubreport = [](const model::ReportObject& o) {
+    return o.kind == model::ObjectKind::Subreport && o.subreport.definition;
+  };
+  for (std::size_t s = 0; s < main.sections.size(); ++s)
+    for (std::size_t i = 0; i < main.sections[s].objects.size(); ++i) {
+      const model::ReportObject& o = main.sections[s].objects[i];
+      if (isSubreport(o) && equalsNoCase(o.name, objectName)) return ObjectRef{s, i};
+    }
+  if (last.section < main.sections.size() && last.index < main.sections[last.section].objects.size()) {
+    const model::ReportObject& o = main.sections[last.section].objects[last.index];
+    const bool shownElsewhere =
+        std::any_of(others.begin(), others.end(), [&](const Text& name) { return equalsNoCase(name, o.name); });
+    if (isSubreport(o) && o.subreport.name == subreportName && !shownElsewhere) return last;
+  }
+  return std::nullopt;
+}
+
 }  // namespace mervane::authoring::designer

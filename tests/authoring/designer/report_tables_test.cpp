@@ -87,6 +87,25 @@ TEST(SubreportInPlace, ChangesGoToTheSubreportOnTheOneUndoList) {
   EXPECT_EQ(editor.definition(), &doc.definition);
 }
 
+// A subreport's tab finds its subreport again after the main report
+// changed: by the object's name wherever it went, or renamed where it
+// stood; never another subreport that slid into its place.
+TEST(SubreportInPlace, ATabFindsItsSubreportAgainOrLetsItGo) {
+  model::ReportDefinition main = customersWithOrders().definition;
+  auto& details = main.sections[2].objects;
+  model::ReportObject payments = details[1];
+  payments.name = payments.subreport.name = u"Payments";
+  details.push_back(payments);
+  EXPECT_EQ(findSubreportAgain(main, u"payments", u"Payments", {2, 0}, {}), (ObjectRef{2, 2}));
+  details.erase(details.begin());  // the field before both went
+  EXPECT_EQ(findSubreportAgain(main, u"Payments", u"Payments", {2, 2}, {}), (ObjectRef{2, 1}));
+  details[1].name = u"Renamed";
+  EXPECT_EQ(findSubreportAgain(main, u"Payments", u"Payments", {2, 1}, {}), (ObjectRef{2, 1}));
+  EXPECT_EQ(findSubreportAgain(main, u"Payments", u"Payments", {2, 1}, {u"Renamed"}), std::nullopt);
+  details.erase(details.begin());  // Orders deleted: Payments now stands where it stood
+  EXPECT_EQ(findSubreportAgain(main, u"Orders", u"Orders", {2, 0}, {}), std::nullopt);
+}
+
 TEST(ReportTables, RemovingATableTakesItsFieldsLinksAndSortAsOneChange) {
   engine::ReportDocument doc = customersWithOrders();
   auto& data = doc.definition.data;
