@@ -13,6 +13,7 @@
 #include "authoring/designer/arrange.h"
 #include "base/text.h"
 #include "engine/formula/value.h"
+#include "engine/model/parameters.h"
 #include "engine/model/report_definition.h"
 
 namespace mervane::authoring::win {
@@ -117,8 +118,9 @@ bool chooseParameter(HWND owner, const std::vector<Text>& names, Text& name);
 // empty when they cannot be read.
 using ColumnValues = std::function<std::vector<mervane::engine::formula::Value>(const model::FieldRef&)>;
 // The prompt before a run: one row per parameter, a list where the values
-// are given, from and to boxes for a range. On OK every parameter's value is
+// are given, from and to boxes for a range; a subreport's own parameters
+// under a line that names the subreport. On OK every parameter's value is
 // given; values that are not of the parameter's type are refused in words.
-bool promptParameters(HWND owner, std::vector<model::Parameter>& parameters, const ColumnValues& columnValues);
+bool promptParameters(HWND owner, std::vector<model::AskedParameter>& parameters, const ColumnValues& columnValues);
 
 }  // namespace mervane::authoring::win
