@@ -3,7 +3,8 @@
 // Parameters (a default that is not a date is refused first), opens the
 // Preview and cancels the prompt (nothing runs), refreshes, types a value
 // that is not a date (refused), then the range; and exports the pages to
-// PDF. Then customers with an Orders subreport that asks for a date of its
+// PDF. Deleting the parameter then asks first, as the filter and the
+// heading use it; one undo brings it back. Then customers with an Orders subreport that asks for a date of its
 // own, added on the subreport's tab, in the same prompt as the main
 // report's. check_parameters_pdf.py reads the PDFs back: only the orders
 // asked for, and the range in the page header.
@@ -188,8 +189,9 @@ TEST_F(Parameters, APersonAsksForADateRangeAndGetsOnlyItsOrders) {
   ASSERT_TRUE(form.currentReport());
 
   std::vector<std::wstring> problems;
-  std::wstring badDefault, badValue;
-  bool cancelledGaveNothing = false;
+  std::wstring badDefault, badValue, deleteQuestion;
+  bool cancelledGaveNothing = false, deleted = false;
+  int listedAfterNo = 0;
   const fs::path pdf = folder / "orders.pdf";
   {
     Person person(L"Parameters test", [&](Person& p, HWND window) {
@@ -238,6 +240,22 @@ TEST_F(Parameters, APersonAsksForADateRangeAndGetsOnlyItsOrders) {
       hold();
 
       if (const std::wstring problem = exportPdf(p, window, pdf); !problem.empty()) problems.push_back(problem);
+
+      // Delete in Report > Parameters asks first: No keeps it, Yes takes it, undo brings it back.
+      PostMessageW(window, WM_COMMAND, kCommandParameters, 0);
+      dialog = Person::waitForWindow(kParametersCaption, window);
+      if (!dialog) return problems.push_back(L"no Parameters dialog to delete in");
+      p.press(dialog, kParameterDelete);
+      hold();
+      deleteQuestion = p.answerMessage(dialog, IDNO).text;
+      listedAfterNo = static_cast<int>(SendMessageW(GetDlgItem(dialog, kParameterList), LB_GETCOUNT, 0, 0));
+      p.press(dialog, kParameterDelete);
+      p.answerMessage(dialog, IDYES);
+      p.press(dialog, IDOK);
+      Person::waitHidden(dialog);
+      deleted = form.currentReport()->document().definition.parameters.empty();
+      PostMessageW(window, WM_COMMAND, kCommandUndo, 0);
+      Sleep(300);
       PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
       p.answerMessage(window, IDNO);  // the new parameter is not saved
     });
@@ -247,6 +265,12 @@ TEST_F(Parameters, APersonAsksForADateRangeAndGetsOnlyItsOrders) {
   EXPECT_EQ(badDefault, L"The default value 'abc' is not a date (yyyy-mm-dd).");
   EXPECT_TRUE(cancelledGaveNothing);
   EXPECT_EQ(badValue, L"Order dates: 'March' is not a date (yyyy-mm-dd).");
+  EXPECT_EQ(deleteQuestion,
+            L"The parameter Period is used by the record filter and the text object Heading.\n\nDelete it anyway? "
+            L"Parameter fields that show it are removed with it; formulas that use it will say it is missing, and "
+            L"texts will show {?Period} as written, until you change them.");
+  EXPECT_EQ(listedAfterNo, 1);
+  EXPECT_TRUE(deleted);
   EXPECT_TRUE(form.designerControl()->fieldItem(u"?", u"Period"));  // under "Parameter Fields"
   const auto& parameters = form.currentReport()->document().definition.parameters;
   ASSERT_EQ(parameters.size(), 1u);

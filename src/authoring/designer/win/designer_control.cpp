@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "authoring/designer/conditions.h"
+#include "authoring/designer/parameter_uses.h"
 #include "authoring/designer/properties.h"
 #include "authoring/designer/report_tables.h"
 #include "authoring/designer/win/design_canvas.h"
@@ -1547,9 +1548,17 @@ struct DesignerControl::Impl {
       case kCommandPageSetup:
         if (editable && editPageSetup(dialogOwner, parts.page)) editor.changeReportParts(parts);
         break;
-      case kCommandParameters:
-        if (editable && editParameters(dialogOwner, parts.parameters, catalogue())) editor.changeReportParts(parts);
+      case kCommandParameters: {
+        // Renamed parameters' uses follow them; deleted ones take their fields along (parameter_uses.h).
+        if (!editable) break;
+        const model::ReportDefinition& report = *editor.definition();
+        designer::ParameterEdits edits;
+        const auto usesOf = [&report](const Text& name) { return designer::parameterUses(report, name); };
+        if (!editParameters(dialogOwner, parts.parameters, catalogue(), usesOf, &edits)) break;
+        model::ReportDefinition after = designer::withParameters(report, parts.parameters, edits);
+        if (!(after == report)) editor.execute(designer::changeDefinition(report, std::move(after)));
         break;
+      }
       case kCommandInsertParameterField:
         if (editable && chooseParameter(dialogOwner, fields.parameters, o.text)) {
           o.kind = model::ObjectKind::ParameterField;

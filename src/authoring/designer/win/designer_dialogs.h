@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "authoring/designer/arrange.h"
+#include "authoring/designer/parameter_uses.h"
 #include "base/text.h"
 #include "engine/formula/value.h"
 #include "engine/model/parameters.h"
@@ -97,8 +98,12 @@ bool choosePicture(HWND owner, model::Picture& picture);
 // Report > Parameters: add, change and delete the report's parameters (name,
 // type, prompt, range, default, allowed values typed in or read from a
 // column). OK is refused, in words, while the parameter shown cannot be
-// kept; a parameter whose definition changed is asked for again.
-bool editParameters(HWND owner, std::vector<model::Parameter>& parameters, const FieldCatalogue& fields);
+// kept; a parameter whose definition changed is asked for again. Delete
+// asks first when `usesOf` names uses of the parameter (in words), and
+// `edits` says which parameters were renamed and deleted.
+using ParameterUsesOf = std::function<std::vector<Text>(const Text& name)>;
+bool editParameters(HWND owner, std::vector<model::Parameter>& parameters, const FieldCatalogue& fields,
+                    const ParameterUsesOf& usesOf = {}, designer::ParameterEdits* edits = nullptr);
 // Control ids of the Parameters dialog and the prompt, for tests.
 enum ParameterDialogId : int {
   kParameterListLabel = 101, kParameterList, kParameterNew, kParameterDelete,

@@ -64,11 +64,16 @@ bool sameDefinition(Parameter a, Parameter b) {
 
 class ParametersDialog final : public ModalDialog {
  public:
-  ParametersDialog(std::vector<Parameter>& parameters, const FieldCatalogue& fields)
+  ParametersDialog(std::vector<Parameter>& parameters, const FieldCatalogue& fields, const ParameterUsesOf& usesOf,
+                   designer::ParameterEdits* edits)
       : ModalDialog(kParametersCaption, 8400, 5400),
         parameters_(parameters),
         list_(parameters),
-        columns_(fieldChoices(fields, false)) {}
+        columns_(fieldChoices(fields, false)),
+        usesOf_(usesOf),
+        edits_(edits) {
+    for (const Parameter& p : list_) origins_.push_back(p.name);
+  }
 
  private:
   std::vector<ControlLayout> layout() const override {
@@ -192,10 +197,20 @@ class ParametersDialog final : public ModalDialog {
         if (!engine::model::findParameter(list_, p.name)) break;
       }
       list_.push_back(p);
+      origins_.emplace_back();
       addItem(kParameterList, p.name);
       show(static_cast<int>(list_.size()) - 1);
       focus(kParameterName);
     } else if (id == kParameterDelete && code == BN_CLICKED && current_ >= 0) {
+      // One the report still uses goes only once the person agreed.
+      const Text origin = origins_[static_cast<std::size_t>(current_)];
+      const std::vector<Text> uses = origin.empty() || !usesOf_ ? std::vector<Text>() : usesOf_(origin);
+      if (!uses.empty() &&
+          MessageBoxW(hwnd(), mervane::win::toWide(designer::deleteParameterQuestion(origin, uses)).c_str(),
+                      kParametersCaption, MB_YESNO | MB_ICONQUESTION) != IDYES)
+        return;
+      if (!origin.empty()) deleted_.push_back(origin);
+      origins_.erase(origins_.begin() + current_);
       list_.erase(list_.begin() + current_);
       fillList();
       show(list_.empty() ? -1 : std::min(current_, static_cast<int>(list_.size()) - 1));
@@ -216,12 +231,24 @@ class ParametersDialog final : public ModalDialog {
       }
     }
     parameters_ = list_;
+    if (edits_) {
+      *edits_ = {};
+      for (std::size_t i = 0; i < list_.size(); ++i)
+        if (!origins_[i].empty() && origins_[i] != list_[i].name) edits_->renamed.push_back({origins_[i], list_[i].name});
+      // A name deleted and given again is the new parameter's.
+      for (const Text& name : deleted_)
+        if (!engine::model::findParameter(list_, name)) edits_->deleted.push_back(name);
+    }
     return true;
   }
 
   std::vector<Parameter>& parameters_;
   std::vector<Parameter> list_;
+  std::vector<Text> origins_;  // each one's name when the dialog opened; empty: new
+  std::vector<Text> deleted_;
   std::vector<FieldChoice> columns_;
+  const ParameterUsesOf& usesOf_;
+  designer::ParameterEdits* edits_;
   int current_ = -1;
 };
 
@@ -405,8 +432,9 @@ class PromptDialog final : public ModalDialog {
 
 }  // namespace
 
-bool editParameters(HWND owner, std::vector<model::Parameter>& parameters, const FieldCatalogue& fields) {
-  return answered([&] { return ParametersDialog(parameters, fields).run(owner); });
+bool editParameters(HWND owner, std::vector<model::Parameter>& parameters, const FieldCatalogue& fields,
+                    const ParameterUsesOf& usesOf, designer::ParameterEdits* edits) {
+  return answered([&] { return ParametersDialog(parameters, fields, usesOf, edits).run(owner); });
 }
 
 bool chooseParameter(HWND owner, const std::vector<Text>& names, Text& name) {
