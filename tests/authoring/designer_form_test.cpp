@@ -859,7 +859,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
 // Two subreports of the customer list, each opened on a tab of its own by a
 // double-click: switching tabs with the mouse keeps what was selected on
 // each; Insert > Subreport is greyed on a subreport's tab and refused in
-// words if asked for; a tab closed from its context menu keeps the
+// words if asked for, as is pasting a subreport there; a tab closed from its context menu keeps the
 // changes made on it; deleting a subreport closes its tab and one undo
 // brings the subreport back.
 TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
@@ -915,7 +915,7 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
   Seen bothOpen, afterClose, afterDelete;
   authoring::designer::Selection ordersSelection, ordersAgain;
   bool insertGreyed = false, menuShown = false;
-  std::wstring refusal;
+  std::wstring refusal, pasteRefusal;
   {
     Person person(L"Subreport tabs test", [&](Person& p, HWND window) {
       HWND canvas = findChild(window, L"MervaneDesignCanvas");
@@ -939,11 +939,15 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
       PostMessageW(window, WM_COMMAND, authoring::win::kCommandInsertSubreport, 0);
       refusal = p.answerMessage(window).text;
       clickReportTab(tabs, 0);
+      click(objectPoint(details, payments));
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandCopy, 0);
       doubleClick(canvas, objectPoint(details, payments));
       bothOpen = seen(tabs, 2);
       holdForScreenshots();
       clickReportTab(tabs, 1);
       ordersAgain = editor.selection();
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandPaste, 0);
+      pasteRefusal = p.answerMessage(window).text;
       // Its text deleted, then the tab closed from its context menu.
       p.pressKey(window, VK_DELETE);
       clickReportTab(tabs, 1, true);
@@ -974,6 +978,7 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
   EXPECT_EQ(ordersAgain, ordersSelection);
   EXPECT_TRUE(insertGreyed);
   EXPECT_EQ(refusal, L"A subreport cannot hold subreports of its own. Insert subreports on the Main Report tab.");
+  EXPECT_EQ(pasteRefusal, L"A subreport cannot hold subreports of its own. Paste subreports on the Main Report tab.");
   EXPECT_TRUE(menuShown);
   EXPECT_EQ(afterClose.tabs, 2);
   EXPECT_EQ(afterClose.shown, 0);  // the main report's, as the closed tab was shown

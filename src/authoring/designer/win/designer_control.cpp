@@ -26,6 +26,7 @@
 #include "engine/data/table_connection.h"
 #include "engine/engine_objects.h"
 #include "engine/layout/picture.h"
+#include "engine/model/definition_stream.h"
 #include "engine/win/gdi_measure.h"
 #include "engine/win/wic_picture_decoder.h"
 
@@ -1125,6 +1126,21 @@ struct DesignerControl::Impl {
     if (bytes.size() >= 12) {
       const std::size_t body = bytes[8] | bytes[9] << 8 | bytes[10] << 16 | static_cast<std::size_t>(bytes[11]) << 24;
       if (body + 16 <= bytes.size()) bytes.resize(body + 16);
+    }
+    // The designer designs one level: a subreport pasted into a subreport is refused.
+    if (editor.openedSubreport()) {
+      const auto read = model::readDefinition(bytes);
+      const bool nested = read.definition && std::any_of(read.definition->sections.begin(), read.definition->sections.end(),
+                                                         [](const model::Section& s) {
+                                                           return std::any_of(s.objects.begin(), s.objects.end(), [](const auto& o) {
+                                                             return o.kind == model::ObjectKind::Subreport;
+                                                           });
+                                                         });
+      if (nested) {
+        message(u"A subreport cannot hold subreports of its own. Paste subreports on the Main Report tab.",
+                MB_ICONINFORMATION);
+        return false;
+      }
     }
     return editor.paste(bytes);
   }
