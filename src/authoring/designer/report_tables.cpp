@@ -152,17 +152,23 @@ std::optional<ObjectRef> findSubreportAgain(const model::ReportDefinition& main,
   const auto isSubreport = [](const model::ReportObject& o) {
     return o.kind == model::ObjectKind::Subreport && o.subreport.definition;
   };
-  for (std::size_t s = 0; s < main.sections.size(); ++s)
+  const model::ReportObject* there =
+      last.section < main.sections.size() && last.index < main.sections[last.section].objects.size()
+          ? &main.sections[last.section].objects[last.index]
+          : nullptr;
+  // Still where it was (an object without a name is known by its subreport's).
+  if (there && isSubreport(*there) && equalsNoCase(there->name, objectName) &&
+      (!objectName.empty() || there->subreport.name == subreportName))
+    return last;
+  for (std::size_t s = 0; s < main.sections.size() && !objectName.empty(); ++s)
     for (std::size_t i = 0; i < main.sections[s].objects.size(); ++i) {
       const model::ReportObject& o = main.sections[s].objects[i];
       if (isSubreport(o) && equalsNoCase(o.name, objectName)) return ObjectRef{s, i};
     }
-  if (last.section < main.sections.size() && last.index < main.sections[last.section].objects.size()) {
-    const model::ReportObject& o = main.sections[last.section].objects[last.index];
-    const bool shownElsewhere =
-        std::any_of(others.begin(), others.end(), [&](const Text& name) { return equalsNoCase(name, o.name); });
-    if (isSubreport(o) && o.subreport.name == subreportName && !shownElsewhere) return last;
-  }
+  const bool shownElsewhere = there && std::any_of(others.begin(), others.end(), [&](const Text& name) {
+    return equalsNoCase(name, there->name);
+  });
+  if (there && isSubreport(*there) && there->subreport.name == subreportName && !shownElsewhere) return last;
   return std::nullopt;
 }
 

@@ -557,7 +557,7 @@ struct DesignerControl::Impl {
     const model::ReportObject& o = main->sections[object.section].objects[object.index];
     if (o.kind != model::ObjectKind::Subreport || !o.subreport.definition) return false;
     for (std::size_t i = 0; i < subreportTabs.size(); ++i)
-      if (equalsNoCase(subreportTabs[i].objectName, o.name)) {
+      if (findTab(i + 1) == object) {
         showTab(i + 1);
         return shownTab == i + 1;
       }
