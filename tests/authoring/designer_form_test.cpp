@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <tuple>
 
 #include "Mervane100.h"
 #include "authoring/designer/win/designer_control.h"
@@ -732,6 +733,28 @@ void doubleClick(HWND canvas, POINT at) {
   Sleep(300);
 }
 
+// Clicks a report tab of the designer (the right button: its context menu).
+void clickReportTab(HWND tabs, int index, bool right = false) {
+  RECT r{};
+  TabCtrl_GetItemRect(tabs, index, &r);
+  POINT at{(r.left + r.right) / 2, (r.top + r.bottom) / 2}, screen = at;
+  ClientToScreen(tabs, &screen);
+  SetCursorPos(screen.x, screen.y);
+  PostMessageW(tabs, right ? WM_RBUTTONDOWN : WM_LBUTTONDOWN, right ? MK_RBUTTON : MK_LBUTTON, MAKELPARAM(at.x, at.y));
+  PostMessageW(tabs, right ? WM_RBUTTONUP : WM_LBUTTONUP, 0, MAKELPARAM(at.x, at.y));
+  Sleep(300);
+}
+
+std::wstring tabCaption(HWND tabs, int index) {
+  wchar_t caption[64] = {};
+  TCITEMW item{};
+  item.mask = TCIF_TEXT;
+  item.pszText = caption;
+  item.cchTextMax = 64;
+  SendMessageW(tabs, TCM_GETITEMW, index, reinterpret_cast<LPARAM>(&item));
+  return caption;
+}
+
 // The customer list with an Orders subreport: inserted on the Orders table,
 // opened on its own tab with a double-click, a column dragged into it,
 // linked to the customers through Report > Subreport Links (a link between
@@ -746,7 +769,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
   auto& editor = designer.editor();
   const std::size_t details = detailsOf(definition);
   bool tabShown = false, dragged = false;
-  std::wstring refusal, tabCaption;
+  std::wstring refusal, caption;
   {
     Person person(L"Subreport test", [&](Person& p, HWND window) {
       HWND canvas = findChild(window, L"MervaneDesignCanvas");
@@ -774,13 +797,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
       doubleClick(canvas, designer.canvasPoint(middle));
       HWND tabs = designer.reportTabs();
       tabShown = IsWindowVisible(tabs) && TabCtrl_GetCurSel(tabs) == 1;
-      wchar_t caption[64] = {};
-      TCITEMW item{};
-      item.mask = TCIF_TEXT;
-      item.pszText = caption;
-      item.cchTextMax = 64;
-      SendMessageW(tabs, TCM_GETITEMW, 1, reinterpret_cast<LPARAM>(&item));
-      tabCaption = caption;
+      caption = tabCaption(tabs, 1);
       // The order's status, dragged in beside the columns the subreport came with.
       dragged = dragColumn(window, L"Orders", L"Status", designer.canvasPoint({4600, editor.layout().band(2)->bodyTop + 30}));
       holdForScreenshots();
@@ -803,12 +820,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
         }
         waitFor([&] { return !Person::waitForWindow(L"Subreport Links", nullptr, 1); });
       }
-      RECT r{};
-      TabCtrl_GetItemRect(tabs, 0, &r);
-      const LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
-      PostMessageW(tabs, WM_LBUTTONDOWN, MK_LBUTTON, at);
-      PostMessageW(tabs, WM_LBUTTONUP, 0, at);
-      Sleep(300);
+      clickReportTab(tabs, 0);
       holdForScreenshots();
       clickTab(window, 1);
       Sleep(1500);
@@ -819,7 +831,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
     form->showModal();
   }
   EXPECT_TRUE(tabShown);
-  EXPECT_EQ(tabCaption, L"Orders");
+  EXPECT_EQ(caption, L"Orders");
   EXPECT_TRUE(dragged);
   EXPECT_EQ(refusal,
             L"The field Customers.Name holds text and Orders.CustomerID holds numbers: a link needs two fields of the "
@@ -859,8 +871,8 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
 // Two subreports of the customer list, each opened on a tab of its own by a
 // double-click: switching tabs with the mouse keeps what was selected on
 // each; Insert > Subreport is greyed on a subreport's tab and refused in
-// words if asked for, as is pasting a subreport there; a tab closed from its context menu keeps the
-// changes made on it; deleting a subreport closes its tab and one undo
+// words if asked for, as is pasting a subreport there; a tab closed from
+// its context menu keeps the changes made on it; deleting a subreport closes its tab and one undo
 // brings the subreport back.
 TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
   namespace model = engine::model;
@@ -888,29 +900,10 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
     ASSERT_TRUE(editor.placeObject(o, {x, top}));
   }
   const std::size_t orders = definition.sections[details].objects.size() - 2, payments = orders + 1;
-  struct Seen {
-    int tabs = 0, shown = -1;
-    std::wstring caption;
-  };
-  const auto seen = [&](HWND tabs, int index) {
-    wchar_t caption[64] = {};
-    TCITEMW item{};
-    item.mask = TCIF_TEXT;
-    item.pszText = caption;
-    item.cchTextMax = 64;
-    SendMessageW(tabs, TCM_GETITEMW, index, reinterpret_cast<LPARAM>(&item));
-    return Seen{IsWindowVisible(tabs) ? TabCtrl_GetItemCount(tabs) : 0, TabCtrl_GetCurSel(tabs), caption};
-  };
-  const auto clickReportTab = [](HWND tabs, int index, bool right = false) {
-    RECT r{};
-    TabCtrl_GetItemRect(tabs, index, &r);
-    const LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
-    POINT screen{(r.left + r.right) / 2, (r.top + r.bottom) / 2};
-    ClientToScreen(tabs, &screen);
-    SetCursorPos(screen.x, screen.y);
-    PostMessageW(tabs, right ? WM_RBUTTONDOWN : WM_LBUTTONDOWN, right ? MK_RBUTTON : MK_LBUTTON, at);
-    PostMessageW(tabs, right ? WM_RBUTTONUP : WM_LBUTTONUP, 0, at);
-    Sleep(300);
+  // The tabs shown (none while the strip hides), the one selected, a caption.
+  using Seen = std::tuple<int, int, std::wstring>;
+  const auto seen = [](HWND tabs, int index) {
+    return Seen{IsWindowVisible(tabs) ? TabCtrl_GetItemCount(tabs) : 0, TabCtrl_GetCurSel(tabs), tabCaption(tabs, index)};
   };
   Seen bothOpen, afterClose, afterDelete;
   authoring::designer::Selection ordersSelection, ordersAgain;
@@ -971,19 +964,15 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
     });
     form->showModal();
   }
-  EXPECT_EQ(bothOpen.tabs, 3);
-  EXPECT_EQ(bothOpen.shown, 2);
-  EXPECT_EQ(bothOpen.caption, L"Payments");
+  EXPECT_EQ(bothOpen, (Seen{3, 2, L"Payments"}));
   EXPECT_EQ(ordersSelection.objects.size(), 1u);
   EXPECT_EQ(ordersAgain, ordersSelection);
   EXPECT_TRUE(insertGreyed);
   EXPECT_EQ(refusal, L"A subreport cannot hold subreports of its own. Insert subreports on the Main Report tab.");
   EXPECT_EQ(pasteRefusal, L"A subreport cannot hold subreports of its own. Paste subreports on the Main Report tab.");
   EXPECT_TRUE(menuShown);
-  EXPECT_EQ(afterClose.tabs, 2);
-  EXPECT_EQ(afterClose.shown, 0);  // the main report's, as the closed tab was shown
-  EXPECT_EQ(afterClose.caption, L"Payments");
-  EXPECT_EQ(afterDelete.tabs, 0);  // no subreport tab left: the strip hides
+  EXPECT_EQ(afterClose, (Seen{2, 0, L"Payments"}));  // the main report's shown, as the closed tab was
+  EXPECT_EQ(std::get<0>(afterDelete), 0);             // no subreport tab left: the strip hides
   // The text deleted on the closed tab stays deleted; the undone delete brought Payments back.
   const auto& objects = definition.sections[details].objects;
   ASSERT_EQ(objects.size(), payments + 1);

@@ -111,9 +111,6 @@ model::ReportDefinition customersWithOrders() {
   model::ReportDefinition sub = orderList();
   sub.data.recordFilter = u"{Orders.OrderDate} >= {?Since} and {Orders.CustomerID} <= {?Customers up to}";
   sub.parameters = {upTo};
-  for (model::Section& s : sub.sections) s.objects.erase(std::remove_if(s.objects.begin(), s.objects.end(), [](const auto& o) {
-    return o.kind == model::ObjectKind::Text;
-  }), s.objects.end());
   model::ReportObject name, orders;
   name.kind = model::ObjectKind::DatabaseField;
   name.name = u"Name";
