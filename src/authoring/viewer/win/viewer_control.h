@@ -27,10 +27,10 @@
 #include "authoring/viewer/page_cache.h"
 #include "authoring/viewer/viewer_state.h"
 #include "authoring/viewer/win/export_job.h"
-#include "engine/model/parameters.h"
 #include "components/forgiving.h"
 #include "engine/engine.h"
 #include "engine/layout/page_source.h"
+#include "engine/model/parameters.h"
 #include "engine/win/page_painter.h"
 
 namespace mervane::printing::win {
