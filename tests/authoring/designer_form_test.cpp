@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <tuple>
 
 #include "Mervane100.h"
 #include "authoring/designer/win/designer_control.h"
@@ -733,6 +734,28 @@ void doubleClick(HWND canvas, POINT at) {
   Sleep(300);
 }
 
+// Clicks a report tab of the designer (the right button: its context menu).
+void clickReportTab(HWND tabs, int index, bool right = false) {
+  RECT r{};
+  TabCtrl_GetItemRect(tabs, index, &r);
+  POINT at{(r.left + r.right) / 2, (r.top + r.bottom) / 2}, screen = at;
+  ClientToScreen(tabs, &screen);
+  SetCursorPos(screen.x, screen.y);
+  PostMessageW(tabs, right ? WM_RBUTTONDOWN : WM_LBUTTONDOWN, right ? MK_RBUTTON : MK_LBUTTON, MAKELPARAM(at.x, at.y));
+  PostMessageW(tabs, right ? WM_RBUTTONUP : WM_LBUTTONUP, 0, MAKELPARAM(at.x, at.y));
+  Sleep(300);
+}
+
+std::wstring tabCaption(HWND tabs, int index) {
+  wchar_t caption[64] = {};
+  TCITEMW item{};
+  item.mask = TCIF_TEXT;
+  item.pszText = caption;
+  item.cchTextMax = 64;
+  SendMessageW(tabs, TCM_GETITEMW, index, reinterpret_cast<LPARAM>(&item));
+  return caption;
+}
+
 // The customer list with an Orders subreport: inserted on the Orders table,
 // opened on its own tab with a double-click, a column dragged into it,
 // linked to the customers through Report > Subreport Links (a link between
@@ -747,7 +770,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
   auto& editor = designer.editor();
   const std::size_t details = detailsOf(definition);
   bool tabShown = false, dragged = false;
-  std::wstring refusal, tabCaption;
+  std::wstring refusal, caption;
   {
     Person person(L"Subreport test", [&](Person& p, HWND window) {
       HWND canvas = findChild(window, L"MervaneDesignCanvas");
@@ -775,13 +798,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
       doubleClick(canvas, designer.canvasPoint(middle));
       HWND tabs = designer.reportTabs();
       tabShown = IsWindowVisible(tabs) && TabCtrl_GetCurSel(tabs) == 1;
-      wchar_t caption[64] = {};
-      TCITEMW item{};
-      item.mask = TCIF_TEXT;
-      item.pszText = caption;
-      item.cchTextMax = 64;
-      SendMessageW(tabs, TCM_GETITEMW, 1, reinterpret_cast<LPARAM>(&item));
-      tabCaption = caption;
+      caption = tabCaption(tabs, 1);
       // The order's status, dragged in beside the columns the subreport came with.
       dragged = dragColumn(window, L"Orders", L"Status", designer.canvasPoint({4600, editor.layout().band(2)->bodyTop + 30}));
       holdForScreenshots();
@@ -804,12 +821,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
         }
         waitFor([&] { return !Person::waitForWindow(L"Subreport Links", nullptr, 1); });
       }
-      RECT r{};
-      TabCtrl_GetItemRect(tabs, 0, &r);
-      const LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
-      PostMessageW(tabs, WM_LBUTTONDOWN, MK_LBUTTON, at);
-      PostMessageW(tabs, WM_LBUTTONUP, 0, at);
-      Sleep(300);
+      clickReportTab(tabs, 0);
       holdForScreenshots();
       clickTab(window, 1);
       Sleep(1500);
@@ -820,7 +832,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
     form->showModal();
   }
   EXPECT_TRUE(tabShown);
-  EXPECT_EQ(tabCaption, L"Orders");
+  EXPECT_EQ(caption, L"Orders");
   EXPECT_TRUE(dragged);
   EXPECT_EQ(refusal,
             L"The field Customers.Name holds text and Orders.CustomerID holds numbers: a link needs two fields of the "
@@ -855,6 +867,119 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
   engine::exporting::PdfOptions options;
   options.fonts = std::make_shared<engine::win::GdiFontSource>();
   EXPECT_TRUE(engine::exporting::writePdf(engine::exporting::feedOf(*run), out, {}, options));
+}
+
+// Two subreports of the customer list, each opened on a tab of its own by a
+// double-click: switching tabs with the mouse keeps what was selected on
+// each; Insert > Subreport is greyed on a subreport's tab and refused in
+// words if asked for, as is pasting a subreport there; a tab closed from
+// its context menu keeps the changes made on it; deleting a subreport closes its tab and one undo
+// brings the subreport back.
+TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
+  namespace model = engine::model;
+  auto form = openCustomerList(u"Subreport tabs test");
+  ASSERT_TRUE(form->currentReport());
+  auto& definition = form->currentReport()->document().definition;
+  auto& designer = *form->designerControl();
+  auto& editor = designer.editor();
+  const std::size_t details = detailsOf(definition);
+  const std::int32_t top = editor.layout().band(details)->bodyTop;
+  for (const auto& [name, x] : {std::pair{u"Orders", 6000}, std::pair{u"Payments", 8500}}) {
+    model::ReportObject o;
+    o.kind = model::ObjectKind::Subreport;
+    o.width = 2000;
+    o.height = 240;
+    o.name = editor.uniqueName(u"Subreport");
+    o.subreport.name = name;
+    model::ReportDefinition& sub = o.subreport.definition.emplace() = model::blankReport();
+    model::ReportObject note;
+    note.kind = model::ObjectKind::Text;
+    note.text = name;
+    note.width = 1440;
+    note.height = 240;
+    sub.sections[detailsOf(sub)].objects.push_back(note);
+    ASSERT_TRUE(editor.placeObject(o, {x, top}));
+  }
+  const std::size_t orders = definition.sections[details].objects.size() - 2, payments = orders + 1;
+  // The tabs shown (none while the strip hides), the one selected, a caption.
+  using Seen = std::tuple<int, int, std::wstring>;
+  const auto seen = [](HWND tabs, int index) {
+    return Seen{IsWindowVisible(tabs) ? TabCtrl_GetItemCount(tabs) : 0, TabCtrl_GetCurSel(tabs), tabCaption(tabs, index)};
+  };
+  Seen bothOpen, afterClose, afterDelete;
+  authoring::designer::Selection ordersSelection, ordersAgain;
+  bool insertGreyed = false, menuShown = false;
+  std::wstring refusal, pasteRefusal;
+  {
+    Person person(L"Subreport tabs test", [&](Person& p, HWND window) {
+      HWND canvas = findChild(window, L"MervaneDesignCanvas");
+      HWND tabs = designer.reportTabs();
+      const auto objectPoint = [&](std::size_t section, std::size_t index) {
+        const auto& o = editor.definition()->sections[section].objects[index];
+        return designer.canvasPoint({o.x + 100, editor.layout().band(section)->bodyTop + o.y + 100});
+      };
+      const auto click = [&](POINT at) {
+        PostMessageW(canvas, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(at.x, at.y));
+        PostMessageW(canvas, WM_LBUTTONUP, 0, MAKELPARAM(at.x, at.y));
+        Sleep(200);
+      };
+      doubleClick(canvas, objectPoint(details, orders));
+      // The Orders subreport's text selected, then the Payments subreport opened beside it.
+      const std::size_t subDetails = detailsOf(*editor.definition());
+      click(objectPoint(subDetails, 0));
+      ordersSelection = editor.selection();
+      HMENU insert = GetSubMenu(GetMenu(window), 2);
+      insertGreyed = (GetMenuState(insert, authoring::win::kCommandInsertSubreport, MF_BYCOMMAND) & MF_GRAYED) != 0;
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandInsertSubreport, 0);
+      refusal = p.answerMessage(window).text;
+      clickReportTab(tabs, 0);
+      click(objectPoint(details, payments));
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandCopy, 0);
+      doubleClick(canvas, objectPoint(details, payments));
+      bothOpen = seen(tabs, 2);
+      holdForScreenshots();
+      clickReportTab(tabs, 1);
+      ordersAgain = editor.selection();
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandPaste, 0);
+      pasteRefusal = p.answerMessage(window).text;
+      // Its text deleted, then the tab closed from its context menu.
+      p.pressKey(window, VK_DELETE);
+      clickReportTab(tabs, 1, true);
+      HWND menu = nullptr;
+      waitFor([&] { return (menu = FindWindowW(L"#32768", nullptr)) && IsWindowVisible(menu); });
+      menuShown = menu != nullptr;
+      holdForScreenshots();
+      PostMessageW(menu, WM_KEYDOWN, VK_DOWN, 0);
+      PostMessageW(menu, WM_KEYDOWN, VK_RETURN, 0);
+      waitFor([&] { return TabCtrl_GetItemCount(tabs) == 2; });
+      afterClose = seen(tabs, 1);
+      // On the main report's tab, the Payments subreport deleted.
+      clickReportTab(tabs, 0);
+      click(objectPoint(details, payments));
+      p.pressKey(window, VK_DELETE);
+      afterDelete = seen(tabs, 0);
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandUndo, 0);
+      Sleep(300);
+      PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+      p.answerMessage(window, IDNO);
+    });
+    form->showModal();
+  }
+  EXPECT_EQ(bothOpen, (Seen{3, 2, L"Payments"}));
+  EXPECT_EQ(ordersSelection.objects.size(), 1u);
+  EXPECT_EQ(ordersAgain, ordersSelection);
+  EXPECT_TRUE(insertGreyed);
+  EXPECT_EQ(refusal, L"A subreport cannot hold subreports of its own. Insert subreports on the Main Report tab.");
+  EXPECT_EQ(pasteRefusal, L"A subreport cannot hold subreports of its own. Paste subreports on the Main Report tab.");
+  EXPECT_TRUE(menuShown);
+  EXPECT_EQ(afterClose, (Seen{2, 0, L"Payments"}));  // the main report's shown, as the closed tab was
+  EXPECT_EQ(std::get<0>(afterDelete), 0);             // no subreport tab left: the strip hides
+  // The text deleted on the closed tab stays deleted; the undone delete brought Payments back.
+  const auto& objects = definition.sections[details].objects;
+  ASSERT_EQ(objects.size(), payments + 1);
+  const model::ReportDefinition& ordersReport = *objects[orders].subreport.definition;
+  EXPECT_TRUE(ordersReport.sections[detailsOf(ordersReport)].objects.empty());
+  EXPECT_EQ(objects[payments].subreport.name, u"Payments");
 }
 
 // Report > Tables on the customer list: Orders ticked in the tree of the

@@ -443,6 +443,10 @@ void Editor::nudge(std::int32_t dx, std::int32_t dy, bool resize) {
 bool Editor::execute(std::unique_ptr<Command> command) {
   if (!command || !editable()) return false;
   if (subreport_) {
+    // Read again first: the run's parameter values may have been given
+    // since it was opened, and the change must not take them back.
+    refreshSubreport();
+    if (!subreport_) return false;
     // Done in the subreport's report, kept as a change of the main report.
     SubreportChange change{*subreport_, subreportDocument_.definition, {}, {}, selection_};
     command->apply(subreportDocument_);

@@ -147,4 +147,29 @@ model::ReportDefinition subreportOnTable(const model::Table& table, const std::v
   return report;
 }
 
+std::optional<ObjectRef> findSubreportAgain(const model::ReportDefinition& main, const Text& objectName,
+                                            const Text& subreportName, ObjectRef last, const std::vector<Text>& others) {
+  const auto isSubreport = [](const model::ReportObject& o) {
+    return o.kind == model::ObjectKind::Subreport && o.subreport.definition;
+  };
+  const model::ReportObject* there =
+      last.section < main.sections.size() && last.index < main.sections[last.section].objects.size()
+          ? &main.sections[last.section].objects[last.index]
+          : nullptr;
+  // Still where it was (an object without a name is known by its subreport's).
+  if (there && isSubreport(*there) && equalsNoCase(there->name, objectName) &&
+      (!objectName.empty() || there->subreport.name == subreportName))
+    return last;
+  for (std::size_t s = 0; s < main.sections.size() && !objectName.empty(); ++s)
+    for (std::size_t i = 0; i < main.sections[s].objects.size(); ++i) {
+      const model::ReportObject& o = main.sections[s].objects[i];
+      if (isSubreport(o) && equalsNoCase(o.name, objectName)) return ObjectRef{s, i};
+    }
+  const bool shownElsewhere = there && std::any_of(others.begin(), others.end(), [&](const Text& name) {
+    return equalsNoCase(name, there->name);
+  });
+  if (there && isSubreport(*there) && there->subreport.name == subreportName && !shownElsewhere) return last;
+  return std::nullopt;
+}
+
 }  // namespace mervane::authoring::designer

@@ -7,6 +7,7 @@
 // refusal says which, in words.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "authoring/designer/commands.h"
@@ -39,5 +40,14 @@ const ColumnShape* listedShape(const FieldList& list, const model::FieldRef& fie
 // fit the main report's printable width `width` (twips).
 model::ReportDefinition subreportOnTable(const model::Table& table, const std::vector<FieldColumn>& columns,
                                          std::int32_t width, engine::layout::TextMeasure& measure);
+
+// Where a subreport shown on a tab of its own stands in the main report now
+// that the report changed: found by its object's name (moved, or others
+// before it went); an object renamed in place is followed when it is still
+// the same subreport (same subreport name) and no other tab shows a
+// subreport of that name. None when it is gone: deleted, or its insertion
+// undone. `others` are the object names the other tabs show.
+std::optional<ObjectRef> findSubreportAgain(const model::ReportDefinition& main, const Text& objectName,
+                                            const Text& subreportName, ObjectRef last, const std::vector<Text>& others);
 
 }  // namespace mervane::authoring::designer

@@ -147,7 +147,7 @@ void DesignerForm::onLoad() {
   viewer_ = std::make_unique<viewer::win::ViewerControl>();
   if (!viewer_->create(hwnd())) viewer_.reset();
   if (viewer_) {
-    viewer_->setParameterPrompt([this](std::vector<engine::model::Parameter>& parameters) {
+    viewer_->setParameterPrompt([this](std::vector<engine::model::AskedParameter>& parameters) {
       engine::Report* report = currentReport();
       if (!report) return false;
       return promptParameters(hwnd(), parameters,
@@ -360,8 +360,7 @@ void DesignerForm::onMenu(UINT id) {
     case kCommandClose: onCloseRequest(); return;
     case kCommandParameterValues:
       // The prompt comes again at the next run; at once when the pages show.
-      if (engine::Report* report = currentReport())
-        for (auto& p : report->document().definition.parameters) p.given = false;
+      if (engine::Report* report = currentReport()) engine::model::forgetAnswers(report->document().definition);
       if (viewer_ && IsWindowVisible(viewerWindow())) ForgivingViewerControl(viewer_.get()).refresh();
       return;
     case kCommandPrint:

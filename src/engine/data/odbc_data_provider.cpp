@@ -657,11 +657,12 @@ class OdbcDataProvider final : public DataProvider {
   explicit OdbcDataProvider(OdbcProviderOptions options) : options_(options) {}
 
   std::unique_ptr<ReportData> open(const ReportDocument& document, const model::ReportDefinition& definition,
-                                   const Text& /*subreport*/) override {
+                                   const Text& subreport) override {
     auto plan = std::make_shared<Plan>();
     plan->data = definition.data;
-    // A subreport sees the main report's parameters.
-    plan->parameters = model::ParameterValues(document.definition.parameters);
+    // A subreport sees its own parameters, then the main report's.
+    plan->parameters = subreport.empty() ? model::ParameterValues(document.definition.parameters)
+                                         : model::subreportParameterValues(document.definition, definition);
     for (const model::Formula& f : definition.formulas) {
       try {
         plan->formulas[caseFoldKey(f.name)] = formula::Formula::parse(f.text);

@@ -84,7 +84,7 @@ class RowContext final : public formula::EvaluationContext {
 
   const formula::Formula* formula(const Text& name) override { return report_.formula(name); }
   std::optional<formula::ParameterValue> parameter(const Text& name) override {
-    return environment_.parameters.find(name);
+    return (report_.subreportParameters ? *report_.subreportParameters : environment_.parameters).find(name);
   }
 
   std::optional<Value> runningTotal(const Text& name) override {
@@ -610,9 +610,9 @@ class Pager {
     const model::ReportObject& object = *po.object;
     numeric = false;
     switch (object.kind) {
-      case ObjectKind::Text: return withParameters(object.text, object.format);
+      case ObjectKind::Text: return withParameters(report, object.text, object.format);
       case ObjectKind::ParameterField: {
-        std::optional<formula::ParameterValue> given = environment_.parameters.find(object.text);
+        std::optional<formula::ParameterValue> given = parametersOf(report).find(object.text);
         if (!given) return Text();
         if (!given->range) {
           value = given->value;
@@ -644,14 +644,18 @@ class Pager {
 
   // A text object shows each {?Name} in it as that parameter's value; a
   // name the report has no parameter of stays as it is written.
-  Text withParameters(const Text& text, const model::Format& format) const {
+  const model::ParameterValues& parametersOf(const PreparedReport& report) const {
+    return report.subreportParameters ? *report.subreportParameters : environment_.parameters;
+  }
+
+  Text withParameters(const PreparedReport& report, const Text& text, const model::Format& format) const {
     std::size_t at = text.find(u"{?");
     if (at == Text::npos) return text;
     Text out = text.substr(0, at);
     while (at != Text::npos) {
       const std::size_t close = text.find(u'}', at + 2);
       if (close == Text::npos) break;
-      std::optional<formula::ParameterValue> given = environment_.parameters.find(text.substr(at + 2, close - at - 2));
+      std::optional<formula::ParameterValue> given = parametersOf(report).find(text.substr(at + 2, close - at - 2));
       out += given ? parameterText(*given, format) : text.substr(at, close + 1 - at);
       const std::size_t next = text.find(u"{?", close + 1);
       out += text.substr(close + 1, next == Text::npos ? Text::npos : next - close - 1);

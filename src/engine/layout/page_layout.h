@@ -188,8 +188,8 @@ struct LayoutEnvironment {
   TextMeasure* measure = nullptr;
   Text title;
   double printDateTime = 0;
-  // The report's parameters as this run sees them (subreports see the main
-  // report's).
+  // The main report's parameters as this run sees them (a subreport's are
+  // its prepared report's).
   model::ParameterValues parameters;
   // Whole-report totals from the data, per slot of the main report: asked
   // for only when a page shows one (the query runs then, once). Throws

@@ -259,6 +259,7 @@ class Preparer {
     prepared.name = sub.name;
     try {
       prepared.report = prepare(*sub.definition, false);
+      prepared.report->subreportParameters = model::subreportParameterValues(r_.definition, *sub.definition);
     } catch (const PrepareError& error) {
       throw PrepareError(u"In the subreport " + sub.name + u": " + error.message());
     }

@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "engine/formula/formula.h"
+#include "engine/model/parameters.h"
 #include "engine/model/report_definition.h"
 
 namespace mervane::engine::layout {
@@ -129,6 +130,9 @@ struct PreparedReport {
   std::vector<std::shared_ptr<const formula::Formula>> conditionFormulas;  // owns the conditions' formulas
   std::vector<bool> readAhead;  // [level]: its summaries are found by reading its rows ahead
   std::vector<PreparedSubreport> subreports;
+  // A subreport's parameter values (its own, then the main report's); none
+  // for the main report, whose values the run gives.
+  std::optional<model::ParameterValues> subreportParameters;
 
   int groupCount() const { return static_cast<int>(groups.size()); }
   int fieldIndex(TextView table, TextView column) const;

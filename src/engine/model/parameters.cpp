@@ -242,4 +242,83 @@ const Parameter* findParameter(const std::vector<Parameter>& parameters, TextVie
   return nullptr;
 }
 
+void ParameterValues::append(const ParameterValues& more) {
+  for (const auto& [key, value] : more.values_)
+    if (std::none_of(values_.begin(), values_.end(), [&](const auto& kept) { return kept.first == key; }))
+      values_.emplace_back(key, value);
+}
+
+namespace {
+
+// The main report's subreports that have a definition, in printing order.
+template <typename Definition, typename Visit>
+void eachSubreport(Definition& main, Visit visit) {
+  for (auto& section : main.sections)
+    for (auto& object : section.objects)
+      if (object.kind == ObjectKind::Subreport && object.subreport.definition)
+        visit(object.subreport.name, *object.subreport.definition);
+}
+
+// The main report's parameter a subreport parameter shares, or null.
+const Parameter* sharedWithMain(const ReportDefinition& main, const Parameter& p) {
+  const Parameter* same = findParameter(main.parameters, p.name);
+  return same && same->type == p.type && same->range == p.range ? same : nullptr;
+}
+
+}  // namespace
+
+std::vector<AskedParameter> askedParameters(const ReportDefinition& main) {
+  std::vector<AskedParameter> asked;
+  for (const Parameter& p : main.parameters) asked.push_back({p, Text()});
+  eachSubreport(main, [&](const Text& name, const ReportDefinition& sub) {
+    for (const Parameter& p : sub.parameters)
+      if (!sharedWithMain(main, p)) asked.push_back({p, name});
+  });
+  return asked;
+}
+
+bool needsPrompt(const ReportDefinition& main) {
+  const auto asked = askedParameters(main);
+  return std::any_of(asked.begin(), asked.end(), [](const AskedParameter& a) { return !a.parameter.given; });
+}
+
+void keepAnswers(ReportDefinition& main, const std::vector<AskedParameter>& answered) {
+  std::size_t next = 0;
+  const auto take = [&](Parameter& kept) {
+    if (next >= answered.size()) return;
+    const Parameter& a = answered[next++].parameter;
+    kept.given = a.given;
+    kept.current = a.current;
+    kept.currentTo = a.currentTo;
+  };
+  for (Parameter& p : main.parameters) take(p);
+  eachSubreport(main, [&](const Text&, ReportDefinition& sub) {
+    for (Parameter& p : sub.parameters) {
+      if (const Parameter* same = sharedWithMain(main, p)) {
+        p.given = same->given;
+        p.current = same->current;
+        p.currentTo = same->currentTo;
+      } else {
+        take(p);
+      }
+    }
+  });
+}
+
+void forgetAnswers(ReportDefinition& main) {
+  for (Parameter& p : main.parameters) p.given = false;
+  eachSubreport(main, [](const Text&, ReportDefinition& sub) {
+    for (Parameter& p : sub.parameters) p.given = false;
+  });
+}
+
+ParameterValues subreportParameterValues(const ReportDefinition& main, const ReportDefinition& subreport) {
+  std::vector<Parameter> own = subreport.parameters;
+  for (Parameter& p : own)
+    if (const Parameter* same = sharedWithMain(main, p)) p = *same;
+  ParameterValues values(own);
+  values.append(ParameterValues(main.parameters));
+  return values;
+}
+
 }  // namespace mervane::engine::model

@@ -58,6 +58,8 @@ class ParameterValues {
   explicit ParameterValues(const std::vector<Parameter>& parameters);
   std::optional<formula::ParameterValue> find(TextView name) const;
   bool empty() const { return values_.empty(); }
+  // The values of `more` after these, each name kept once (these first).
+  void append(const ParameterValues& more);
 
  private:
   std::vector<std::pair<Text, formula::ParameterValue>> values_;  // by case-folded name
@@ -79,6 +81,31 @@ class ParameterContext final : public formula::EvaluationContext {
 
 // Whether the report has parameters whose values are still to be asked for.
 bool needsPrompt(const std::vector<Parameter>& parameters);
+
+// A report's subreports have parameters of their own, asked in the same
+// prompt as the main report's. A subreport parameter with the same name
+// (letter case ignored), type and range as one of the main report's is
+// the same question: it is not asked again and takes the main report's
+// value, as a report writer who names them alike expects. One with the
+// same name but another type is a question of its own.
+struct AskedParameter {
+  Parameter parameter;
+  Text subreport;  // the subreport's name; empty: the main report's
+};
+// What one prompt asks: the main report's parameters, then those of each
+// subreport of the main report that are its own, in the order the
+// subreports stand in the report.
+std::vector<AskedParameter> askedParameters(const ReportDefinition& main);
+bool needsPrompt(const ReportDefinition& main);
+// The answers, in the order askedParameters() gave, kept in the report
+// (given and current values only: never saved).
+void keepAnswers(ReportDefinition& main, const std::vector<AskedParameter>& answered);
+// Every answer forgotten, so that the prompt asks again.
+void forgetAnswers(ReportDefinition& main);
+// The values a subreport's formulas, filter and texts see: its own
+// parameters (the main report's value for one it shares), then the main
+// report's.
+ParameterValues subreportParameterValues(const ReportDefinition& main, const ReportDefinition& subreport);
 
 // The parameter of that name (letter case ignored), or null.
 const Parameter* findParameter(const std::vector<Parameter>& parameters, TextView name);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "authoring/designer/editor.h"
+#include "authoring/designer/parameter_uses.h"
 
 namespace mervane::authoring::designer {
 namespace {
@@ -92,6 +93,25 @@ TEST(SubreportInPlace, ChangesGoToTheSubreportOnTheOneUndoList) {
   EXPECT_EQ(editor.definition(), &doc.definition);
 }
 
+// A subreport's tab finds its subreport again after the main report
+// changed: by the object's name wherever it went, or renamed where it
+// stood; never another subreport that slid into its place.
+TEST(SubreportInPlace, ATabFindsItsSubreportAgainOrLetsItGo) {
+  model::ReportDefinition main = customersWithOrders().definition;
+  auto& details = main.sections[2].objects;
+  model::ReportObject payments = details[1];
+  payments.name = payments.subreport.name = u"Payments";
+  details.push_back(payments);
+  EXPECT_EQ(findSubreportAgain(main, u"payments", u"Payments", {2, 0}, {}), (ObjectRef{2, 2}));
+  details.erase(details.begin());  // the field before both went
+  EXPECT_EQ(findSubreportAgain(main, u"Payments", u"Payments", {2, 2}, {}), (ObjectRef{2, 1}));
+  details[1].name = u"Renamed";
+  EXPECT_EQ(findSubreportAgain(main, u"Payments", u"Payments", {2, 1}, {}), (ObjectRef{2, 1}));
+  EXPECT_EQ(findSubreportAgain(main, u"Payments", u"Payments", {2, 1}, {u"Renamed"}), std::nullopt);
+  details.erase(details.begin());  // Orders deleted: Payments now stands where it stood
+  EXPECT_EQ(findSubreportAgain(main, u"Orders", u"Orders", {2, 0}, {}), std::nullopt);
+}
+
 TEST(ReportTables, RemovingATableTakesItsFieldsLinksAndSortAsOneChange) {
   engine::ReportDocument doc = customersWithOrders();
   auto& data = doc.definition.data;
@@ -157,6 +177,59 @@ TEST(SubreportLinks, FieldsOfDifferentTypesAreRefusedUnlessTheDatabaseDidNotSay)
             u"type.");
   EXPECT_EQ(refusal(name, who), u"");
   EXPECT_EQ(refusal(name, {u"Notes", u"", {}}), u"Please choose the subreport's field.");
+}
+
+// A parameter's uses, in words: in the main report and in a subreport that
+// sees it, not in one with its own parameter of that name. Renamed, the
+// uses follow (names swapped land right); deleted, its fields go and the
+// formulas stay as written. One undo puts all of it back.
+TEST(ParameterUses, AreFoundFollowARenameAndLoseTheirFieldsOnDelete) {
+  engine::ReportDocument doc = customersWithOrders();
+  model::ReportDefinition& r = doc.definition;
+  r.parameters = {{.name = u"From", .type = model::ParameterType::Date}, {.name = u"To", .type = model::ParameterType::Date}};
+  r.formulas = {{u"Late", u"{Orders.Day} > {?to}", {}}};
+  r.data.recordFilter = u"{Orders.Day} >= {?From} and {Orders.Day} <= {?To}";
+  auto& details = r.sections[2].objects;
+  details[0].conditions.bold = u"{?From} = CurrentDate";
+  model::ReportObject heading, shown;
+  heading.kind = model::ObjectKind::Text;
+  heading.name = u"Heading";
+  heading.text = u"Orders {?From} - {?To}";
+  shown.kind = model::ObjectKind::ParameterField;
+  shown.name = u"FromField";
+  shown.text = u"From";
+  r.sections[0].objects = {heading, shown};
+  model::ReportDefinition& orders = *details[1].subreport.definition;
+  orders.data.recordFilter = u"{Orders.Day} >= {?From}";
+  orders.formulas = {{u"Until", u"{?To}", {}}};
+  orders.parameters = {{.name = u"To", .type = model::ParameterType::Number}};  // its own To
+
+  EXPECT_EQ(parameterUses(r, u"from"),
+            (std::vector<Text>{u"the record filter", u"the text object Heading", u"the parameter field FromField",
+                               u"the conditional formatting of Name", u"the record filter in the subreport Orders"}));
+  EXPECT_EQ(parameterUses(r, u"To"), (std::vector<Text>{u"the formula @Late", u"the record filter", u"the text object Heading"}));
+  EXPECT_TRUE(parameterUses(r, u"Other").empty());
+
+  Editor editor;
+  editor.setDocument(&doc);
+  const model::ReportDefinition original = r;
+  ParameterEdits swap{{{u"From", u"To"}, {u"To", u"From"}}, {}};
+  ASSERT_TRUE(editor.execute(changeDefinition(r, withParameters(r, {r.parameters[1], r.parameters[0]}, swap))));
+  EXPECT_EQ(r.data.recordFilter, u"{Orders.Day} >= {?To} and {Orders.Day} <= {?From}");
+  EXPECT_EQ(r.formulas[0].text, u"{Orders.Day} > {?From}");
+  EXPECT_EQ(r.sections[0].objects[0].text, u"Orders {?To} - {?From}");
+  EXPECT_EQ(r.sections[0].objects[1].text, u"To");
+  EXPECT_EQ(details[0].conditions.bold, u"{?To} = CurrentDate");
+  EXPECT_EQ(details[1].subreport.definition->data.recordFilter, u"{Orders.Day} >= {?To}");
+  EXPECT_EQ(details[1].subreport.definition->formulas[0].text, u"{?To}");  // its own To stays
+  ASSERT_TRUE(editor.undo());
+  EXPECT_EQ(r, original);
+
+  ASSERT_TRUE(editor.execute(changeDefinition(r, withParameters(r, {r.parameters[1]}, {{}, {u"From"}}))));
+  EXPECT_EQ(r.sections[0].objects.size(), 1u);  // the field that showed it went
+  EXPECT_EQ(r.data.recordFilter, original.data.recordFilter);
+  ASSERT_TRUE(editor.undo());
+  EXPECT_EQ(r, original);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "engine/formula/sql_filter.h"
 #include "engine/model/definition_stream.h"
 
 namespace mervane::engine::model {
@@ -90,6 +91,64 @@ TEST(Parameters, RunSeesGivenValuesElseDefaults) {
   EXPECT_EQ(v->value, Value(DateTime{45323}));
   EXPECT_TRUE(v->to.isNull());
   EXPECT_FALSE(ParameterValues(list).find(u"Other"));
+}
+
+// A subreport's own parameters are asked after the main report's, under
+// its name; one named and typed as a main report parameter is not asked
+// and takes its value. The subreport's filter sends its own parameter to
+// the database as a bound value.
+TEST(Parameters, SubreportsAskTheirOwnAndShareTheMainReportsLikeNamedOnes) {
+  ReportDefinition main = blankReport();
+  main.parameters = {period()};
+  Parameter since;
+  since.name = u"Since";
+  since.type = ParameterType::Date;
+  Parameter otherPeriod = period();  // the same name, but a number: a question of its own
+  otherPeriod.name = u"PERIOD";
+  otherPeriod.type = ParameterType::Number;
+  otherPeriod.defaultValue = otherPeriod.defaultTo = u"";
+  ReportObject orders;
+  orders.kind = ObjectKind::Subreport;
+  orders.subreport.name = u"Orders";
+  ReportDefinition& sub = orders.subreport.definition.emplace();
+  sub.parameters = {period(), since};
+  sub.data.recordFilter = u"{Orders.OrderDate} >= {?Since} and {Orders.OrderDate} in {?Period}";
+  main.sections[2].objects.push_back(orders);
+  orders.subreport.name = u"Numbers";
+  orders.subreport.definition->parameters = {otherPeriod};
+  main.sections[3].objects.push_back(orders);
+
+  std::vector<AskedParameter> asked = askedParameters(main);
+  ASSERT_EQ(asked.size(), 3u);
+  EXPECT_EQ(asked[0].subreport, u"");
+  EXPECT_EQ(asked[1].subreport, u"Orders");
+  EXPECT_EQ(asked[1].parameter.name, u"Since");
+  EXPECT_EQ(asked[2].subreport, u"Numbers");
+  EXPECT_TRUE(needsPrompt(main));
+  asked[0].parameter.given = asked[1].parameter.given = asked[2].parameter.given = true;
+  asked[0].parameter.current = u"2024-02-01";
+  asked[1].parameter.current = u"2024-02-10";
+  asked[2].parameter.current = u"7";
+  keepAnswers(main, asked);
+  EXPECT_FALSE(needsPrompt(main));
+  const ReportDefinition& kept = *main.sections[2].objects[0].subreport.definition;
+  EXPECT_EQ(kept.parameters[0].current, u"2024-02-01");  // the main report's value, kept beside it too
+
+  ParameterValues seen = subreportParameterValues(main, kept);
+  EXPECT_EQ(seen.find(u"Since")->value, Value(DateTime{45332}));
+  EXPECT_EQ(seen.find(u"Period")->value, Value(DateTime{45323}));
+  const ReportDefinition& numbers = *main.sections[3].objects[0].subreport.definition;
+  EXPECT_EQ(subreportParameterValues(main, numbers).find(u"Period")->value, Value(7.0));
+
+  ParameterContext context(seen);
+  const auto filter = formula::toSqlFilter(*formula::Formula::parse(kept.data.recordFilter), {u"\""}, &context);
+  EXPECT_TRUE(filter.exact);
+  EXPECT_EQ(filter.where.find(u"2024"), Text::npos);  // values bound, never pasted into the text
+  ASSERT_EQ(filter.parameters.size(), 2u);  // the period has no end given
+  EXPECT_EQ(filter.parameters[0], Value(DateTime{45332}));
+
+  forgetAnswers(main);
+  EXPECT_TRUE(needsPrompt(main));
 }
 
 TEST(Parameters, AllowedChoicesAreDistinctAndSortedByValue) {

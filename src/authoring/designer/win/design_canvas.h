@@ -30,6 +30,9 @@ class DesignCanvas {
   void refresh();
   void setZoom(int percent);
   int zoom() const { return zoom_; }
+  // Where the surface is scrolled to, in pixels (kept per report tab).
+  POINT scrollPosition() const { return {scrollX_, scrollY_}; }
+  void setScrollPosition(POINT at) { scrollTo(at.x, at.y); }
   designer::Point toSurface(POINT client) const;
   POINT toClient(designer::Point surface) const;
   // A double-click on an object is offered here first; true takes it.

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "authoring/designer/conditions.h"
+#include "authoring/designer/parameter_uses.h"
 #include "authoring/designer/properties.h"
 #include "authoring/designer/report_tables.h"
 #include "authoring/designer/win/design_canvas.h"
@@ -25,6 +26,7 @@
 #include "engine/data/table_connection.h"
 #include "engine/engine_objects.h"
 #include "engine/layout/picture.h"
+#include "engine/model/definition_stream.h"
 #include "engine/win/gdi_measure.h"
 #include "engine/win/wic_picture_decoder.h"
 
@@ -133,10 +135,24 @@ struct DesignerControl::Impl {
   PropertyPanel panel;
   DesignerToolbar toolbar;
   HWND tree = nullptr;
-  // The report tabs: the main report's and, once one was opened, a
-  // subreport's; shown while there is a subreport tab.
+  // The report tabs: the main report's, then one per subreport opened,
+  // each keeping what was selected and where it was scrolled while another
+  // is shown; the strip shows while there is a subreport tab. A tab finds
+  // its subreport again by the object's name after every change.
+  struct TabView {
+    designer::Selection selection;
+    POINT scroll{};
+  };
+  struct SubreportTab {
+    Text objectName;
+    Text subreportName;
+    designer::ObjectRef object;  // where it stood when last found
+    TabView view;
+  };
   HWND tabs = nullptr;
-  std::optional<designer::ObjectRef> tabSubreport;
+  std::vector<SubreportTab> subreportTabs;  // tab n + 1
+  std::size_t shownTab = 0;                 // 0: the main report's
+  TabView mainView;
   // Columns read from the database, by case-folded table alias: the field
   // list keeps them across the main report and its subreports.
   std::map<Text, std::vector<designer::FieldColumn>> knownColumns;
@@ -155,7 +171,7 @@ struct DesignerControl::Impl {
   std::thread worker;
   unsigned generation = 0;
   HTREEITEM dragging = nullptr;
-  HMENU editMenu = nullptr, viewMenu = nullptr, zoomMenu = nullptr, formatMenu = nullptr, reportMenu = nullptr;
+  HMENU editMenu = nullptr, insertMenu = nullptr, viewMenu = nullptr, zoomMenu = nullptr, formatMenu = nullptr, reportMenu = nullptr;
   HACCEL accelerators = nullptr, fileAccelerators = nullptr;
   UINT clipboardFormat = RegisterClipboardFormatW(L"Mervane100 Report Objects");
   bool showFieldList = true;
@@ -184,8 +200,12 @@ struct DesignerControl::Impl {
       case WM_NOTIFY: {
         const auto& header = *reinterpret_cast<const NMHDR*>(lParam);
         if (header.hwndFrom == tabs && header.code == TCN_SELCHANGE) {
-          showTab(TabCtrl_GetCurSel(tabs));
+          showTab(static_cast<std::size_t>(std::max(0, TabCtrl_GetCurSel(tabs))));
           return 0;
+        }
+        if (header.hwndFrom == tabs && header.code == NM_RCLICK) {
+          tabMenu();
+          return TRUE;
         }
         if (panel.onNotify(header) || toolbar.onNotify(header)) return 0;
         break;
@@ -203,6 +223,10 @@ struct DesignerControl::Impl {
       case WM_CONTEXTMENU:
         if (reinterpret_cast<HWND>(wParam) == canvas.hwnd()) {
           contextMenu(lParam);
+          return 0;
+        }
+        if (reinterpret_cast<HWND>(wParam) == tabs) {
+          tabMenu();
           return 0;
         }
         break;
@@ -223,9 +247,10 @@ struct DesignerControl::Impl {
     MoveWindow(tree, 0, top, treeWidth, height, TRUE);
     ShowWindow(tree, showFieldList ? SW_SHOW : SW_HIDE);
     const int canvasWidth = std::max<int>(client.right - treeWidth - panelWidth, 0);
-    const int tabsHeight = tabSubreport ? std::min<int>(kTabsHeight, height) : 0;
+    const bool tabbed = !subreportTabs.empty();
+    const int tabsHeight = tabbed ? std::min<int>(kTabsHeight, height) : 0;
     MoveWindow(tabs, treeWidth, top, canvasWidth, tabsHeight, TRUE);
-    ShowWindow(tabs, tabSubreport ? SW_SHOW : SW_HIDE);
+    ShowWindow(tabs, tabbed ? SW_SHOW : SW_HIDE);
     MoveWindow(canvas.hwnd(), treeWidth, top + tabsHeight, canvasWidth, height - tabsHeight, TRUE);
     MoveWindow(panel.list(), client.right - panelWidth, top, panelWidth, height, TRUE);
     ListView_SetColumnWidth(panel.list(), 0, panelWidth * 11 / 20);
@@ -235,8 +260,7 @@ struct DesignerControl::Impl {
   // After anything the person did: the panel, the surface, the menus and
   // the field list catch up.
   void acted() {
-    // Undo or redo took away the subreport being designed.
-    if (tabSubreport && !editor.openedSubreport() && TabCtrl_GetCurSel(tabs) == 1) closeTab();
+    followTabs();
     const bool changed = editor.revision() != shownRevision || !(editor.selection() == shownSelection);
     if (changed && editor.document()) panel.show(designer::describeSelection(*editor.document(), editor.selection()));
     if (changed && !editor.document()) panel.show({});
@@ -266,7 +290,9 @@ struct DesignerControl::Impl {
     knownColumns.clear();
     databaseTried = false;
     database.reset();
-    tabSubreport.reset();
+    subreportTabs.clear();
+    shownTab = 0;
+    mainView = {};
     if (tabs) TabCtrl_DeleteAllItems(tabs);
     if (hwnd) arrange();
     dragging = nullptr;
@@ -509,43 +535,163 @@ struct DesignerControl::Impl {
 
   // --- the report tabs ---
 
-  bool openSubreport(designer::ObjectRef object) {
-    if (editor.openedSubreport()) editor.closeSubreport();  // a subreport's own subreports are not designed
-    if (!editor.openSubreport(object)) {
-      showScope();
-      return false;
-    }
-    tabSubreport = object;
-    TabCtrl_DeleteAllItems(tabs);
-    const auto addTab = [this](int index, const Text& caption) {
-      std::wstring text = toWide(caption);
-      TCITEMW item{};
-      item.mask = TCIF_TEXT;
-      item.pszText = text.data();
-      SendMessageW(tabs, TCM_INSERTITEMW, index, reinterpret_cast<LPARAM>(&item));
-    };
-    addTab(0, u"Main Report");
-    addTab(1, editor.document()->title.empty() ? Text(u"Subreport") : editor.document()->title);
-    TabCtrl_SetCurSel(tabs, 1);
-    arrange();
-    showScope();
-    return true;
+  const model::ReportDefinition* mainDefinition() const {
+    return editor.mainDocument() ? &editor.mainDocument()->definition : nullptr;
   }
 
-  void showTab(int index) {
+  void addTabItem(std::size_t index, const Text& caption) {
+    std::wstring text = toWide(caption);
+    TCITEMW item{};
+    item.mask = TCIF_TEXT;
+    item.pszText = text.data();
+    SendMessageW(tabs, TCM_INSERTITEMW, index, reinterpret_cast<LPARAM>(&item));
+  }
+
+  // A double-click on a subreport of the main report: its tab, opened now
+  // or shown again as it was left.
+  bool openSubreport(designer::ObjectRef object) {
+    const model::ReportDefinition* main = mainDefinition();
+    if (!main || object.section >= main->sections.size() ||
+        object.index >= main->sections[object.section].objects.size())
+      return false;
+    const model::ReportObject& o = main->sections[object.section].objects[object.index];
+    if (o.kind != model::ObjectKind::Subreport || !o.subreport.definition) return false;
+    for (std::size_t i = 0; i < subreportTabs.size(); ++i)
+      if (findTab(i + 1) == object) {
+        showTab(i + 1);
+        return shownTab == i + 1;
+      }
+    if (subreportTabs.empty()) {
+      TabCtrl_DeleteAllItems(tabs);
+      addTabItem(0, u"Main Report");
+    }
+    subreportTabs.push_back({o.name, o.subreport.name, object, {}});
+    addTabItem(subreportTabs.size(), o.subreport.name.empty() ? Text(u"Subreport") : o.subreport.name);
+    arrange();
+    showTab(subreportTabs.size());
+    if (shownTab == subreportTabs.size()) return true;
+    closeTab(subreportTabs.size());
+    return false;
+  }
+
+  // The tab shown: its report opened in the editor with the selection and
+  // scroll it had.
+  void showTab(std::size_t index) {
+    if (index > subreportTabs.size()) return;
+    (shownTab == 0 ? mainView : subreportTabs[shownTab - 1].view) = {editor.selection(), canvas.scrollPosition()};
+    bool opened = true;
     if (index == 0) {
       editor.closeSubreport();
-    } else if (tabSubreport && !editor.openedSubreport() && !editor.openSubreport(*tabSubreport)) {
-      closeTab();
+    } else {
+      SubreportTab& tab = subreportTabs[index - 1];
+      const auto at = findTab(index);
+      opened = at && editor.openSubreport(*at);
+      if (opened) tab.object = *at;
     }
+    if (!opened) {
+      closeTab(index);
+      return;
+    }
+    shownTab = index;
+    TabCtrl_SetCurSel(tabs, static_cast<int>(index));
+    const TabView& view = index == 0 ? mainView : subreportTabs[index - 1].view;
+    editor.select(view.selection);
     showScope();
+    canvas.setScrollPosition(view.scroll);
   }
 
-  void closeTab() {
+  // Where tab `index`'s subreport stands now, if it is still there.
+  std::optional<designer::ObjectRef> findTab(std::size_t index) const {
+    const model::ReportDefinition* main = mainDefinition();
+    if (!main || index == 0 || index > subreportTabs.size()) return std::nullopt;
+    std::vector<Text> others;
+    for (std::size_t i = 0; i < subreportTabs.size(); ++i)
+      if (i + 1 != index) others.push_back(subreportTabs[i].objectName);
+    const SubreportTab& tab = subreportTabs[index - 1];
+    return designer::findSubreportAgain(*main, tab.objectName, tab.subreportName, tab.object, others);
+  }
+
+  // Closing a subreport's tab loses nothing: its changes are the main
+  // report's already. The tab shown closing shows the main report's.
+  void closeTab(std::size_t index) {
+    if (index == 0 || index > subreportTabs.size()) return;
+    const bool shown = index == shownTab;
+    subreportTabs.erase(subreportTabs.begin() + static_cast<std::ptrdiff_t>(index - 1));
+    TabCtrl_DeleteItem(tabs, static_cast<int>(index));
+    if (shownTab > index) --shownTab;
+    if (subreportTabs.empty()) {
+      TabCtrl_DeleteAllItems(tabs);
+      arrange();
+    }
+    if (!shown) return;
+    shownTab = 0;
     editor.closeSubreport();
-    tabSubreport.reset();
-    TabCtrl_DeleteAllItems(tabs);
-    arrange();
+    TabCtrl_SetCurSel(tabs, 0);
+    editor.select(mainView.selection);
+    showScope();
+    canvas.setScrollPosition(mainView.scroll);
+  }
+
+  // After every change: each tab's subreport found again; a tab whose
+  // subreport is gone closes, and the one shown is read again from where
+  // its object now stands.
+  bool following = false;
+  void followTabs() {
+    if (following || subreportTabs.empty()) return;
+    following = true;
+    try {
+      for (std::size_t index = subreportTabs.size(); index >= 1; --index) {
+        const auto at = findTab(index);
+        if (!at) {
+          closeTab(index);
+          continue;
+        }
+        subreportTabs[index - 1].object = *at;
+        if (index == shownTab && editor.openedSubreport() != at) {
+          const designer::Selection kept = editor.selection();
+          if (editor.openSubreport(*at)) {
+            editor.select(kept);
+            showScope();
+          } else {
+            closeTab(index);
+          }
+        }
+      }
+      // The captions follow the subreports' names.
+      for (std::size_t index = 1; index <= subreportTabs.size(); ++index) {
+        const model::ReportDefinition* main = mainDefinition();
+        const auto& at = subreportTabs[index - 1].object;
+        const Text& name = main->sections[at.section].objects[at.index].subreport.name;
+        if (name == subreportTabs[index - 1].subreportName) continue;
+        subreportTabs[index - 1].subreportName = name;
+        std::wstring text = toWide(name.empty() ? Text(u"Subreport") : name);
+        TCITEMW item{};
+        item.mask = TCIF_TEXT;
+        item.pszText = text.data();
+        SendMessageW(tabs, TCM_SETITEMW, index, reinterpret_cast<LPARAM>(&item));
+      }
+    } catch (...) {
+    }
+    following = false;
+  }
+
+  // A right click on a subreport's tab: Close.
+  void tabMenu() {
+    TCHITTESTINFO hit{};
+    GetCursorPos(&hit.pt);
+    ScreenToClient(tabs, &hit.pt);
+    const int index = TabCtrl_HitTest(tabs, &hit);
+    if (index <= 0) return;
+    HMENU popup = CreatePopupMenu();
+    AppendMenuW(popup, MF_STRING, kCommandCloseSubreport, L"&Close\tCtrl+F4");
+    POINT at = hit.pt;
+    ClientToScreen(tabs, &at);
+    const UINT chosen = TrackPopupMenu(popup, TPM_RETURNCMD | TPM_RIGHTBUTTON | TPM_NONOTIFY, at.x, at.y, 0, hwnd, nullptr);
+    DestroyMenu(popup);
+    if (chosen == kCommandCloseSubreport) {
+      closeTab(static_cast<std::size_t>(index));
+      acted();
+    }
   }
 
   // The field list and panel for the report now shown; columns not read
@@ -790,7 +936,11 @@ struct DesignerControl::Impl {
       EnableMenuItem(reportMenu, kCommandGroups,
                      MF_BYCOMMAND | (editable && report && !report->data.groups.empty() ? MF_ENABLED : MF_GRAYED));
       EnableMenuItem(reportMenu, kCommandSectionOptions, MF_BYCOMMAND | (editable ? MF_ENABLED : MF_GRAYED));
+      EnableMenuItem(reportMenu, kCommandCloseSubreport, MF_BYCOMMAND | (shownTab > 0 ? MF_ENABLED : MF_GRAYED));
     }
+    if (insertMenu)
+      EnableMenuItem(insertMenu, kCommandInsertSubreport,
+                     MF_BYCOMMAND | (editable && !editor.openedSubreport() ? MF_ENABLED : MF_GRAYED));
     DesignerToolbar::State bar;
     bar.editable = editable;
     bar.objects = objects;
@@ -829,7 +979,7 @@ struct DesignerControl::Impl {
                      {kCommandDelete, L"&Delete\tDel"},
                      {0, nullptr},
                      {kCommandSelectAll, L"Select &All\tCtrl+A"}});
-    HMENU insert = menu({{kCommandInsertText, L"&Text"},
+    HMENU insert = insertMenu = menu({{kCommandInsertText, L"&Text"},
                          {kCommandInsertField, L"&Field..."},
                          {kCommandInsertSpecialField, L"&Special Field..."},
                          {kCommandInsertFormula, L"F&ormula..."},
@@ -853,7 +1003,8 @@ struct DesignerControl::Impl {
                                       {kCommandParameterValues, L"Parameter &Values..."},
                                       {0, nullptr},
                                       {kCommandTables, L"T&ables..."},
-                                      {kCommandSubreportLinks, L"Su&breport Links..."}});
+                                      {kCommandSubreportLinks, L"Su&breport Links..."},
+                                      {kCommandCloseSubreport, L"&Close Subreport Tab\tCtrl+F4"}});
     formatMenu = menu({{kCommandBold, L"&Bold\tCtrl+B"},
                        {kCommandItalic, L"&Italic\tCtrl+I"},
                        {kCommandUnderline, L"&Underline\tCtrl+U"},
@@ -920,7 +1071,8 @@ struct DesignerControl::Impl {
                    {FVIRTKEY | FCONTROL, 'U', static_cast<WORD>(kCommandUnderline)},
                    {FVIRTKEY | FCONTROL, 'L', static_cast<WORD>(kCommandTextLeft)},
                    {FVIRTKEY | FCONTROL, 'E', static_cast<WORD>(kCommandTextCentre)},
-                   {FVIRTKEY | FCONTROL, 'R', static_cast<WORD>(kCommandTextRight)}};
+                   {FVIRTKEY | FCONTROL, 'R', static_cast<WORD>(kCommandTextRight)},
+                   {FVIRTKEY | FCONTROL, VK_F4, static_cast<WORD>(kCommandCloseSubreport)}};
     fileAccelerators = CreateAcceleratorTableW(file, static_cast<int>(std::size(file)));
     accelerators = CreateAcceleratorTableW(all, static_cast<int>(std::size(all)));
   }
@@ -976,6 +1128,21 @@ struct DesignerControl::Impl {
     if (bytes.size() >= 12) {
       const std::size_t body = bytes[8] | bytes[9] << 8 | bytes[10] << 16 | static_cast<std::size_t>(bytes[11]) << 24;
       if (body + 16 <= bytes.size()) bytes.resize(body + 16);
+    }
+    // The designer designs one level: a subreport pasted into a subreport is refused.
+    if (editor.openedSubreport()) {
+      const auto read = model::readDefinition(bytes);
+      const bool nested = read.definition && std::any_of(read.definition->sections.begin(), read.definition->sections.end(),
+                                                         [](const model::Section& s) {
+                                                           return std::any_of(s.objects.begin(), s.objects.end(), [](const auto& o) {
+                                                             return o.kind == model::ObjectKind::Subreport;
+                                                           });
+                                                         });
+      if (nested) {
+        message(u"A subreport cannot hold subreports of its own. Paste subreports on the Main Report tab.",
+                MB_ICONINFORMATION);
+        return false;
+      }
     }
     return editor.paste(bytes);
   }
@@ -1321,7 +1488,15 @@ struct DesignerControl::Impl {
         break;
       }
       case kCommandInsertSubreport:
-        if (editable && !editor.openedSubreport()) insertSubreport();
+        // The designer designs one level: a subreport's own subreports are not offered.
+        if (editable && editor.openedSubreport())
+          message(u"A subreport cannot hold subreports of its own. Insert subreports on the Main Report tab.",
+                  MB_ICONINFORMATION);
+        else if (editable)
+          insertSubreport();
+        break;
+      case kCommandCloseSubreport:
+        closeTab(shownTab);
         break;
       case kCommandSubreportLinks:
         if (editable) editSubreportLinks();
@@ -1391,9 +1566,17 @@ struct DesignerControl::Impl {
       case kCommandPageSetup:
         if (editable && editPageSetup(dialogOwner, parts.page)) editor.changeReportParts(parts);
         break;
-      case kCommandParameters:
-        if (editable && editParameters(dialogOwner, parts.parameters, catalogue())) editor.changeReportParts(parts);
+      case kCommandParameters: {
+        // Renamed parameters' uses follow them; deleted ones take their fields along (parameter_uses.h).
+        if (!editable) break;
+        const model::ReportDefinition& report = *editor.definition();
+        designer::ParameterEdits edits;
+        const auto usesOf = [&report](const Text& name) { return designer::parameterUses(report, name); };
+        if (!editParameters(dialogOwner, parts.parameters, catalogue(), usesOf, &edits)) break;
+        model::ReportDefinition after = designer::withParameters(report, parts.parameters, edits);
+        if (!(after == report)) editor.execute(designer::changeDefinition(report, std::move(after)));
         break;
+      }
       case kCommandInsertParameterField:
         if (editable && chooseParameter(dialogOwner, fields.parameters, o.text)) {
           o.kind = model::ObjectKind::ParameterField;
@@ -1539,7 +1722,7 @@ bool DesignerControl::onCommand(UINT id) {
   try {
     return impl_->onCommand(id);
   } catch (...) {
-    return id >= kCommandUndo && id <= kCommandLastComfort;  // every command of the designer's own
+    return id >= kCommandUndo && id <= kCommandCloseSubreport;  // every command of the designer's own
   }
 }
 

@@ -119,6 +119,8 @@ enum DesignerCommand : UINT {
   kCommandZoomIn,
   kCommandZoomOut,
   kCommandLastComfort = 0x71DF,
+  // The report tabs.
+  kCommandCloseSubreport = 0x71E8,  // the subreport tab shown
 };
 
 // An entry of the context menus: other areas append theirs (conditional
@@ -177,11 +179,11 @@ class DesignerControl {
   void* fieldItem(const Text& table, const Text& column) const;
   // Whether the field list's columns are still being read.
   bool readingColumns() const;
-  // The tabs of the reports being designed: the main report's, and a
-  // subreport's while one is open (null when none has been).
+  // The tabs of the reports being designed: the main report's, then one per
+  // subreport opened; shown while a subreport's tab is open.
   HWND reportTabs() const;
-  // Opens a subreport of the main report on a tab of its own, as a
-  // double-click on it does; false when `object` is not one.
+  // Opens a subreport of the main report on a tab of its own, or shows its
+  // tab again, as a double-click on it does; false when `object` is not one.
   bool openSubreport(designer::ObjectRef object);
 
  private:

@@ -11,8 +11,10 @@
 #include <vector>
 
 #include "authoring/designer/arrange.h"
+#include "authoring/designer/parameter_uses.h"
 #include "base/text.h"
 #include "engine/formula/value.h"
+#include "engine/model/parameters.h"
 #include "engine/model/report_definition.h"
 
 namespace mervane::authoring::win {
@@ -96,8 +98,12 @@ bool choosePicture(HWND owner, model::Picture& picture);
 // Report > Parameters: add, change and delete the report's parameters (name,
 // type, prompt, range, default, allowed values typed in or read from a
 // column). OK is refused, in words, while the parameter shown cannot be
-// kept; a parameter whose definition changed is asked for again.
-bool editParameters(HWND owner, std::vector<model::Parameter>& parameters, const FieldCatalogue& fields);
+// kept; a parameter whose definition changed is asked for again. Delete
+// asks first when `usesOf` names uses of the parameter (in words), and
+// `edits` says which parameters were renamed and deleted.
+using ParameterUsesOf = std::function<std::vector<Text>(const Text& name)>;
+bool editParameters(HWND owner, std::vector<model::Parameter>& parameters, const FieldCatalogue& fields,
+                    const ParameterUsesOf& usesOf = {}, designer::ParameterEdits* edits = nullptr);
 // Control ids of the Parameters dialog and the prompt, for tests.
 enum ParameterDialogId : int {
   kParameterListLabel = 101, kParameterList, kParameterNew, kParameterDelete,
@@ -117,8 +123,9 @@ bool chooseParameter(HWND owner, const std::vector<Text>& names, Text& name);
 // empty when they cannot be read.
 using ColumnValues = std::function<std::vector<mervane::engine::formula::Value>(const model::FieldRef&)>;
 // The prompt before a run: one row per parameter, a list where the values
-// are given, from and to boxes for a range. On OK every parameter's value is
+// are given, from and to boxes for a range; a subreport's own parameters
+// under a line that names the subreport. On OK every parameter's value is
 // given; values that are not of the parameter's type are refused in words.
-bool promptParameters(HWND owner, std::vector<model::Parameter>& parameters, const ColumnValues& columnValues);
+bool promptParameters(HWND owner, std::vector<model::AskedParameter>& parameters, const ColumnValues& columnValues);
 
 }  // namespace mervane::authoring::win

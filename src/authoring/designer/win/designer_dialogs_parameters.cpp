@@ -6,6 +6,7 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <list>
 
 #include "authoring/designer/win/designer_dialogs_kit.h"
 #include "base/win/wide.h"
@@ -63,11 +64,16 @@ bool sameDefinition(Parameter a, Parameter b) {
 
 class ParametersDialog final : public ModalDialog {
  public:
-  ParametersDialog(std::vector<Parameter>& parameters, const FieldCatalogue& fields)
+  ParametersDialog(std::vector<Parameter>& parameters, const FieldCatalogue& fields, const ParameterUsesOf& usesOf,
+                   designer::ParameterEdits* edits)
       : ModalDialog(kParametersCaption, 8400, 5400),
         parameters_(parameters),
         list_(parameters),
-        columns_(fieldChoices(fields, false)) {}
+        columns_(fieldChoices(fields, false)),
+        usesOf_(usesOf),
+        edits_(edits) {
+    for (const Parameter& p : list_) origins_.push_back(p.name);
+  }
 
  private:
   std::vector<ControlLayout> layout() const override {
@@ -191,10 +197,20 @@ class ParametersDialog final : public ModalDialog {
         if (!engine::model::findParameter(list_, p.name)) break;
       }
       list_.push_back(p);
+      origins_.emplace_back();
       addItem(kParameterList, p.name);
       show(static_cast<int>(list_.size()) - 1);
       focus(kParameterName);
     } else if (id == kParameterDelete && code == BN_CLICKED && current_ >= 0) {
+      // One the report still uses goes only once the person agreed.
+      const Text origin = origins_[static_cast<std::size_t>(current_)];
+      const std::vector<Text> uses = origin.empty() || !usesOf_ ? std::vector<Text>() : usesOf_(origin);
+      if (!uses.empty() &&
+          MessageBoxW(hwnd(), mervane::win::toWide(designer::deleteParameterQuestion(origin, uses)).c_str(),
+                      kParametersCaption, MB_YESNO | MB_ICONQUESTION) != IDYES)
+        return;
+      if (!origin.empty()) deleted_.push_back(origin);
+      origins_.erase(origins_.begin() + current_);
       list_.erase(list_.begin() + current_);
       fillList();
       show(list_.empty() ? -1 : std::min(current_, static_cast<int>(list_.size()) - 1));
@@ -215,12 +231,24 @@ class ParametersDialog final : public ModalDialog {
       }
     }
     parameters_ = list_;
+    if (edits_) {
+      *edits_ = {};
+      for (std::size_t i = 0; i < list_.size(); ++i)
+        if (!origins_[i].empty() && origins_[i] != list_[i].name) edits_->renamed.push_back({origins_[i], list_[i].name});
+      // A name deleted and given again is the new parameter's.
+      for (const Text& name : deleted_)
+        if (!engine::model::findParameter(list_, name)) edits_->deleted.push_back(name);
+    }
     return true;
   }
 
   std::vector<Parameter>& parameters_;
   std::vector<Parameter> list_;
+  std::vector<Text> origins_;  // each one's name when the dialog opened; empty: new
+  std::vector<Text> deleted_;
   std::vector<FieldChoice> columns_;
+  const ParameterUsesOf& usesOf_;
+  designer::ParameterEdits* edits_;
   int current_ = -1;
 };
 
@@ -264,19 +292,32 @@ class ChooseParameterDialog final : public ModalDialog {
 };
 
 // ---------------------------------------------------------------------------
-// The prompt: one row per parameter, a from and a to box for a range.
+// The prompt: one row per parameter, a from and a to box for a range; a
+// subreport's own parameters under a line naming the subreport.
 
 constexpr int kRowHeight = 420;
 constexpr int kTop = 480;
 constexpr int kFirstLabel = 1000;  // + row
 constexpr int kFirstToLabel = 3000;
+constexpr int kFirstHeading = 4000;
+
+// The rows the prompt needs: one per parameter, and a heading above the
+// first parameter of each subreport.
+int promptRows(const std::vector<engine::model::AskedParameter>& asked) {
+  int rows = 0;
+  for (std::size_t i = 0; i < asked.size(); ++i)
+    rows += !asked[i].subreport.empty() && (i == 0 || asked[i - 1].subreport != asked[i].subreport) ? 2 : 1;
+  return rows;
+}
 
 class PromptDialog final : public ModalDialog {
  public:
-  PromptDialog(std::vector<Parameter>& parameters, const ColumnValues& columnValues)
-      : ModalDialog(kPromptCaption, 8400, kTop + kRowHeight * static_cast<int>(parameters.size()) + 600),
-        parameters_(parameters),
-        columnValues_(columnValues) {}
+  PromptDialog(std::vector<engine::model::AskedParameter>& asked, const ColumnValues& columnValues)
+      : ModalDialog(kPromptCaption, 8400, kTop + kRowHeight * promptRows(asked) + 600),
+        asked_(asked),
+        columnValues_(columnValues) {
+    for (const auto& a : asked) parameters_.push_back(a.parameter);
+  }
 
  private:
   static Text hint(const Parameter& p) {
@@ -299,13 +340,22 @@ class PromptDialog final : public ModalDialog {
     std::vector<ControlLayout> controls;
     controls.push_back({WC_STATICW, L"The report asks for these values:", 100, 120, 120, 8160, 195, kLabel});
     labels_.clear();
+    headings_.clear();
     for (const Parameter& p : parameters_) {
       labels_.push_back(mervane::win::toWide((isBlank(p.prompt) ? p.name : trim(p.prompt)) + hint(p) + u":"));
     }
+    int y = kTop - kRowHeight;
     for (std::size_t i = 0; i < parameters_.size(); ++i) {
       const Parameter& p = parameters_[i];
-      const int y = kTop + kRowHeight * static_cast<int>(i);
+      y += kRowHeight;
       const int row = static_cast<int>(i);
+      const Text& subreport = asked_[i].subreport;
+      if (!subreport.empty() && (i == 0 || asked_[i - 1].subreport != subreport)) {
+        headings_.push_back(mervane::win::toWide(u"The subreport " + subreport + u" asks:"));
+        controls.push_back({WC_STATICW, headings_.back().c_str(), kFirstHeading + static_cast<int>(headings_.size()),
+                            120, y + 45, 8160, 195, kLabel});
+        y += kRowHeight;
+      }
       controls.push_back({WC_STATICW, labels_[i].c_str(), kFirstLabel + row, 120, y + 45, 2940, 195, kLabel});
       const bool list = !choices(p).empty();
       const int fromWidth = p.range ? 2280 : 5100;
@@ -318,7 +368,7 @@ class PromptDialog final : public ModalDialog {
         controls.push_back({WC_EDITW, L"", kPromptFirstBox + 2 * row + 1, 6000, y, 2280, 300, kEdit});
       }
     }
-    const int bottom = kTop + kRowHeight * static_cast<int>(parameters_.size()) + 120;
+    const int bottom = kTop + kRowHeight * promptRows(asked_) + 120;
     controls.push_back({WC_BUTTONW, L"OK", IDOK, 6180, bottom, 975, 375, kOkButton});
     controls.push_back({WC_BUTTONW, L"Cancel", IDCANCEL, 7305, bottom, 975, 375, kButton});
     return controls;
@@ -369,26 +419,29 @@ class PromptDialog final : public ModalDialog {
       p.current = stored(from);
       p.currentTo = p.range ? stored(to) : Text();
     }
-    parameters_ = std::move(answered);
+    for (std::size_t i = 0; i < answered.size(); ++i) asked_[i].parameter = answered[i];
     return true;
   }
 
-  std::vector<Parameter>& parameters_;
+  std::vector<engine::model::AskedParameter>& asked_;
+  std::vector<Parameter> parameters_;
   const ColumnValues& columnValues_;
   mutable std::vector<std::wstring> labels_;
+  mutable std::list<std::wstring> headings_;  // their texts stay where they are while the list grows
 };
 
 }  // namespace
 
-bool editParameters(HWND owner, std::vector<model::Parameter>& parameters, const FieldCatalogue& fields) {
-  return answered([&] { return ParametersDialog(parameters, fields).run(owner); });
+bool editParameters(HWND owner, std::vector<model::Parameter>& parameters, const FieldCatalogue& fields,
+                    const ParameterUsesOf& usesOf, designer::ParameterEdits* edits) {
+  return answered([&] { return ParametersDialog(parameters, fields, usesOf, edits).run(owner); });
 }
 
 bool chooseParameter(HWND owner, const std::vector<Text>& names, Text& name) {
   return answered([&] { return ChooseParameterDialog(names, name).run(owner); });
 }
 
-bool promptParameters(HWND owner, std::vector<model::Parameter>& parameters, const ColumnValues& columnValues) {
+bool promptParameters(HWND owner, std::vector<model::AskedParameter>& parameters, const ColumnValues& columnValues) {
   return answered([&] { return PromptDialog(parameters, columnValues).run(owner); });
 }
 

@@ -580,7 +580,7 @@ void ViewerControl::bringUpToDate() {
 bool ViewerControl::parametersWanted() const {
   if (!report_ || !prompt_) return false;
   engine::ReportDocument& document = report_->document();
-  return document.hasLayout && engine::model::needsPrompt(document.definition.parameters);
+  return document.hasLayout && engine::model::needsPrompt(document.definition);
 }
 
 void ViewerControl::refresh() {
@@ -593,11 +593,12 @@ void ViewerControl::refresh() {
   if (report_ && prompt_ && parametersWanted()) {
     // The prompt is modal: a click that reaches the viewer meanwhile asks nothing more.
     if (prompting_) return;
-    std::vector<engine::model::Parameter> parameters = report_->document().definition.parameters;
+    std::vector<engine::model::AskedParameter> parameters = engine::model::askedParameters(report_->document().definition);
     prompting_ = true;
     bool answered = false;
     try {
-      answered = prompt_(parameters) && !engine::model::needsPrompt(parameters);
+      answered = prompt_(parameters) && std::all_of(parameters.begin(), parameters.end(),
+                                                    [](const auto& a) { return a.parameter.given; });
     } catch (...) {
     }
     prompting_ = false;
@@ -611,12 +612,7 @@ void ViewerControl::refresh() {
       return;
     }
     // The values are the run's: they change nothing that is saved.
-    auto& kept = report_->document().definition.parameters;
-    for (std::size_t i = 0; i < kept.size() && i < parameters.size(); ++i) {
-      kept[i].given = parameters[i].given;
-      kept[i].current = parameters[i].current;
-      kept[i].currentTo = parameters[i].currentTo;
-    }
+    engine::model::keepAnswers(report_->document().definition, parameters);
   }
   notRun_ = false;
   if (report_) runRevision_ = report_->revision();

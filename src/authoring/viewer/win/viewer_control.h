@@ -36,6 +36,7 @@
 #include "components/forgiving.h"
 #include "engine/engine.h"
 #include "engine/layout/page_source.h"
+#include "engine/model/parameters.h"
 #include "engine/win/page_painter.h"
 
 namespace mervane::printing::win {
@@ -108,7 +109,7 @@ class ViewerControl {
   // them (none given yet); false: the person cancelled, and the pages shown
   // stay (no run yet: a page says the report was not run). Without one, a
   // run takes the parameters' defaults.
-  using ParameterPrompt = std::function<bool(std::vector<engine::model::Parameter>& parameters)>;
+  using ParameterPrompt = std::function<bool(std::vector<engine::model::AskedParameter>& parameters)>;
   void setParameterPrompt(ParameterPrompt prompt) { prompt_ = std::move(prompt); }
   // Whether the pages shown come from a run of the report (false before the
   // first run and after a cancelled prompt).
