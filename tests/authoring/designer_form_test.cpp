@@ -871,7 +871,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
 
 // Two subreports of the customer list, each opened on a tab of its own by a
 // double-click: switching tabs with the mouse keeps what was selected on
-// each; Insert > Subreport is greyed on a subreport's tab and refused in
+// each and where it was scrolled; Insert > Subreport is greyed on a subreport's tab and refused in
 // words if asked for, as is pasting a subreport there; a tab closed from
 // its context menu keeps the changes made on it; deleting a subreport closes its tab and one undo
 // brings the subreport back.
@@ -909,6 +909,7 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
   Seen bothOpen, afterClose, afterDelete;
   authoring::designer::Selection ordersSelection, ordersAgain;
   bool insertGreyed = false, menuShown = false;
+  LONG ordersScroll = 0, paymentsScroll = 0, ordersScrollAgain = 0;
   std::wstring refusal, pasteRefusal;
   {
     Person person(L"Subreport tabs test", [&](Person& p, HWND window) {
@@ -928,6 +929,10 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
       const std::size_t subDetails = detailsOf(*editor.definition());
       click(objectPoint(subDetails, 0));
       ordersSelection = editor.selection();
+      PostMessageW(window, WM_COMMAND, authoring::win::kCommandZoom200, 0);
+      PostMessageW(canvas, WM_HSCROLL, SB_PAGERIGHT, 0);
+      Sleep(200);
+      ordersScroll = designer.canvasPoint({0, 0}).x;
       HMENU insert = GetSubMenu(GetMenu(window), 2);
       insertGreyed = (GetMenuState(insert, authoring::win::kCommandInsertSubreport, MF_BYCOMMAND) & MF_GRAYED) != 0;
       PostMessageW(window, WM_COMMAND, authoring::win::kCommandInsertSubreport, 0);
@@ -937,9 +942,11 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
       PostMessageW(window, WM_COMMAND, authoring::win::kCommandCopy, 0);
       doubleClick(canvas, objectPoint(details, payments));
       bothOpen = seen(tabs, 2);
+      paymentsScroll = designer.canvasPoint({0, 0}).x;
       holdForScreenshots();
       clickReportTab(tabs, 1);
       ordersAgain = editor.selection();
+      ordersScrollAgain = designer.canvasPoint({0, 0}).x;
       PostMessageW(window, WM_COMMAND, authoring::win::kCommandPaste, 0);
       pasteRefusal = p.answerMessage(window).text;
       // Its text deleted, then the tab closed from its context menu.
@@ -968,6 +975,8 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
   EXPECT_EQ(bothOpen, (Seen{3, 2, L"Payments"}));
   EXPECT_EQ(ordersSelection.objects.size(), 1u);
   EXPECT_EQ(ordersAgain, ordersSelection);
+  EXPECT_LT(ordersScroll, paymentsScroll);  // scrolled right on Orders, not on the tab opened after
+  EXPECT_EQ(ordersScrollAgain, ordersScroll);
   EXPECT_TRUE(insertGreyed);
   EXPECT_EQ(refusal, L"A subreport cannot hold subreports of its own. Insert subreports on the Main Report tab.");
   EXPECT_EQ(pasteRefusal, L"A subreport cannot hold subreports of its own. Paste subreports on the Main Report tab.");
