@@ -32,6 +32,7 @@
 #include "engine/win/gdi_measure.h"
 #include "engine/export/pdf_writer.h"
 #include "components/win/host_components.h"
+#include "company_designer.h"
 #include "person.h"
 
 namespace mervane {
@@ -164,17 +165,6 @@ bool sameFolder(const std::wstring& a, const fs::path& b) {
   return !a.empty() && fs::equivalent(fs::path(a), b, error);
 }
 
-// The session's data for the example company database (and, given a user,
-// the host's data source).
-SessionData companySession(const Text& user = Text(), const Text& odbcName = Text()) {
-  SessionSettings s;
-  s.userName = user;
-  s.odbcServer = odbcName;
-  s.sqlDatabase = u"company";
-  s.sqlConnString = u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1";
-  return readSessionData(s);
-}
-
 // Rows of the company database, counted as each run of a report asks for
 // its data.
 struct CountingData final : engine::data::DataProvider {
@@ -191,13 +181,7 @@ struct CountingData final : engine::data::DataProvider {
 // The example customer list opened for designing on the company database,
 // in a window of its own with the given caption.
 std::unique_ptr<authoring::win::DesignerForm> openCustomerList(const Text& caption) {
-  auto form = std::make_unique<authoring::win::DesignerForm>(authoring::win::DesignerFormParts{
-      [] { return createReportEngine(); }, nullptr, nullptr});
-  form->load();
-  form->setCaption(caption);
-  form->setSessionData(companySession());
-  form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
-  return form;
+  return testing::companyDesigner(caption, fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt", u"Customers");
 }
 
 // Where the details stand among the report's sections.
@@ -212,14 +196,6 @@ std::size_t detailsOf(const engine::model::ReportDefinition& definition) {
 // screenshots.
 void holdForScreenshots() {
   if (const char* hold = std::getenv("MERVANE_DIALOG_HOLD_MS")) Sleep(static_cast<DWORD>(std::atoi(hold)));
-}
-
-// Waits up to five seconds for a condition.
-template <typename Condition>
-bool waitFor(Condition condition) {
-  for (int i = 0; i < 100; ++i, Sleep(50))
-    if (condition()) return true;
-  return false;
 }
 
 int selectedTab(HWND window) {
@@ -461,7 +437,7 @@ TEST_F(DesignerFormTest, ClosingAsksOnlyAboutTheUsersChanges) {
     PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
     if (HWND box = Person::waitForMessageBox(window)) {
       question = Person::text(box, 0xFFFF);
-      waitFor([&] { return IsChild(box, Person::focus(box)); });
+      Person::waitFor([&] { return IsChild(box, Person::focus(box)); });
       p.pressKey(box, VK_RETURN);
       Person::waitHidden(box);
       Sleep(300);
@@ -506,7 +482,7 @@ TEST_F(DesignerFormTest, PreviewRunsTheReportOnlyWhenFirstShownOrChanged) {
       [&] { return std::make_unique<engine::Engine>(parts); }, nullptr, nullptr});
   form->load();
   form->setCaption(u"Preview test");
-  form->setSessionData(companySession());
+  form->setSessionData(testing::companySession());
   form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").wstring()), u"Customers");
   EXPECT_EQ(data->runs, 0);
   int designing = -1, firstPreview = -1, secondPreview = -1, afterChange = -1;
@@ -515,7 +491,7 @@ TEST_F(DesignerFormTest, PreviewRunsTheReportOnlyWhenFirstShownOrChanged) {
       Sleep(300);
       designing = data->runs;
       clickTab(window, 1);
-      waitFor([&] { return data->runs >= 1; });
+      Person::waitFor([&] { return data->runs >= 1; });
       firstPreview = data->runs;
       clickTab(window, 0);
       clickTab(window, 1);
@@ -523,7 +499,7 @@ TEST_F(DesignerFormTest, PreviewRunsTheReportOnlyWhenFirstShownOrChanged) {
       clickTab(window, 0);
       dragColumn(window, L"Customers", L"City", kOnTheSurface);
       clickTab(window, 1);
-      waitFor([&] { return data->runs >= 2; });
+      Person::waitFor([&] { return data->runs >= 2; });
       afterChange = data->runs;
       PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
       p.answerMessage(window, IDNO);
@@ -595,7 +571,7 @@ TEST_F(DesignerFormTest, ShowsCompanyAndHostDataInOneReport) {
   auto form = std::make_unique<DesignerForm>(authoring::win::DesignerFormParts{
       [] { return createReportEngine(); }, nullptr, nullptr});
   form->load();
-  form->setSessionData(companySession(u"ana", u"Halyard"));
+  form->setSessionData(testing::companySession(u"ana", u"Halyard"));
   form->openReport(text((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Stock Valuation.rpt").wstring()), u"Stock");
   ASSERT_TRUE(form->currentReport());
   auto run = form->currentReport()->run(std::make_shared<engine::win::GdiMeasure>());
@@ -635,7 +611,7 @@ TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
           PostMessageW(tree, WM_KEYUP, VK_SPACE, 0xC0000001);
           // The next selection is a sent message and would overtake the posted
           // key: wait for the tick to show before moving on.
-          waitFor([&] { return TreeView_GetCheckState(tree, i) == 1; });
+          Person::waitFor([&] { return TreeView_GetCheckState(tree, i) == 1; });
         }
       }
       p.press(dialog, IDOK);
@@ -646,7 +622,7 @@ TEST_F(DesignerFormTest, NewVisualReportBuildsAReportOnTheTicketTables) {
       // The designer's field list fills as the columns come from the database.
       HWND fields = findChild(window, WC_TREEVIEWW);
       const std::vector<std::wstring> expected{L"Customers", L"Orders"};
-      waitFor([&] { return fields && (reportTables = fieldListTables(fields)) == expected; });
+      Person::waitFor([&] { return fields && (reportTables = fieldListTables(fields)) == expected; });
       clickTab(window, 1);
       clickTab(window, 0);
       // The report as built is not a change of the user's: it closes without a question.
@@ -786,7 +762,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
         p.type(dialog, 104, L"Orders");
         p.press(dialog, IDOK);
       }
-      waitFor([&] { return !Person::waitForWindow(L"Insert Subreport", nullptr, 1); });
+      Person::waitFor([&] { return !Person::waitForWindow(L"Insert Subreport", nullptr, 1); });
       const auto& objects = definition.sections[details].objects;
       if (objects.empty() || objects.back().kind != model::ObjectKind::Subreport) {
         PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
@@ -819,7 +795,7 @@ TEST_F(DesignerFormTest, ASubreportDesignedOnItsTabPrintsEachCustomersOrders) {
           holdForScreenshots();
           p.press(links, IDOK);
         }
-        waitFor([&] { return !Person::waitForWindow(L"Subreport Links", nullptr, 1); });
+        Person::waitFor([&] { return !Person::waitForWindow(L"Subreport Links", nullptr, 1); });
       }
       clickReportTab(tabs, 0);
       holdForScreenshots();
@@ -953,12 +929,12 @@ TEST_F(DesignerFormTest, SubreportsOpenOnTabsOfTheirOwnAndKeepTheirPlace) {
       p.pressKey(window, VK_DELETE);
       clickReportTab(tabs, 1, true);
       HWND menu = nullptr;
-      waitFor([&] { return (menu = FindWindowW(L"#32768", nullptr)) && IsWindowVisible(menu); });
+      Person::waitFor([&] { return (menu = FindWindowW(L"#32768", nullptr)) && IsWindowVisible(menu); });
       menuShown = menu != nullptr;
       holdForScreenshots();
       PostMessageW(menu, WM_KEYDOWN, VK_DOWN, 0);
       PostMessageW(menu, WM_KEYDOWN, VK_RETURN, 0);
-      waitFor([&] { return TabCtrl_GetItemCount(tabs) == 2; });
+      Person::waitFor([&] { return TabCtrl_GetItemCount(tabs) == 2; });
       afterClose = seen(tabs, 1);
       // On the main report's tab, the Payments subreport deleted.
       clickReportTab(tabs, 0);
@@ -1026,7 +1002,7 @@ TEST_F(DesignerFormTest, ATableAddedThroughReportTablesIsLinkedPlacedAndPreviewe
       SetFocus(tree);
       PostMessageW(tree, WM_KEYDOWN, VK_SPACE, 1);
       PostMessageW(tree, WM_KEYUP, VK_SPACE, 0xC0000001);
-      waitFor([&] { return TreeView_GetCheckState(tree, i) != before; });
+      Person::waitFor([&] { return TreeView_GetCheckState(tree, i) != before; });
     }
     holdForScreenshots();
     p.press(dialog, IDOK);
@@ -1036,7 +1012,7 @@ TEST_F(DesignerFormTest, ATableAddedThroughReportTablesIsLinkedPlacedAndPreviewe
       columnItem(findChild(window, WC_TREEVIEWW), L"Customers", L"CustomerID");
       PostMessageW(window, WM_COMMAND, authoring::win::kCommandTables, 0);
       if (HWND dialog = Person::waitForWindow(L"Tables")) tick(p, dialog, L"Orders", true);
-      waitFor([&] { return definition.data.tables.size() == 2; });
+      Person::waitFor([&] { return definition.data.tables.size() == 2; });
       links = definition.data.links;
       dragged = dragColumn(window, L"Orders", L"OrderDate",
                            designer.canvasPoint({5600, editor.layout().band(details)->bodyTop + 30}));
@@ -1132,7 +1108,7 @@ TEST_F(DesignerFormTest, AnOnDemandSubreportOpensACustomersOrdersFromItsLink) {
         holdForScreenshots();
         p.press(dialog, IDOK);
       }
-      waitFor([&] { return !Person::waitForWindow(L"Insert Subreport", nullptr, 1); });
+      Person::waitFor([&] { return !Person::waitForWindow(L"Insert Subreport", nullptr, 1); });
       // The link, placed at the start of the line, dragged to the credit limit's column.
       const std::int32_t row = designer.editor().layout().band(details)->bodyTop + 100;
       const POINT from = designer.canvasPoint({200, row}), to = designer.canvasPoint({6700, row});
@@ -1145,13 +1121,13 @@ TEST_F(DesignerFormTest, AnOnDemandSubreportOpensACustomersOrdersFromItsLink) {
       holdForScreenshots();
       clickTab(window, 1);
       std::optional<POINT> link;
-      waitFor([&] { return viewer->pageShown() && (link = viewer->linkPoint(0)); });
+      Person::waitFor([&] { return viewer->pageShown() && (link = viewer->linkPoint(0)); });
       if (!link) return;
       holdForScreenshots();
       const HCURSOR handShape = LoadCursorW(nullptr, IDC_HAND);
       hand = clickWithTheMouse(viewer->pageArea(), *link, handShape) == handShape;
       viewer::win::ViewerControl* orders = nullptr;
-      opened = waitFor([&] { return (orders = viewer->linkedView()) && orders->pageShown(); });
+      opened = Person::waitFor([&] { return (orders = viewer->linkedView()) && orders->pageShown(); });
       if (opened) {
         HWND tabs = GetDlgItem(viewer->hwnd(), viewer::win::kLinkTabs);
         wchar_t caption[64] = {};
@@ -1162,18 +1138,18 @@ TEST_F(DesignerFormTest, AnOnDemandSubreportOpensACustomersOrdersFromItsLink) {
         tab = caption;
         holdForScreenshots();
         orders->exportTo(pdf.wstring());
-        waitFor([&] { return orders->lastExport().has_value(); });
+        Person::waitFor([&] { return orders->lastExport().has_value(); });
         // Clicks beside the pages put the keys there.
         clickWithTheMouse(orders->pageArea(), POINT{4, 4}, LoadCursorW(nullptr, IDC_ARROW));
         p.pressKey(window, VK_ESCAPE);
-        backByEsc = waitFor([&] { return viewer->linkedTabs() == 0 && IsWindowVisible(viewer->pageArea()); });
+        backByEsc = Person::waitFor([&] { return viewer->linkedTabs() == 0 && IsWindowVisible(viewer->pageArea()); });
         clickWithTheMouse(viewer->pageArea(), POINT{4, 4}, LoadCursorW(nullptr, IDC_ARROW));
         p.pressKey(window, VK_TAB);
         holdForScreenshots();
         p.pressKey(window, VK_RETURN);
-        byKeys = waitFor([&] { return viewer->linkedView() != nullptr; });
+        byKeys = Person::waitFor([&] { return viewer->linkedView() != nullptr; });
         p.press(viewer->hwnd(), viewer::win::kCloseLinkButton);
-        closed = waitFor([&] { return viewer->linkedTabs() == 0; });
+        closed = Person::waitFor([&] { return viewer->linkedTabs() == 0; });
       }
       if (auto page = form->currentReport()->run(std::make_shared<engine::win::GdiMeasure>())->page(1))
         linkShown = pageText(*page);

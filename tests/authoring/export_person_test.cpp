@@ -19,6 +19,7 @@
 #include "authoring/win/designer_form.h"
 #include "base/win/com.h"
 #include "engine/win/engine_factory.h"
+#include "company_designer.h"
 #include "person.h"
 
 namespace mervane {
@@ -37,22 +38,6 @@ void hold() {
   if (const char* ms = std::getenv("MERVANE_DIALOG_HOLD_MS")) Sleep(static_cast<DWORD>(std::atoi(ms)));
 }
 
-template <typename Condition>
-bool waitFor(Condition condition, int ms = 5000) {
-  for (int i = 0; i < ms / 20; ++i, Sleep(20))
-    if (condition()) return true;
-  return condition();
-}
-
-// A mouse click in the middle of a window.
-void click(HWND window) {
-  RECT r{};
-  GetClientRect(window, &r);
-  const LPARAM at = MAKELPARAM(r.right / 2, r.bottom / 2);
-  PostMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, at);
-  PostMessageW(window, WM_LBUTTONUP, 0, at);
-}
-
 struct Round {
   int downs;           // arrow presses from the first format
   const wchar_t* name;  // the file's name
@@ -64,15 +49,9 @@ TEST(ExportDialog, APersonExportsEveryFormatFromTheViewer) {
   const fs::path folder = fs::current_path() / "exports";
   fs::remove_all(folder);
   fs::create_directories(folder);
-  authoring::win::DesignerForm form(
-      authoring::win::DesignerFormParts{[] { return createReportEngine(); }, nullptr, nullptr});
-  form.load();
-  form.setCaption(u"Export test");
-  SessionSettings session;
-  session.sqlDatabase = u"company";
-  session.sqlConnString = u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1";
-  form.setSessionData(readSessionData(session));
-  form.openReport(win::fromWide((fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt").c_str()), u"Customers");
+  const auto designer =
+      testing::companyDesigner(u"Export test", fromUnix(MERVANE_EXAMPLE_REPORTS) / "Customer List.rpt", u"Customers");
+  authoring::win::DesignerForm& form = *designer;
   ASSERT_TRUE(form.currentReport());
   const std::wstring title = win::toWide(form.currentReport()->title());
 
@@ -90,19 +69,19 @@ TEST(ExportDialog, APersonExportsEveryFormatFromTheViewer) {
       PostMessageW(tabs, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM((tab.left + tab.right) / 2, tab.bottom / 2));
       PostMessageW(tabs, WM_LBUTTONUP, 0, MAKELPARAM((tab.left + tab.right) / 2, tab.bottom / 2));
       HWND exportButton = GetDlgItem(form.viewerWindow(), viewer::win::kExportButton);
-      if (!waitFor([&] { return IsWindowVisible(exportButton) && IsWindowEnabled(exportButton); }, 20000)) {
+      if (!Person::waitFor([&] { return IsWindowVisible(exportButton) && IsWindowEnabled(exportButton); }, 20000)) {
         problems.push_back(L"the Export button never came on");
         return;
       }
       // Esc closes the dialog, and nothing is written.
-      click(exportButton);
+      Person::click(exportButton);
       if (HWND dialog = Person::waitForWindow(kExportCaption)) {
         hold();
         p.pressKey(dialog, VK_ESCAPE);
         escapeClosed = Person::waitHidden(dialog);
       }
       for (const Round& round : rounds) {
-        click(exportButton);
+        Person::click(exportButton);
         HWND dialog = Person::waitForWindow(kExportCaption);
         if (!dialog) {
           problems.push_back(std::wstring(L"no dialog for ") + round.name);
@@ -112,7 +91,7 @@ TEST(ExportDialog, APersonExportsEveryFormatFromTheViewer) {
         SetFocus(list);  // posted keys go to the focus: the list has it first
         p.pressKey(dialog, VK_HOME);
         for (int i = 0; i < round.downs; ++i) p.pressKey(dialog, VK_DOWN);
-        if (round.currentPage) click(GetDlgItem(dialog, kExportCurrentPage));
+        if (round.currentPage) Person::click(GetDlgItem(dialog, kExportCurrentPage));
         Sleep(100);
         hold();
         p.pressKey(dialog, VK_RETURN);
@@ -128,12 +107,12 @@ TEST(ExportDialog, APersonExportsEveryFormatFromTheViewer) {
         const std::wstring target = (folder / round.name).wstring();
         SendMessageW(name, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(target.c_str()));
         p.press(save, IDOK);
-        if (!waitFor([&] { return fs::exists(folder / round.name); }, 60000))
+        if (!Person::waitFor([&] { return fs::exists(folder / round.name); }, 60000))
           problems.push_back(std::wstring(L"nothing written to ") + round.name);
-        waitFor([&] { return IsWindowEnabled(exportButton) && Person::text(exportButton) != L"Stop export"; });
+        Person::waitFor([&] { return IsWindowEnabled(exportButton) && Person::text(exportButton) != L"Stop export"; });
       }
       // Cancel in the save dialog: no file.
-      click(exportButton);
+      Person::click(exportButton);
       if (HWND dialog = Person::waitForWindow(kExportCaption)) {
         p.pressKey(dialog, VK_RETURN);
         if (HWND save = Person::waitForWindow(L"Export Report")) {

@@ -24,6 +24,7 @@
 #include "base/win/com.h"
 #include "engine/engine.h"
 #include "engine/win/engine_factory.h"
+#include "company_designer.h"
 #include "person.h"
 
 namespace mervane {
@@ -32,21 +33,6 @@ namespace {
 namespace fs = std::filesystem;
 namespace model = engine::model;
 using testing::Person;
-
-template <typename Condition>
-bool waitFor(Condition condition, int ms = 5000) {
-  for (int i = 0; i < ms / 20; ++i, Sleep(20))
-    if (condition()) return true;
-  return condition();
-}
-
-void click(HWND window) {
-  RECT r{};
-  GetClientRect(window, &r);
-  const LPARAM at = MAKELPARAM(r.right / 2, r.bottom / 2);
-  PostMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, at);
-  PostMessageW(window, WM_LBUTTONUP, 0, at);
-}
 
 void clickTab(HWND tabs, int index) {
   RECT tab{};
@@ -141,16 +127,7 @@ std::unique_ptr<authoring::win::DesignerForm> openSaved(const model::ReportDefin
     report->setTitle(name);
     report->save(win::fromWide(reportFile.c_str()));
   }
-  auto form = std::make_unique<authoring::win::DesignerForm>(
-      authoring::win::DesignerFormParts{[] { return createReportEngine(); }, nullptr, nullptr});
-  form->load();
-  form->setCaption(caption);
-  SessionSettings session;
-  session.sqlDatabase = u"company";
-  session.sqlConnString = u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1";
-  form->setSessionData(readSessionData(session));
-  form->openReport(win::fromWide(reportFile.c_str()), name);
-  return form;
+  return testing::companyDesigner(caption, reportFile, name);
 }
 
 // File > Export as PDF into `pdf`; what went wrong, if anything.
@@ -164,7 +141,7 @@ std::wstring exportPdf(Person& p, HWND window, const fs::path& pdf) {
   Sleep(300);
   SendMessageW(Person::focus(save), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(pdf.wstring().c_str()));
   p.press(save, IDOK);
-  if (!waitFor([&] { return fs::exists(pdf); }, 60000)) return L"no PDF written";
+  if (!Person::waitFor([&] { return fs::exists(pdf); }, 60000)) return L"no PDF written";
   Sleep(500);
   return L"";
 }
@@ -221,7 +198,7 @@ TEST_F(Parameters, APersonAsksForADateRangeAndGetsOnlyItsOrders) {
       cancelledGaveNothing = !form.currentReport()->document().definition.parameters.at(0).given;
 
       // Refresh asks again: a value that is not a date is refused, then the range.
-      click(GetDlgItem(form.viewerWindow(), viewer::win::kRefreshButton));
+      Person::click(GetDlgItem(form.viewerWindow(), viewer::win::kRefreshButton));
       prompt = Person::waitForWindow(kPromptCaption, window, 1000);
       if (!prompt) return problems.push_back(L"no prompt on Refresh");
       p.type(prompt, kPromptFirstBox, L"March");
@@ -299,7 +276,7 @@ TEST_F(Parameters, ASubreportAsksForItsOwnDateInTheSamePrompt) {
       PostMessageW(designer.canvas(), WM_LBUTTONUP, 0, where);
       PostMessageW(designer.canvas(), WM_LBUTTONDBLCLK, MK_LBUTTON, where);
       PostMessageW(designer.canvas(), WM_LBUTTONUP, 0, where);
-      if (!waitFor([&] { return editor.openedSubreport().has_value(); })) return problems.push_back(L"no subreport tab");
+      if (!Person::waitFor([&] { return editor.openedSubreport().has_value(); })) return problems.push_back(L"no subreport tab");
       PostMessageW(window, WM_COMMAND, kCommandParameters, 0);
       HWND dialog = Person::waitForWindow(kParametersCaption, window);
       if (!dialog) return problems.push_back(L"no Parameters dialog");

@@ -43,6 +43,23 @@ class Person {
     return nullptr;
   }
 
+  // Waits up to `ms` for `condition` to hold.
+  template <typename Condition>
+  static bool waitFor(Condition condition, int ms = 5000) {
+    for (int i = 0; i < ms / 20; ++i, Sleep(20))
+      if (condition()) return true;
+    return condition();
+  }
+
+  // A mouse click in the middle of a window.
+  static void click(HWND window) {
+    RECT r{};
+    GetClientRect(window, &r);
+    const LPARAM at = MAKELPARAM(r.right / 2, r.bottom / 2);
+    PostMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, at);
+    PostMessageW(window, WM_LBUTTONUP, 0, at);
+  }
+
   void type(HWND dialog, int id, const std::wstring& text) {
     SendMessageW(GetDlgItem(dialog, id), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
   }

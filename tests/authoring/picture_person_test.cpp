@@ -22,6 +22,7 @@
 #include "base/win/com.h"
 #include "engine/engine.h"
 #include "engine/win/engine_factory.h"
+#include "company_designer.h"
 #include "person.h"
 
 namespace mervane {
@@ -42,13 +43,6 @@ std::string readFile(const fs::path& path) {
 
 void hold() {
   if (const char* ms = std::getenv("MERVANE_DIALOG_HOLD_MS")) Sleep(static_cast<DWORD>(std::atoi(ms)));
-}
-
-template <typename Condition>
-bool waitFor(Condition condition, int ms = 5000) {
-  for (int i = 0; i < ms / 20; ++i, Sleep(20))
-    if (condition()) return true;
-  return condition();
 }
 
 // Opens a top-level menu by its underlined letter and picks an item by its own.
@@ -88,15 +82,8 @@ TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdfAndExcel) {
     opened->save(win::fromWide(report.c_str()));
   }
 
-  authoring::win::DesignerForm form(
-      authoring::win::DesignerFormParts{[] { return createReportEngine(); }, nullptr, nullptr});
-  form.load();
-  form.setCaption(u"Picture test");
-  SessionSettings session;
-  session.sqlDatabase = u"company";
-  session.sqlConnString = u"Driver={SQLite3};Database=" + fromUtf8(MERVANE_COMPANY_DB) + u";StepAPI=1;NoCreat=1";
-  form.setSessionData(readSessionData(session));
-  form.openReport(win::fromWide(report.c_str()), u"Customers");
+  const auto designer = testing::companyDesigner(u"Picture test", report, u"Customers");
+  authoring::win::DesignerForm& form = *designer;
   ASSERT_TRUE(form.currentReport());
   ASSERT_EQ(picturesIn(form.currentReport()->document().definition), 1u);
 
@@ -155,7 +142,7 @@ TEST(Pictures, APersonPlacesALogoFromAFileAndExportsItToPdfAndExcel) {
         Sleep(300);
         SendMessageW(Person::focus(save), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(file.c_str()));
         p.press(save, IDOK);
-        if (!waitFor([&] { return fs::exists(file); }, 60000))
+        if (!Person::waitFor([&] { return fs::exists(file); }, 60000))
           problems.push_back(L"nothing written to " + file.filename().wstring());
         Sleep(500);
       };
