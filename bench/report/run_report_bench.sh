@@ -32,21 +32,22 @@ database() {  # the company database of $1 order lines, built when missing
   echo "$db"
 }
 
-if [[ "${2:-}" == conditions ]]; then
+# Runs MODE over 1,000 and 1,000,000 lines on SQLite, then prints the growth
+# of its peak memory as NAME with the words given.
+sqlite_pair() {  # mode name words
   for lines in 1000 1000000; do
-    run conditional-pages "sqlite-$lines" "Driver={SQLite3};Database=$(database "$lines")" | tee -a "$work/conditional.txt"
+    run "$1-pages" "sqlite-$lines" "Driver={SQLite3};Database=$(database "$lines")" | tee -a "$work/$1.txt"
   done
-  awk -F'[: ]+' '/^peak-memory-mb-conditional-sqlite-1000:/ {small=$2} /^peak-memory-mb-conditional-sqlite-1000000:/ {large=$2}
-    END {if (small && large) printf "conditional-peak-memory-growth-mb: %.1f MB (goal 30 or less)\n", large - small}' \
-    "$work/conditional.txt"
+  awk -F'[: ]+' -v mode="$1" -v name="$2" -v words="$3" \
+    '$1 == "peak-memory-mb-" mode "-sqlite-1000" {small=$2} $1 == "peak-memory-mb-" mode "-sqlite-1000000" {large=$2}
+     END {if (small && large) printf "%s: %.1f MB (%s)\n", name, large - small, words}' "$work/$1.txt"
+}
+
+if [[ "${2:-}" == conditions ]]; then
+  sqlite_pair conditional conditional-peak-memory-growth-mb "goal 30 or less"
   # A distinct count that never starts again keeps every value it has seen,
   # once: the pages' saved starts do not copy them.
-  for lines in 1000 1000000; do
-    run distinct-pages "sqlite-$lines" "Driver={SQLite3};Database=$(database "$lines")" | tee -a "$work/distinct.txt"
-  done
-  awk -F'[: ]+' '/^peak-memory-mb-distinct-sqlite-1000:/ {small=$2} /^peak-memory-mb-distinct-sqlite-1000000:/ {large=$2}
-    END {if (small && large) printf "distinct-peak-memory-growth-mb: %.1f MB (a million values kept once)\n", large - small}' \
-    "$work/distinct.txt"
+  sqlite_pair distinct distinct-peak-memory-growth-mb "a million values kept once"
   exit 0
 fi
 
