@@ -401,8 +401,8 @@ class Workbook {
     const std::pair<const char*, const char*> pictureTypes[] = {
         {"png", "image/png"}, {"jpeg", "image/jpeg"}, {"gif", "image/gif"}, {"bmp", "image/bmp"}};
     for (const auto& [extension, type] : pictureTypes)
-      if (std::find_if(mediaExtensions_.begin(), mediaExtensions_.end(),
-                       [&](const char* used) { return std::string_view(used) == extension; }) != mediaExtensions_.end())
+      if (std::find(mediaExtensions_.begin(), mediaExtensions_.end(), std::string_view(extension)) !=
+          mediaExtensions_.end())
         types += std::string("<Default Extension=\"") + extension + "\" ContentType=\"" + type + "\"/>";
     for (int sheet : drawingSheets_)
       types += "<Override PartName=\"/xl/drawings/drawing" + std::to_string(sheet) +

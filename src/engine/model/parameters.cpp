@@ -243,9 +243,9 @@ const Parameter* findParameter(const std::vector<Parameter>& parameters, TextVie
 }
 
 void ParameterValues::append(const ParameterValues& more) {
-  for (const auto& [key, value] : more.values_)
-    if (std::none_of(values_.begin(), values_.end(), [&](const auto& kept) { return kept.first == key; }))
-      values_.emplace_back(key, value);
+  for (const auto& entry : more.values_)
+    if (std::none_of(values_.begin(), values_.end(), [&](const auto& kept) { return kept.first == entry.first; }))
+      values_.push_back(entry);
 }
 
 namespace {
