@@ -61,8 +61,9 @@ class ConditionsDialog final : public ModalDialog {
   int firstFocus() const override { return boxId(0); }
 
   void onInit() override {
+    Text letters;
     for (std::size_t i = 0; i < rows_.size(); ++i) {
-      setText(labelId(i), rows_[i].label + u":");
+      setText(labelId(i), withMnemonic(rows_[i].label, letters) + u":");
       SendMessageW(item(boxId(i)), EM_SETLIMITTEXT, 0, 0);
       setText(boxId(i), rows_[i].formula);
       const std::wstring hint = toWide(rows_[i].hint);
