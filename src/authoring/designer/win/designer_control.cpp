@@ -715,6 +715,7 @@ struct DesignerControl::Impl {
     form.load();
     if (!form.hwnd()) return;
     form.setCaption(L"Tables");
+    form.centreOver(owner());
     const Text dataSet = db->databaseName().empty() ? Text(u"Database") : db->databaseName();
     form.addDataSetNode(u"db", dataSet);
     const auto& tables = document->definition.data.tables;
