@@ -1364,7 +1364,7 @@ struct DesignerControl::Impl {
         }
         break;
       case kCommandInsertPictureField:
-        if (editable && chooseField(dialogOwner, o.field, catalogue()) && !o.field.column.empty()) {
+        if (editable && choosePictureField(dialogOwner, o.field, catalogue()) && !o.field.column.empty()) {
           o.kind = model::ObjectKind::Picture;
           o.height = 1440;
           o.name = editor.uniqueName(o.field.column);

@@ -80,6 +80,9 @@ bool editGroups(HWND owner, std::vector<designer::GroupPlace>& groups, const std
 bool editLinks(HWND owner, std::vector<model::TableLink>& links, const FieldCatalogue& fields);
 bool editPageSetup(HWND owner, model::PageSetup& page);
 bool chooseField(HWND owner, model::FieldRef& field, const FieldCatalogue& fields);
+// A column holding pictures: the tables' columns only (a formula gives no
+// picture).
+bool choosePictureField(HWND owner, model::FieldRef& field, const FieldCatalogue& fields);
 bool chooseSpecialField(HWND owner, model::SpecialFieldKind& kind);
 // A summary: operation, field, and where (0 the whole report, n the n-th
 // group).

@@ -36,8 +36,9 @@ enum FieldIds { kFieldLabel = 101, kFieldList };
 
 class FieldDialog final : public ModalDialog {
  public:
-  FieldDialog(model::FieldRef& field, const FieldCatalogue& fields)
-      : ModalDialog(L"Insert Field", 4800, 4170), field_(field), choices_(fieldChoices(fields, true)) {}
+  FieldDialog(model::FieldRef& field, const FieldCatalogue& fields, const wchar_t* caption = L"Insert Field",
+              bool withFormulas = true)
+      : ModalDialog(caption, 4800, 4170), field_(field), choices_(fieldChoices(fields, withFormulas)) {}
 
  private:
   std::vector<ControlLayout> layout() const override {
@@ -761,6 +762,15 @@ bool chooseField(HWND owner, model::FieldRef& field, const FieldCatalogue& field
   return answered([&] {
     model::FieldRef answer = field;
     if (!FieldDialog(answer, fields).run(owner)) return false;
+    field = std::move(answer);
+    return true;
+  });
+}
+
+bool choosePictureField(HWND owner, model::FieldRef& field, const FieldCatalogue& fields) {
+  return answered([&] {
+    model::FieldRef answer = field;
+    if (!FieldDialog(answer, fields, L"Picture from Field", false).run(owner)) return false;
     field = std::move(answer);
     return true;
   });
