@@ -1024,8 +1024,8 @@ struct DesignerControl::Impl {
                               [&](const model::RunningTotal& t) { return equalsNoCase(t.name, shown.formula); });
     if (shown.kind != model::ObjectKind::RunningTotalField || found == parts.runningTotals.end()) return;
     const Text oldName = found->name;
-    const auto problem = [&](const model::RunningTotal& t) {
-      return designer::runningTotalProblem(*editor.definition(), fields, t, oldName);
+    const auto problem = [&](const model::RunningTotal& t, designer::RunningTotalPart& part) {
+      return designer::runningTotalProblem(*editor.definition(), fields, t, oldName, &part);
     };
     const designer::ReportParts before = parts;
     if (!editRunningTotal(dialogOwner, *found, catalogue(), problem)) return;
@@ -1339,8 +1339,8 @@ struct DesignerControl::Impl {
       case kCommandInsertRunningTotal: {
         model::RunningTotal total;
         total.name = uniqueTotalName(parts);
-        const auto problem = [&](const model::RunningTotal& t) {
-          return designer::runningTotalProblem(*editor.definition(), fields, t);
+        const auto problem = [&](const model::RunningTotal& t, designer::RunningTotalPart& part) {
+          return designer::runningTotalProblem(*editor.definition(), fields, t, {}, &part);
         };
         if (!editable || !editRunningTotal(dialogOwner, total, catalogue(), problem)) break;
         parts.runningTotals.push_back(total);

@@ -165,7 +165,7 @@ const struct {
 class RunningTotalDialog final : public ModalDialog {
  public:
   RunningTotalDialog(model::RunningTotal& total, const FieldCatalogue& fields,
-                     const std::function<std::optional<Text>(const model::RunningTotal&)>& problem)
+                     const RunningTotalCheck& problem)
       : ModalDialog(L"Running Total", 7200, 3660),
         total_(total),
         fields_(fields),
@@ -256,11 +256,15 @@ class RunningTotalDialog final : public ModalDialog {
     answer.reset = static_cast<model::RunningTotalReset>(std::max(0, selected(kResetBox)));
     answer.resetGroup = answer.reset == model::RunningTotalReset::OnChangeOfGroup ? selected(kResetGroupBox) + 1 : 1;
     answer.resetFormula = answer.reset == model::RunningTotalReset::OnFormula ? text(kResetFormulaBox) : Text();
-    if (auto problem = problem_ ? problem_(answer) : std::nullopt) {
-      int box = kNameBox;
-      if (problem->find(u"field") != Text::npos) box = kFieldBox;
-      if (problem->find(u"taken in") != Text::npos) box = kEvaluateFormulaBox;
-      if (problem->find(u"starts again") != Text::npos) box = kResetFormulaBox;
+    designer::RunningTotalPart part = designer::RunningTotalPart::Name;
+    if (auto problem = problem_ ? problem_(answer, part) : std::nullopt) {
+      using P = designer::RunningTotalPart;
+      const int box = part == P::Field             ? kFieldBox
+                      : part == P::EvaluateField   ? kEvaluateFieldBox
+                      : part == P::EvaluateFormula ? kEvaluateFormulaBox
+                      : part == P::Reset           ? kResetBox
+                      : part == P::ResetFormula    ? kResetFormulaBox
+                                                   : kNameBox;
       refuse(box, *problem);
       return false;
     }
@@ -270,7 +274,7 @@ class RunningTotalDialog final : public ModalDialog {
 
   model::RunningTotal& total_;
   const FieldCatalogue& fields_;
-  const std::function<std::optional<Text>(const model::RunningTotal&)>& problem_;
+  const RunningTotalCheck& problem_;
   std::vector<FieldChoice> choices_;
 };
 
@@ -286,7 +290,7 @@ bool editConditions(HWND owner, const Text& caption, std::vector<ConditionRow>& 
 }
 
 bool editRunningTotal(HWND owner, model::RunningTotal& total, const FieldCatalogue& fields,
-                      const std::function<std::optional<Text>(const model::RunningTotal&)>& problem) {
+                      const RunningTotalCheck& problem) {
   return answered([&] {
     model::RunningTotal answer = total;
     if (!RunningTotalDialog(answer, fields, problem).run(owner)) return false;
