@@ -780,8 +780,11 @@ struct DesignerControl::Impl {
     if (formatMenu) {
       for (const auto& [id, how] : kArrangements)
         EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editor.canArrange(how) ? MF_ENABLED : MF_GRAYED));
+      const bool texts = objects && editor.document() && designer::selectionShowsText(*editor.document(), editor.selection());
       for (UINT id : {kCommandBold, kCommandItalic, kCommandUnderline, kCommandTextLeft, kCommandTextCentre,
-                      kCommandTextRight, kCommandFontColour, kCommandBringToFront, kCommandSendToBack})
+                      kCommandTextRight, kCommandFontColour})
+        EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editable && texts ? MF_ENABLED : MF_GRAYED));
+      for (UINT id : {kCommandBringToFront, kCommandSendToBack})
         EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editable && objects ? MF_ENABLED : MF_GRAYED));
     }
     if (reportMenu) {
@@ -793,6 +796,7 @@ struct DesignerControl::Impl {
     DesignerToolbar::State bar;
     bar.editable = editable;
     bar.objects = objects;
+    bar.texts = objects && editor.document() && designer::selectionShowsText(*editor.document(), editor.selection());
     bar.canUndo = editor.canUndo();
     bar.canRedo = editor.canRedo();
     if (objects && editor.document()) bar.properties = designer::describeSelection(*editor.document(), editor.selection());
