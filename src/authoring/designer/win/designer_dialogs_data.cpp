@@ -405,11 +405,11 @@ class LinksDialog final : public ModalDialog {
         {WC_STATICW, L"&From:", kFromLabel, 120, 2670, 600, 195, kLabel},
         {WC_COMBOBOXW, L"", kFromTable, 720, 2640, 2280, 2400, kDropList},
         {WC_COMBOBOXW, L"", kFromColumn, 3120, 2640, 2280, 2400, kDropList},
+        {WC_STATICW, L"&Join:", kJoinLabel, 5580, 2670, 600, 195, kLabel},
+        {WC_COMBOBOXW, L"", kJoinBox, 6180, 2640, 2100, 2400, kDropList},
         {WC_STATICW, L"&To:", kToLabel, 120, 3060, 600, 195, kLabel},
         {WC_COMBOBOXW, L"", kToTable, 720, 3030, 2280, 2400, kDropList},
         {WC_COMBOBOXW, L"", kToColumn, 3120, 3030, 2280, 2400, kDropList},
-        {WC_STATICW, L"&Join:", kJoinLabel, 5580, 2670, 600, 195, kLabel},
-        {WC_COMBOBOXW, L"", kJoinBox, 6180, 2640, 2100, 2400, kDropList},
         {WC_BUTTONW, L"OK", IDOK, 6225, 3720, 975, 375, kOkButton},
         {WC_BUTTONW, L"Cancel", IDCANCEL, 7305, 3720, 975, 375, kButton},
     };
