@@ -704,7 +704,7 @@ TEST(AuthoringDialogs, KeyboardAndLayoutAsAWindowsDialog) {
   sweep(L"Running Total", [&](HWND owner) {
     model::RunningTotal total;
     total.evaluate = model::RunningTotalEvaluate::OnFormula;
-    total.reset = model::RunningTotalReset::OnChangeOfGroup;
+    total.reset = model::RunningTotalReset::OnFormula;
     return editRunningTotal(owner, total, fields, nullptr);
   });
   sweep(L"Section: Details", [&](HWND owner) {

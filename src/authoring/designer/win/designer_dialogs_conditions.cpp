@@ -77,7 +77,7 @@ class ConditionsDialog final : public ModalDialog {
       if (id == boxId(i) && code == EN_CHANGE) recheck();
       if (id == buttonId(i) && code == BN_CLICKED) {
         Text formula = text(boxId(i));
-        if (editCondition(hwnd(), rows_[i].label, formula, fields_)) setText(boxId(i), formula);
+        if (editCondition(hwnd(), u"Condition: " + rows_[i].label, formula, fields_)) setText(boxId(i), formula);
         focus(boxId(i));
       }
     }
@@ -148,6 +148,8 @@ enum RunningTotalIds {
   kResetBox,
   kResetGroupBox,
   kResetFormulaBox,
+  kEvaluateFormulaButton,
+  kResetFormulaButton,
 };
 
 const struct {
@@ -184,11 +186,13 @@ class RunningTotalDialog final : public ModalDialog {
         {WC_STATICW, L"&Evaluate:", kEvaluateLabel, 120, 1410, 1320, 195, kLabel},
         {WC_COMBOBOXW, L"", kEvaluateBox, 1500, 1380, 5580, 2400, kDropList},
         {WC_COMBOBOXW, L"", kEvaluateFieldBox, 1500, 1770, 5580, 2400, kDropList},
-        {WC_EDITW, L"", kEvaluateFormulaBox, 1500, 1770, 5580, 285, kEdit},
+        {WC_EDITW, L"", kEvaluateFormulaBox, 1500, 1770, 4860, 285, kEdit},
+        {WC_BUTTONW, L"...", kEvaluateFormulaButton, 6420, 1770, 660, 285, WS_TABSTOP | BS_PUSHBUTTON},
         {WC_STATICW, L"&Reset:", kResetLabel, 120, 2250, 1320, 195, kLabel},
         {WC_COMBOBOXW, L"", kResetBox, 1500, 2220, 5580, 2400, kDropList},
         {WC_COMBOBOXW, L"", kResetGroupBox, 1500, 2610, 5580, 2400, kDropList},
-        {WC_EDITW, L"", kResetFormulaBox, 1500, 2610, 5580, 285, kEdit},
+        {WC_EDITW, L"", kResetFormulaBox, 1500, 2610, 4860, 285, kEdit},
+        {WC_BUTTONW, L"...", kResetFormulaButton, 6420, 2610, 660, 285, WS_TABSTOP | BS_PUSHBUTTON},
         {WC_BUTTONW, L"OK", IDOK, 5025, 3150, 975, 375, WS_TABSTOP | BS_DEFPUSHBUTTON},
         {WC_BUTTONW, L"Cancel", IDCANCEL, 6105, 3150, 975, 375, WS_TABSTOP | BS_PUSHBUTTON},
     };
@@ -231,12 +235,22 @@ class RunningTotalDialog final : public ModalDialog {
     const int evaluate = selected(kEvaluateBox), reset = selected(kResetBox);
     ShowWindow(item(kEvaluateFieldBox), evaluate == 1 ? SW_SHOW : SW_HIDE);
     ShowWindow(item(kEvaluateFormulaBox), evaluate == 2 ? SW_SHOW : SW_HIDE);
+    ShowWindow(item(kEvaluateFormulaButton), evaluate == 2 ? SW_SHOW : SW_HIDE);
     ShowWindow(item(kResetGroupBox), reset == 1 ? SW_SHOW : SW_HIDE);
     ShowWindow(item(kResetFormulaBox), reset == 2 ? SW_SHOW : SW_HIDE);
+    ShowWindow(item(kResetFormulaButton), reset == 2 ? SW_SHOW : SW_HIDE);
   }
 
   void onCommand(int id, int code) override {
     if ((id == kEvaluateBox || id == kResetBox) && code == CBN_SELCHANGE) showChoices();
+    // "..." opens a formula box in the formula editor, its mistakes shown as typed.
+    if ((id == kEvaluateFormulaButton || id == kResetFormulaButton) && code == BN_CLICKED) {
+      const bool evaluate = id == kEvaluateFormulaButton;
+      const int box = evaluate ? kEvaluateFormulaBox : kResetFormulaBox;
+      Text formula = text(box);
+      if (editCondition(hwnd(), evaluate ? u"Running Total: Evaluate When" : u"Running Total: Reset When", formula, fields_)) setText(box, formula);
+      focus(box);
+    }
   }
 
   bool onOk() override {
