@@ -30,7 +30,6 @@ std::size_t at(int index) { return static_cast<std::size_t>(index); }
 constexpr int kRowHeight = 420;
 constexpr int kFirstRowId = 200;  // each row: label, box, "..." button
 constexpr int kConditionStatus = 190;
-constexpr UINT kEmSetCueBanner = 0x1501;
 
 class ConditionsDialog final : public ModalDialog {
  public:
@@ -66,8 +65,6 @@ class ConditionsDialog final : public ModalDialog {
       setText(labelId(i), withMnemonic(rows_[i].label, letters) + u":");
       SendMessageW(item(boxId(i)), EM_SETLIMITTEXT, 0, 0);
       setText(boxId(i), rows_[i].formula);
-      const std::wstring hint = toWide(rows_[i].hint);
-      SendMessageW(item(boxId(i)), kEmSetCueBanner, FALSE, reinterpret_cast<LPARAM>(hint.c_str()));
     }
     recheck();
   }
@@ -75,6 +72,10 @@ class ConditionsDialog final : public ModalDialog {
   void onCommand(int id, int code) override {
     for (std::size_t i = 0; i < rows_.size(); ++i) {
       if (id == boxId(i) && code == EN_CHANGE) recheck();
+      if (id == boxId(i) && code == EN_SETFOCUS) {
+        focusedRow_ = i;
+        recheck();
+      }
       if (id == buttonId(i) && code == BN_CLICKED) {
         Text formula = text(boxId(i));
         if (editCondition(hwnd(), u"Condition: " + rows_[i].label, formula, fields_)) setText(boxId(i), formula);
@@ -83,10 +84,13 @@ class ConditionsDialog final : public ModalDialog {
     }
   }
 
-  // The first row with a mistake, said in the status line.
+  // The first row with a mistake, said in the status line; else what the
+  // row being typed in expects.
   void recheck() {
     mistakeRow_.reset();
     Text status = u"Each condition is worked out for every record the object prints with; leave a box empty for none.";
+    if (focusedRow_ < rows_.size() && !rows_[focusedRow_].hint.empty())
+      status = rows_[focusedRow_].label + u": " + rows_[focusedRow_].hint + u". " + status;
     for (std::size_t i = 0; i < rows_.size() && !mistakeRow_; ++i) {
       const Text current = text(boxId(i));
       if (isBlank(current)) continue;
@@ -127,6 +131,7 @@ class ConditionsDialog final : public ModalDialog {
   std::vector<ConditionRow>& rows_;
   const FieldCatalogue& fields_;
   std::optional<std::size_t> mistakeRow_;
+  std::size_t focusedRow_ = 0;
   std::optional<formula::FormulaError> mistake_;
 };
 
