@@ -483,6 +483,12 @@ TEST_F(DesignerWindow, FormatMenuAndToolbarFollowTheSelection) {
   clickToolbar(toolbar, kCommandUndo);
   pump(50);
   EXPECT_EQ(details()[0].format.alignment, model::Alignment::Right);
+  // A line, just inserted and selected, takes no text format: greyed.
+  clickToolbar(toolbar, kCommandInsertLine);
+  pump(50);
+  EXPECT_FALSE(GetMenuState(format, kCommandBringToFront, MF_BYCOMMAND) & MF_GRAYED);
+  EXPECT_TRUE(GetMenuState(format, kCommandBold, MF_BYCOMMAND) & MF_GRAYED);
+  EXPECT_FALSE(SendMessageW(toolbar, TB_ISBUTTONENABLED, kCommandBold, 0));
   hold();
 }
 
