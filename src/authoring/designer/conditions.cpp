@@ -86,7 +86,11 @@ bool renameRunningTotalIn(Text& text, const Text& from, const Text& to) {
 }
 
 std::optional<Text> runningTotalProblem(const model::ReportDefinition& report, const FieldList& fields,
-                                        const model::RunningTotal& total, const Text& replacing) {
+                                        const model::RunningTotal& total, const Text& replacing,
+                                        RunningTotalPart* part) {
+  RunningTotalPart unused;
+  RunningTotalPart& at = part ? *part : unused;
+  at = RunningTotalPart::Name;
   const Text name = trim(total.name);
   if (name.empty()) return Text(u"Please give the running total a name.");
   if (name.find(u'}') != Text::npos) return Text(u"A running total's name cannot hold '}'.");
@@ -95,6 +99,7 @@ std::optional<Text> runningTotalProblem(const model::ReportDefinition& report, c
       return u"The report already has a running total named " + name + u".";
     }
   }
+  at = RunningTotalPart::Field;
   if (total.field.column.empty()) return Text(u"Please choose the field the running total summarizes.");
   if (auto gone = missingField(report, fields, total.field)) return gone;
   const bool adds = total.operation == model::SummaryOperation::Sum || total.operation == model::SummaryOperation::Average;
@@ -113,22 +118,26 @@ std::optional<Text> runningTotalProblem(const model::ReportDefinition& report, c
   }
   switch (total.evaluate) {
     case model::RunningTotalEvaluate::OnChangeOfField:
+      at = RunningTotalPart::EvaluateField;
       if (total.evaluateField.column.empty()) return Text(u"Please choose the field whose change takes a record in.");
       if (auto gone = missingField(report, fields, total.evaluateField)) return gone;
       break;
     case model::RunningTotalEvaluate::OnFormula:
+      at = RunningTotalPart::EvaluateFormula;
       if (auto problem = formulaProblem(total.evaluateFormula, u"when a record is taken in")) return problem;
       break;
     default: break;
   }
   switch (total.reset) {
     case model::RunningTotalReset::OnChangeOfGroup:
+      at = RunningTotalPart::Reset;
       if (total.resetGroup < 1 || total.resetGroup > static_cast<std::int32_t>(report.data.groups.size())) {
         return report.data.groups.empty() ? Text(u"The report has no groups to start the running total again on.")
                                           : u"The report has no group " + decimal(total.resetGroup) + u".";
       }
       break;
     case model::RunningTotalReset::OnFormula:
+      at = RunningTotalPart::ResetFormula;
       if (auto problem = formulaProblem(total.resetFormula, u"when the running total starts again")) return problem;
       break;
     default: break;

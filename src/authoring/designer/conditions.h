@@ -32,9 +32,12 @@ std::optional<Text> conditionProblem(const char16_t* label, const Text& formula)
 // Why a running total cannot be made as given (its name taken, its field
 // gone from the report's data, a formula with a mistake, a group the report
 // lacks), or nothing when it can. `replacing`: the name of the running
-// total it replaces, empty for a new one.
+// total it replaces, empty for a new one. `part`, when given, is set to the
+// part the problem is about, for the dialog to put the focus there.
+enum class RunningTotalPart { Name, Field, EvaluateField, EvaluateFormula, Reset, ResetFormula };
 std::optional<Text> runningTotalProblem(const model::ReportDefinition& report, const FieldList& fields,
-                                        const model::RunningTotal& total, const Text& replacing = {});
+                                        const model::RunningTotal& total, const Text& replacing = {},
+                                        RunningTotalPart* part = nullptr);
 
 // A formula with its references to the running total `from` ({#from}, as
 // written by the designer) turned into references to `to`; true when it

@@ -2,6 +2,7 @@
 // their values make.
 #include "authoring/designer/properties.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <functional>
@@ -368,6 +369,22 @@ std::vector<Property> describeSelection(const engine::ReportDocument& document, 
   }
   if (selection.hasSection && selection.section < sections.size()) return sectionRows(sections[selection.section]);
   return reportRows(document);
+}
+
+bool selectionShowsText(const engine::ReportDocument& document, const Selection& selection) {
+  const auto& sections = document.definition.sections;
+  return std::any_of(selection.objects.begin(), selection.objects.end(), [&](ObjectRef r) {
+    if (r.section >= sections.size() || r.index >= sections[r.section].objects.size()) return false;
+    switch (sections[r.section].objects[r.index].kind) {
+      case model::ObjectKind::Line:
+      case model::ObjectKind::Box:
+      case model::ObjectKind::Picture:
+      case model::ObjectKind::Subreport:
+        return false;
+      default:
+        return true;
+    }
+  });
 }
 
 std::unique_ptr<Command> propertyCommand(const engine::ReportDocument& document, const Selection& selection,

@@ -28,6 +28,10 @@ struct Property {
 };
 
 std::vector<Property> describeSelection(const engine::ReportDocument& document, const Selection& selection);
+// Whether a selected object shows text, so that a font, bold, italic,
+// underline or text alignment can act on it (lines, boxes, pictures and
+// subreports show none).
+bool selectionShowsText(const engine::ReportDocument& document, const Selection& selection);
 
 // The command that gives the selection's `key` the value `value`; null when
 // the value is refused (not a number, out of range, not a choice) or

@@ -2,6 +2,7 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -151,6 +152,18 @@ HWND Form::control(int id) const {
   return search.found;
 }
 
+void Form::centreOver(HWND owner) {
+  if (!hwnd_ || !owner) return;
+  SetWindowLongPtrW(hwnd_, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner));
+  RECT o, f;
+  GetWindowRect(owner, &o);
+  GetWindowRect(hwnd_, &f);
+  const int width = f.right - f.left, height = f.bottom - f.top;
+  const int x = std::clamp<int>((o.left + o.right - width) / 2, 0, std::max(0, GetSystemMetrics(SM_CXSCREEN) - width));
+  const int y = std::clamp<int>((o.top + o.bottom - height) / 2, 0, std::max(0, GetSystemMetrics(SM_CYSCREEN) - height));
+  SetWindowPos(hwnd_, nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 void Form::setCaption(const std::wstring& caption) {
   caption_ = caption;
   if (hwnd_) SetWindowTextW(hwnd_, caption.c_str());
@@ -233,6 +246,16 @@ LRESULT Form::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       }
       case DM_GETDEFID:
         return MAKELRESULT(defaultButton_, DC_HASDEFID);
+      case WM_NEXTDLGCTL: {
+        // As a dialog moves the focus (a label's underlined letter asks for
+        // this): to the control given, or to the next or previous Tab stop.
+        HWND target = LOWORD(lParam) ? reinterpret_cast<HWND>(wParam) : GetNextDlgTabItem(hwnd_, GetFocus(), wParam != 0);
+        if (target && IsChild(hwnd_, target)) {
+          SetFocus(target);
+          if (SendMessageW(target, WM_GETDLGCODE, 0, 0) & DLGC_HASSETSEL) SendMessageW(target, EM_SETSEL, 0, -1);
+        }
+        return 0;
+      }
       default:
         break;
     }

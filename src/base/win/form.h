@@ -65,6 +65,8 @@ class Form {
   HWND hwnd() const { return hwnd_; }
   HWND control(int id) const;
   void setCaption(const std::wstring& caption);
+  // Owned by `owner` and centred over it, kept on the screen (after load()).
+  void centreOver(HWND owner);
   void setText(int id, const std::wstring& text);
   std::wstring text(int id) const;
 

@@ -37,6 +37,12 @@ std::string problem(const engine::ReportDocument& d, const model::RunningTotal& 
   auto found = runningTotalProblem(d.definition, listed(fromDatabase), t);
   return found ? toUtf8(*found) : "";
 }
+// The part of the dialog the focus goes back to.
+RunningTotalPart atFault(const engine::ReportDocument& d, const model::RunningTotal& t) {
+  RunningTotalPart part{};
+  runningTotalProblem(d.definition, listed(true), t, {}, &part);
+  return part;
+}
 
 TEST(RunningTotalRules, WhatCannotWorkIsRefusedInWords) {
   engine::ReportDocument d = orders();
@@ -55,6 +61,12 @@ TEST(RunningTotalRules, WhatCannotWorkIsRefusedInWords) {
   EXPECT_EQ(problem(d, total(u"Gone", {u"", u"Tax", {}})), "The formula {@Tax} is no longer in the report.");
   EXPECT_EQ(problem(d, total(u"Names", {u"Orders", u"Customer", {}})),
             "Only numbers can be added up: {Orders.Customer} holds texts. Count it instead.");
+  EXPECT_EQ(atFault(d, total(u"BALANCE", {u"Orders", u"Amount", {}})), RunningTotalPart::Name);
+  EXPECT_EQ(atFault(d, total(u"Names", {u"Orders", u"Customer", {}})), RunningTotalPart::Field);
+  auto watching = total(u"Watching", {u"Orders", u"Amount", {}});
+  watching.evaluate = model::RunningTotalEvaluate::OnChangeOfField;
+  watching.evaluateField = {u"Orders", u"Discount", {}};
+  EXPECT_EQ(atFault(d, watching), RunningTotalPart::EvaluateField);
 
   auto picky = total(u"Picky", {u"Orders", u"Amount", {}});
   picky.evaluate = model::RunningTotalEvaluate::OnFormula;
@@ -62,10 +74,12 @@ TEST(RunningTotalRules, WhatCannotWorkIsRefusedInWords) {
   picky.evaluateFormula = u"{Orders.Amount} >";
   EXPECT_EQ(problem(d, picky), "The formula that says when a record is taken in has a mistake: "
                                "line 1, column 18: Expected a value, found the end of the formula.");
+  EXPECT_EQ(atFault(d, picky), RunningTotalPart::EvaluateFormula);
   picky.evaluateFormula = u"{Orders.Amount} > 0";
   picky.reset = model::RunningTotalReset::OnChangeOfGroup;
   picky.resetGroup = 2;
   EXPECT_EQ(problem(d, picky), "The report has no group 2.");
+  EXPECT_EQ(atFault(d, picky), RunningTotalPart::Reset);
   picky.resetGroup = 1;
   EXPECT_EQ(problem(d, picky), "");
 }

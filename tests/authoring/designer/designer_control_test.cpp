@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 
 #include "authoring/designer/win/designer_control.h"
 #include "authoring/designer/win/property_panel.h"
@@ -415,6 +416,25 @@ void clickToolbar(HWND toolbar, UINT command) {
   PostMessageW(toolbar, WM_LBUTTONUP, 0, middle);
 }
 
+// Alt and a letter, or a letter in an open menu, picks one entry only.
+TEST_F(DesignerWindow, EachMenuUnderlinesEachLetterOnce) {
+  std::vector<HMENU> menus{GetMenu(host)};
+  for (std::size_t m = 0; m < menus.size(); ++m) {
+    std::map<wchar_t, std::wstring> letters;
+    for (int i = 0; i < GetMenuItemCount(menus[m]); ++i) {
+      if (HMENU sub = GetSubMenu(menus[m], i)) menus.push_back(sub);
+      wchar_t text[128] = {};
+      GetMenuStringW(menus[m], static_cast<UINT>(i), text, 128, MF_BYPOSITION);
+      const wchar_t* amp = wcschr(text, L'&');
+      if (!amp || !amp[1]) continue;
+      const auto [at, added] = letters.emplace(towlower(amp[1]), text);
+      EXPECT_TRUE(added) << std::string(text, text + wcslen(text)) << " and "
+                         << std::string(at->second.begin(), at->second.end()) << " share a letter";
+    }
+  }
+  EXPECT_GT(menus.size(), 6u);
+}
+
 TEST_F(DesignerWindow, FormatMenuAndToolbarFollowTheSelection) {
   SetFocus(control.canvas());
   HWND toolbar = GetDlgItem(control.hwnd(), 4);
@@ -463,6 +483,12 @@ TEST_F(DesignerWindow, FormatMenuAndToolbarFollowTheSelection) {
   clickToolbar(toolbar, kCommandUndo);
   pump(50);
   EXPECT_EQ(details()[0].format.alignment, model::Alignment::Right);
+  // A line, just inserted and selected, takes no text format: greyed.
+  clickToolbar(toolbar, kCommandInsertLine);
+  pump(50);
+  EXPECT_FALSE(GetMenuState(format, kCommandBringToFront, MF_BYCOMMAND) & MF_GRAYED);
+  EXPECT_TRUE(GetMenuState(format, kCommandBold, MF_BYCOMMAND) & MF_GRAYED);
+  EXPECT_FALSE(SendMessageW(toolbar, TB_ISBUTTONENABLED, kCommandBold, 0));
   hold();
 }
 

@@ -64,6 +64,11 @@ TEST(Properties, ObjectsShowSharedValuesAndTakeValuesTogether) {
   EXPECT_EQ(row(rows, u"border")->value, u"Dashed");
   command->revert(doc);
   EXPECT_EQ(doc.definition.sections[2].objects[0].format.fontSize, 165);
+
+  // A line alone takes no text format; beside a field, the field does.
+  doc.definition.sections[2].objects[0].kind = model::ObjectKind::Line;
+  EXPECT_FALSE(selectionShowsText(doc, one));
+  EXPECT_TRUE(selectionShowsText(doc, both()));
 }
 
 TEST(Properties, RefusedValuesMakeNoCommand) {

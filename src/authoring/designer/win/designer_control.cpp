@@ -863,6 +863,7 @@ struct DesignerControl::Impl {
     form.load();
     if (!form.hwnd()) return;
     form.setCaption(L"Tables");
+    form.centreOver(owner());
     const Text dataSet = db->databaseName().empty() ? Text(u"Database") : db->databaseName();
     form.addDataSetNode(u"db", dataSet);
     const auto& tables = document->definition.data.tables;
@@ -927,8 +928,11 @@ struct DesignerControl::Impl {
     if (formatMenu) {
       for (const auto& [id, how] : kArrangements)
         EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editor.canArrange(how) ? MF_ENABLED : MF_GRAYED));
+      const bool texts = objects && editor.document() && designer::selectionShowsText(*editor.document(), editor.selection());
       for (UINT id : {kCommandBold, kCommandItalic, kCommandUnderline, kCommandTextLeft, kCommandTextCentre,
-                      kCommandTextRight, kCommandFontColour, kCommandBringToFront, kCommandSendToBack})
+                      kCommandTextRight, kCommandFontColour})
+        EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editable && texts ? MF_ENABLED : MF_GRAYED));
+      for (UINT id : {kCommandBringToFront, kCommandSendToBack})
         EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editable && objects ? MF_ENABLED : MF_GRAYED));
     }
     if (reportMenu) {
@@ -944,6 +948,7 @@ struct DesignerControl::Impl {
     DesignerToolbar::State bar;
     bar.editable = editable;
     bar.objects = objects;
+    bar.texts = objects && editor.document() && designer::selectionShowsText(*editor.document(), editor.selection());
     bar.canUndo = editor.canUndo();
     bar.canRedo = editor.canRedo();
     if (objects && editor.document()) bar.properties = designer::describeSelection(*editor.document(), editor.selection());
@@ -987,7 +992,7 @@ struct DesignerControl::Impl {
                          {kCommandInsertGroup, L"&Group..."},
                          {0, nullptr},
                          {kCommandInsertLine, L"&Line"},
-                         {kCommandInsertBox, L"&Box"},
+                         {kCommandInsertBox, L"Bo&x"},
                          {0, nullptr},
                          {kCommandInsertSubreport, L"Su&breport..."}});
     HMENU report = reportMenu = menu({{kCommandReportTitle, L"&Title..."},
@@ -1011,11 +1016,11 @@ struct DesignerControl::Impl {
                        {kCommandTextLeft, L"Align Text &Left\tCtrl+L"},
                        {kCommandTextCentre, L"C&entre Text\tCtrl+E"},
                        {kCommandTextRight, L"Align Text &Right\tCtrl+R"},
-                       {kCommandFontColour, L"Font &Colour..."},
+                       {kCommandFontColour, L"&Font Colour..."},
                        {0, nullptr},
-                       {kCommandAlignLeft, L"Align Le&fts"},
+                       {kCommandAlignLeft, L"Align Left&s"},
                        {kCommandAlignRight, L"Align Ri&ghts"},
-                       {kCommandAlignTop, L"Align &Tops"},
+                       {kCommandAlignTop, L"Align To&ps"},
                        {kCommandAlignBottom, L"Align B&ottoms"},
                        {kCommandAlignCentres, L"Align Ce&ntres"},
                        {kCommandAlignMiddles, L"Align &Middles"},
@@ -1027,7 +1032,7 @@ struct DesignerControl::Impl {
                        {kCommandSpaceAcross, L"Space Evenly &Across"},
                        {kCommandSpaceDown, L"Space Evenly &Down"},
                        {0, nullptr},
-                       {kCommandBringToFront, L"Bring to &Front"},
+                       {kCommandBringToFront, L"Bring &to Front"},
                        {kCommandSendToBack, L"Send to Bac&k"},
                        {0, nullptr},
                        {kCommandConditionalFormatting, L"&Conditional Formatting..."}});
@@ -1192,8 +1197,8 @@ struct DesignerControl::Impl {
                               [&](const model::RunningTotal& t) { return equalsNoCase(t.name, shown.formula); });
     if (shown.kind != model::ObjectKind::RunningTotalField || found == parts.runningTotals.end()) return;
     const Text oldName = found->name;
-    const auto problem = [&](const model::RunningTotal& t) {
-      return designer::runningTotalProblem(*editor.definition(), fields, t, oldName);
+    const auto problem = [&](const model::RunningTotal& t, designer::RunningTotalPart& part) {
+      return designer::runningTotalProblem(*editor.definition(), fields, t, oldName, &part);
     };
     const designer::ReportParts before = parts;
     if (!editRunningTotal(dialogOwner, *found, catalogue(), problem)) return;
@@ -1515,8 +1520,8 @@ struct DesignerControl::Impl {
       case kCommandInsertRunningTotal: {
         model::RunningTotal total;
         total.name = uniqueTotalName(parts);
-        const auto problem = [&](const model::RunningTotal& t) {
-          return designer::runningTotalProblem(*editor.definition(), fields, t);
+        const auto problem = [&](const model::RunningTotal& t, designer::RunningTotalPart& part) {
+          return designer::runningTotalProblem(*editor.definition(), fields, t, {}, &part);
         };
         if (!editable || !editRunningTotal(dialogOwner, total, catalogue(), problem)) break;
         parts.runningTotals.push_back(total);
@@ -1540,7 +1545,7 @@ struct DesignerControl::Impl {
         }
         break;
       case kCommandInsertPictureField:
-        if (editable && chooseField(dialogOwner, o.field, catalogue()) && !o.field.column.empty()) {
+        if (editable && choosePictureField(dialogOwner, o.field, catalogue()) && !o.field.column.empty()) {
           o.kind = model::ObjectKind::Picture;
           o.height = 1440;
           o.name = editor.uniqueName(o.field.column);

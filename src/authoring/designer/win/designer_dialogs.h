@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "authoring/designer/arrange.h"
+#include "authoring/designer/conditions.h"
 #include "authoring/designer/parameter_uses.h"
 #include "base/text.h"
 #include "engine/formula/value.h"
@@ -64,10 +65,12 @@ struct ConditionRow {
 bool editConditions(HWND owner, const Text& caption, std::vector<ConditionRow>& rows, const FieldCatalogue& fields);
 
 // A running total: its name, field and operation, when it takes a record in
-// and when it starts again. `problem` says why one cannot be made (the
-// dialog then stays open, saying so).
+// and when it starts again. `problem` says why one cannot be made and which
+// part is at fault (the dialog then stays open, saying so, the focus there).
+using RunningTotalCheck =
+    std::function<std::optional<Text>(const model::RunningTotal&, designer::RunningTotalPart&)>;
 bool editRunningTotal(HWND owner, model::RunningTotal& total, const FieldCatalogue& fields,
-                      const std::function<std::optional<Text>(const model::RunningTotal&)>& problem);
+                      const RunningTotalCheck& problem);
 bool editSortFields(HWND owner, std::vector<model::SortField>& sort, const FieldCatalogue& fields);
 // A new group: its field and direction.
 bool chooseGroup(HWND owner, model::Group& group, const FieldCatalogue& fields);
@@ -82,6 +85,9 @@ bool editGroups(HWND owner, std::vector<designer::GroupPlace>& groups, const std
 bool editLinks(HWND owner, std::vector<model::TableLink>& links, const FieldCatalogue& fields);
 bool editPageSetup(HWND owner, model::PageSetup& page);
 bool chooseField(HWND owner, model::FieldRef& field, const FieldCatalogue& fields);
+// A column holding pictures: the tables' columns only (a formula gives no
+// picture).
+bool choosePictureField(HWND owner, model::FieldRef& field, const FieldCatalogue& fields);
 bool chooseSpecialField(HWND owner, model::SpecialFieldKind& kind);
 // A summary: operation, field, and where (0 the whole report, n the n-th
 // group).

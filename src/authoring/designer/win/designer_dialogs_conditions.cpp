@@ -30,7 +30,6 @@ std::size_t at(int index) { return static_cast<std::size_t>(index); }
 constexpr int kRowHeight = 420;
 constexpr int kFirstRowId = 200;  // each row: label, box, "..." button
 constexpr int kConditionStatus = 190;
-constexpr UINT kEmSetCueBanner = 0x1501;
 
 class ConditionsDialog final : public ModalDialog {
  public:
@@ -61,12 +60,11 @@ class ConditionsDialog final : public ModalDialog {
   int firstFocus() const override { return boxId(0); }
 
   void onInit() override {
+    Text letters;
     for (std::size_t i = 0; i < rows_.size(); ++i) {
-      setText(labelId(i), rows_[i].label + u":");
+      setText(labelId(i), withMnemonic(rows_[i].label, letters) + u":");
       SendMessageW(item(boxId(i)), EM_SETLIMITTEXT, 0, 0);
       setText(boxId(i), rows_[i].formula);
-      const std::wstring hint = toWide(rows_[i].hint);
-      SendMessageW(item(boxId(i)), kEmSetCueBanner, FALSE, reinterpret_cast<LPARAM>(hint.c_str()));
     }
     recheck();
   }
@@ -74,18 +72,25 @@ class ConditionsDialog final : public ModalDialog {
   void onCommand(int id, int code) override {
     for (std::size_t i = 0; i < rows_.size(); ++i) {
       if (id == boxId(i) && code == EN_CHANGE) recheck();
+      if (id == boxId(i) && code == EN_SETFOCUS) {
+        focusedRow_ = i;
+        recheck();
+      }
       if (id == buttonId(i) && code == BN_CLICKED) {
         Text formula = text(boxId(i));
-        if (editCondition(hwnd(), rows_[i].label, formula, fields_)) setText(boxId(i), formula);
+        if (editCondition(hwnd(), u"Condition: " + rows_[i].label, formula, fields_)) setText(boxId(i), formula);
         focus(boxId(i));
       }
     }
   }
 
-  // The first row with a mistake, said in the status line.
+  // The first row with a mistake, said in the status line; else what the
+  // row being typed in expects.
   void recheck() {
     mistakeRow_.reset();
     Text status = u"Each condition is worked out for every record the object prints with; leave a box empty for none.";
+    if (focusedRow_ < rows_.size() && !rows_[focusedRow_].hint.empty())
+      status = rows_[focusedRow_].label + u": " + rows_[focusedRow_].hint + u". " + status;
     for (std::size_t i = 0; i < rows_.size() && !mistakeRow_; ++i) {
       const Text current = text(boxId(i));
       if (isBlank(current)) continue;
@@ -126,6 +131,7 @@ class ConditionsDialog final : public ModalDialog {
   std::vector<ConditionRow>& rows_;
   const FieldCatalogue& fields_;
   std::optional<std::size_t> mistakeRow_;
+  std::size_t focusedRow_ = 0;
   std::optional<formula::FormulaError> mistake_;
 };
 
@@ -147,6 +153,8 @@ enum RunningTotalIds {
   kResetBox,
   kResetGroupBox,
   kResetFormulaBox,
+  kEvaluateFormulaButton,
+  kResetFormulaButton,
 };
 
 const struct {
@@ -164,7 +172,7 @@ const struct {
 class RunningTotalDialog final : public ModalDialog {
  public:
   RunningTotalDialog(model::RunningTotal& total, const FieldCatalogue& fields,
-                     const std::function<std::optional<Text>(const model::RunningTotal&)>& problem)
+                     const RunningTotalCheck& problem)
       : ModalDialog(L"Running Total", 7200, 3660),
         total_(total),
         fields_(fields),
@@ -183,11 +191,13 @@ class RunningTotalDialog final : public ModalDialog {
         {WC_STATICW, L"&Evaluate:", kEvaluateLabel, 120, 1410, 1320, 195, kLabel},
         {WC_COMBOBOXW, L"", kEvaluateBox, 1500, 1380, 5580, 2400, kDropList},
         {WC_COMBOBOXW, L"", kEvaluateFieldBox, 1500, 1770, 5580, 2400, kDropList},
-        {WC_EDITW, L"", kEvaluateFormulaBox, 1500, 1770, 5580, 285, kEdit},
+        {WC_EDITW, L"", kEvaluateFormulaBox, 1500, 1770, 4860, 285, kEdit},
+        {WC_BUTTONW, L"...", kEvaluateFormulaButton, 6420, 1770, 660, 285, WS_TABSTOP | BS_PUSHBUTTON},
         {WC_STATICW, L"&Reset:", kResetLabel, 120, 2250, 1320, 195, kLabel},
         {WC_COMBOBOXW, L"", kResetBox, 1500, 2220, 5580, 2400, kDropList},
         {WC_COMBOBOXW, L"", kResetGroupBox, 1500, 2610, 5580, 2400, kDropList},
-        {WC_EDITW, L"", kResetFormulaBox, 1500, 2610, 5580, 285, kEdit},
+        {WC_EDITW, L"", kResetFormulaBox, 1500, 2610, 4860, 285, kEdit},
+        {WC_BUTTONW, L"...", kResetFormulaButton, 6420, 2610, 660, 285, WS_TABSTOP | BS_PUSHBUTTON},
         {WC_BUTTONW, L"OK", IDOK, 5025, 3150, 975, 375, WS_TABSTOP | BS_DEFPUSHBUTTON},
         {WC_BUTTONW, L"Cancel", IDCANCEL, 6105, 3150, 975, 375, WS_TABSTOP | BS_PUSHBUTTON},
     };
@@ -230,12 +240,22 @@ class RunningTotalDialog final : public ModalDialog {
     const int evaluate = selected(kEvaluateBox), reset = selected(kResetBox);
     ShowWindow(item(kEvaluateFieldBox), evaluate == 1 ? SW_SHOW : SW_HIDE);
     ShowWindow(item(kEvaluateFormulaBox), evaluate == 2 ? SW_SHOW : SW_HIDE);
+    ShowWindow(item(kEvaluateFormulaButton), evaluate == 2 ? SW_SHOW : SW_HIDE);
     ShowWindow(item(kResetGroupBox), reset == 1 ? SW_SHOW : SW_HIDE);
     ShowWindow(item(kResetFormulaBox), reset == 2 ? SW_SHOW : SW_HIDE);
+    ShowWindow(item(kResetFormulaButton), reset == 2 ? SW_SHOW : SW_HIDE);
   }
 
   void onCommand(int id, int code) override {
     if ((id == kEvaluateBox || id == kResetBox) && code == CBN_SELCHANGE) showChoices();
+    // "..." opens a formula box in the formula editor, its mistakes shown as typed.
+    if ((id == kEvaluateFormulaButton || id == kResetFormulaButton) && code == BN_CLICKED) {
+      const bool evaluate = id == kEvaluateFormulaButton;
+      const int box = evaluate ? kEvaluateFormulaBox : kResetFormulaBox;
+      Text formula = text(box);
+      if (editCondition(hwnd(), evaluate ? u"Running Total: Evaluate When" : u"Running Total: Reset When", formula, fields_)) setText(box, formula);
+      focus(box);
+    }
   }
 
   bool onOk() override {
@@ -255,11 +275,15 @@ class RunningTotalDialog final : public ModalDialog {
     answer.reset = static_cast<model::RunningTotalReset>(std::max(0, selected(kResetBox)));
     answer.resetGroup = answer.reset == model::RunningTotalReset::OnChangeOfGroup ? selected(kResetGroupBox) + 1 : 1;
     answer.resetFormula = answer.reset == model::RunningTotalReset::OnFormula ? text(kResetFormulaBox) : Text();
-    if (auto problem = problem_ ? problem_(answer) : std::nullopt) {
-      int box = kNameBox;
-      if (problem->find(u"field") != Text::npos) box = kFieldBox;
-      if (problem->find(u"taken in") != Text::npos) box = kEvaluateFormulaBox;
-      if (problem->find(u"starts again") != Text::npos) box = kResetFormulaBox;
+    designer::RunningTotalPart part = designer::RunningTotalPart::Name;
+    if (auto problem = problem_ ? problem_(answer, part) : std::nullopt) {
+      using P = designer::RunningTotalPart;
+      const int box = part == P::Field             ? kFieldBox
+                      : part == P::EvaluateField   ? kEvaluateFieldBox
+                      : part == P::EvaluateFormula ? kEvaluateFormulaBox
+                      : part == P::Reset           ? kResetBox
+                      : part == P::ResetFormula    ? kResetFormulaBox
+                                                   : kNameBox;
       refuse(box, *problem);
       return false;
     }
@@ -269,7 +293,7 @@ class RunningTotalDialog final : public ModalDialog {
 
   model::RunningTotal& total_;
   const FieldCatalogue& fields_;
-  const std::function<std::optional<Text>(const model::RunningTotal&)>& problem_;
+  const RunningTotalCheck& problem_;
   std::vector<FieldChoice> choices_;
 };
 
@@ -285,7 +309,7 @@ bool editConditions(HWND owner, const Text& caption, std::vector<ConditionRow>& 
 }
 
 bool editRunningTotal(HWND owner, model::RunningTotal& total, const FieldCatalogue& fields,
-                      const std::function<std::optional<Text>(const model::RunningTotal&)>& problem) {
+                      const RunningTotalCheck& problem) {
   return answered([&] {
     model::RunningTotal answer = total;
     if (!RunningTotalDialog(answer, fields, problem).run(owner)) return false;

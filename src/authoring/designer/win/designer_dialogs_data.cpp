@@ -36,8 +36,9 @@ enum FieldIds { kFieldLabel = 101, kFieldList };
 
 class FieldDialog final : public ModalDialog {
  public:
-  FieldDialog(model::FieldRef& field, const FieldCatalogue& fields)
-      : ModalDialog(L"Insert Field", 4800, 4170), field_(field), choices_(fieldChoices(fields, true)) {}
+  FieldDialog(model::FieldRef& field, const FieldCatalogue& fields, const wchar_t* caption = L"Insert Field",
+              bool withFormulas = true)
+      : ModalDialog(caption, 4800, 4170), field_(field), choices_(fieldChoices(fields, withFormulas)) {}
 
  private:
   std::vector<ControlLayout> layout() const override {
@@ -404,11 +405,11 @@ class LinksDialog final : public ModalDialog {
         {WC_STATICW, L"&From:", kFromLabel, 120, 2670, 600, 195, kLabel},
         {WC_COMBOBOXW, L"", kFromTable, 720, 2640, 2280, 2400, kDropList},
         {WC_COMBOBOXW, L"", kFromColumn, 3120, 2640, 2280, 2400, kDropList},
+        {WC_STATICW, L"&Join:", kJoinLabel, 5580, 2670, 600, 195, kLabel},
+        {WC_COMBOBOXW, L"", kJoinBox, 6180, 2640, 2100, 2400, kDropList},
         {WC_STATICW, L"&To:", kToLabel, 120, 3060, 600, 195, kLabel},
         {WC_COMBOBOXW, L"", kToTable, 720, 3030, 2280, 2400, kDropList},
         {WC_COMBOBOXW, L"", kToColumn, 3120, 3030, 2280, 2400, kDropList},
-        {WC_STATICW, L"&Join:", kJoinLabel, 5580, 2670, 600, 195, kLabel},
-        {WC_COMBOBOXW, L"", kJoinBox, 6180, 2640, 2100, 2400, kDropList},
         {WC_BUTTONW, L"OK", IDOK, 6225, 3720, 975, 375, kOkButton},
         {WC_BUTTONW, L"Cancel", IDCANCEL, 7305, 3720, 975, 375, kButton},
     };
@@ -781,6 +782,15 @@ bool chooseField(HWND owner, model::FieldRef& field, const FieldCatalogue& field
   return answered([&] {
     model::FieldRef answer = field;
     if (!FieldDialog(answer, fields).run(owner)) return false;
+    field = std::move(answer);
+    return true;
+  });
+}
+
+bool choosePictureField(HWND owner, model::FieldRef& field, const FieldCatalogue& fields) {
+  return answered([&] {
+    model::FieldRef answer = field;
+    if (!FieldDialog(answer, fields, L"Picture from Field", false).run(owner)) return false;
     field = std::move(answer);
     return true;
   });

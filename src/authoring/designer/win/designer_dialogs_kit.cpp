@@ -207,6 +207,20 @@ void ModalDialog::refuse(int focusId, TextView message) {
   focus(focusId);
 }
 
+Text withMnemonic(TextView label, Text& taken) {
+  const auto lower = [](char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c; };
+  const auto isLetter = [&](char16_t c) { return lower(c) >= u'a' && lower(c) <= u'z'; };
+  const auto free = [&](std::size_t i) { return isLetter(label[i]) && taken.find(lower(label[i])) == Text::npos; };
+  std::optional<std::size_t> at;
+  for (std::size_t i = 0; i < label.size() && !at; ++i)
+    if ((i == 0 || label[i - 1] == u' ') && free(i)) at = i;
+  for (std::size_t i = 0; i < label.size() && !at; ++i)
+    if (free(i)) at = i;
+  if (!at) return Text(label);
+  taken += lower(label[*at]);
+  return Text(label.substr(0, *at)) + u'&' + Text(label.substr(*at));
+}
+
 // ---------------------------------------------------------------------------
 // Field lists
 

@@ -76,6 +76,12 @@ class ModalDialog {
   HWND owner_ = nullptr;
 };
 
+// A label made at run time (a condition's name, say) with an underlined
+// letter none of `taken` has: the first letter of a word if one is free,
+// else any letter of it. The letter chosen is added to `taken` (lower
+// case); a label with no free letter is left as it is.
+Text withMnemonic(TextView label, Text& taken);
+
 // Runs a dialog function's body so that no exception leaves it: a failure
 // answers as Cancel does, and the caller's objects stay as they were.
 template <class Body>

@@ -228,6 +228,24 @@ HWND DesignerToolbar::create(HWND parent, int id) {
   };
   font_ = box(kCommandFontName, kFontBoxWidth, CBS_DROPDOWN | CBS_SORT | CBS_AUTOHSCROLL);
   size_ = box(kCommandFontSize, kSizeBoxWidth, CBS_DROPDOWN | CBS_AUTOHSCROLL);
+  // The boxes have tooltips as the buttons do, from the toolbar's own tooltip
+  // window (told of each box's edit too, which is what the mouse is over).
+  if (HWND tips = reinterpret_cast<HWND>(SendMessageW(toolbar_, TB_GETTOOLTIPS, 0, 0))) {
+    for (const auto& [combo, tip] : {std::pair{font_, L"Font"}, std::pair{size_, L"Font Size"}}) {
+      COMBOBOXINFO parts{sizeof(parts)};
+      GetComboBoxInfo(combo, &parts);
+      for (HWND part : {combo, parts.hwndItem}) {
+        if (!part) continue;
+        TOOLINFOW tool{};
+        tool.cbSize = TTTOOLINFOW_V2_SIZE;
+        tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
+        tool.hwnd = toolbar_;
+        tool.uId = reinterpret_cast<UINT_PTR>(part);
+        tool.lpszText = const_cast<wchar_t*>(tip);
+        SendMessageW(tips, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+      }
+    }
+  }
   std::set<std::wstring> names;
   LOGFONTW any{};
   any.lfCharSet = DEFAULT_CHARSET;
@@ -254,7 +272,7 @@ void DesignerToolbar::show(const State& state) {
   if (!toolbar_) return;
   const auto enable = [this](UINT id, bool on) { SendMessageW(toolbar_, TB_ENABLEBUTTON, id, MAKELONG(on ? TRUE : FALSE, 0)); };
   const auto check = [this](UINT id, bool on) { SendMessageW(toolbar_, TB_CHECKBUTTON, id, MAKELONG(on ? TRUE : FALSE, 0)); };
-  const bool formatting = state.editable && state.objects;
+  const bool formatting = state.editable && state.objects && state.texts;
   const auto value = [&](const wchar_t* key) {
     const designer::Property* p = formatting ? find(state.properties, key) : nullptr;
     return p ? toWide(p->value) : std::wstring();

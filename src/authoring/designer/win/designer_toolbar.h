@@ -34,6 +34,7 @@ class DesignerToolbar {
   struct State {
     bool editable = false;
     bool objects = false;  // objects are selected
+    bool texts = false;    // one of them shows text (the format buttons act on it)
     bool canUndo = false, canRedo = false;
     std::vector<designer::Property> properties;  // of the selection
   };

@@ -27,7 +27,7 @@ const ControlLayout kLayout[] = {
     {WC_BUTTONW, L"C&urrent page", kExportCurrentPage, 360, 1230, 3000, 255, BS_AUTORADIOBUTTON},
     {WC_BUTTONW, L"&Pages", kExportPagesFromTo, 360, 1605, 900, 255, BS_AUTORADIOBUTTON},
     {WC_EDITW, L"", kExportFrom, 1320, 1575, 900, 300, WS_GROUP | WS_TABSTOP | ES_AUTOHSCROLL | ES_NUMBER},
-    {WC_STATICW, L"to", kExportToLabel, 2340, 1620, 360, 225, SS_LEFT},
+    {WC_STATICW, L"&to", kExportToLabel, 2340, 1620, 360, 225, SS_LEFT},
     {WC_EDITW, L"", kExportTo, 2760, 1575, 900, 300, WS_TABSTOP | ES_AUTOHSCROLL | ES_NUMBER},
     {WC_BUTTONW, L"OK", IDOK, 3180, 2235, 975, 375, WS_GROUP | WS_TABSTOP | BS_DEFPUSHBUTTON},
     {WC_BUTTONW, L"Cancel", IDCANCEL, 4245, 2235, 975, 375, WS_TABSTOP | BS_PUSHBUTTON},
@@ -165,15 +165,7 @@ std::optional<ExportRequest> askExport(HWND owner, const Text& title, std::int32
   ExportForm form(currentPage, pagesKnown, pageCount);
   form.load();
   if (!form.hwnd()) return std::nullopt;
-  if (owner) {
-    // Centred over the window it was opened from, and owned by it.
-    SetWindowLongPtrW(form.hwnd(), GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner));
-    RECT o, f;
-    GetWindowRect(owner, &o);
-    GetWindowRect(form.hwnd(), &f);
-    SetWindowPos(form.hwnd(), nullptr, (o.left + o.right - (f.right - f.left)) / 2,
-                 (o.top + o.bottom - (f.bottom - f.top)) / 2, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-  }
+  form.centreOver(owner);
   form.showModal();
   if (!form.accepted()) return std::nullopt;
   auto path = askPath(owner, title, form.format());
