@@ -159,8 +159,10 @@ void Form::centreOver(HWND owner) {
   GetWindowRect(owner, &o);
   GetWindowRect(hwnd_, &f);
   const int width = f.right - f.left, height = f.bottom - f.top;
-  const int x = std::clamp<int>((o.left + o.right - width) / 2, 0, std::max(0, GetSystemMetrics(SM_CXSCREEN) - width));
-  const int y = std::clamp<int>((o.top + o.bottom - height) / 2, 0, std::max(0, GetSystemMetrics(SM_CYSCREEN) - height));
+  const int right = std::max(0, GetSystemMetrics(SM_CXSCREEN) - width);
+  const int bottom = std::max(0, GetSystemMetrics(SM_CYSCREEN) - height);
+  const int x = std::clamp<int>((o.left + o.right - width) / 2, 0, right);
+  const int y = std::clamp<int>((o.top + o.bottom - height) / 2, 0, bottom);
   SetWindowPos(hwnd_, nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
@@ -249,7 +251,8 @@ LRESULT Form::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       case WM_NEXTDLGCTL: {
         // As a dialog moves the focus (a label's underlined letter asks for
         // this): to the control given, or to the next or previous Tab stop.
-        HWND target = LOWORD(lParam) ? reinterpret_cast<HWND>(wParam) : GetNextDlgTabItem(hwnd_, GetFocus(), wParam != 0);
+        HWND target =
+            LOWORD(lParam) ? reinterpret_cast<HWND>(wParam) : GetNextDlgTabItem(hwnd_, GetFocus(), wParam != 0);
         if (target && IsChild(hwnd_, target)) {
           SetFocus(target);
           if (SendMessageW(target, WM_GETDLGCODE, 0, 0) & DLGC_HASSETSEL) SendMessageW(target, EM_SETSEL, 0, -1);

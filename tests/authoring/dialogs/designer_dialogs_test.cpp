@@ -698,7 +698,7 @@ TEST(AuthoringDialogs, KeyboardAndLayoutAsAWindowsDialog) {
     total.reset = model::RunningTotalReset::OnFormula;
     return editRunningTotal(owner, total, fields, nullptr);
   });
-  sweep(L"Section: Details", [&](HWND owner) {
+  sweep(L"Section Options: Details", [&](HWND owner) {
     model::Section section;
     section.name = u"Details";
     return editSectionOptions(owner, section);

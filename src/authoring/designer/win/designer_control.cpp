@@ -928,7 +928,8 @@ struct DesignerControl::Impl {
     if (formatMenu) {
       for (const auto& [id, how] : kArrangements)
         EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editor.canArrange(how) ? MF_ENABLED : MF_GRAYED));
-      const bool texts = objects && editor.document() && designer::selectionShowsText(*editor.document(), editor.selection());
+      const bool texts =
+          objects && editor.document() && designer::selectionShowsText(*editor.document(), editor.selection());
       for (UINT id : {kCommandBold, kCommandItalic, kCommandUnderline, kCommandTextLeft, kCommandTextCentre,
                       kCommandTextRight, kCommandFontColour})
         EnableMenuItem(formatMenu, id, MF_BYCOMMAND | (editable && texts ? MF_ENABLED : MF_GRAYED));

@@ -253,7 +253,8 @@ class RunningTotalDialog final : public ModalDialog {
       const bool evaluate = id == kEvaluateFormulaButton;
       const int box = evaluate ? kEvaluateFormulaBox : kResetFormulaBox;
       Text formula = text(box);
-      if (editCondition(hwnd(), evaluate ? u"Running Total: Evaluate When" : u"Running Total: Reset When", formula, fields_)) setText(box, formula);
+      const Text caption = evaluate ? u"Running Total: Evaluate When" : u"Running Total: Reset When";
+      if (editCondition(hwnd(), caption, formula, fields_)) setText(box, formula);
       focus(box);
     }
   }

@@ -29,7 +29,7 @@ enum SectionIds { kSuppress = 101, kNewPageBefore, kNewPageAfter, kKeepTogether,
 class SectionDialog final : public ModalDialog {
  public:
   explicit SectionDialog(model::Section& section)
-      : ModalDialog(L"Section: " + mervane::win::toWide(section.name), 4800, 2730), section_(section) {}
+      : ModalDialog(L"Section Options: " + mervane::win::toWide(section.name), 4800, 2730), section_(section) {}
 
  private:
   std::vector<ControlLayout> layout() const override {
