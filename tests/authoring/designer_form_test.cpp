@@ -19,6 +19,7 @@
 
 #include "Mervane100.h"
 #include "authoring/designer/win/designer_control.h"
+#include "authoring/viewer/win/export_dialog.h"
 #include "authoring/viewer/win/viewer_control.h"
 #include "authoring/win/designer_form.h"
 #include "base/win/com.h"
@@ -1091,6 +1092,7 @@ TEST_F(DesignerFormTest, AnOnDemandSubreportOpensACustomersOrdersFromItsLink) {
   fs::remove(pdf);
   bool hand = false, opened = false, backByEsc = false, byKeys = false, closed = false;
   std::wstring tab;
+  std::vector<std::wstring> formatsOnTab;  // offered by the Export dialog on the subreport's tab
   Text linkShown;
   {
     Person person(L"On-demand test", [&](Person& p, HWND window) {
@@ -1137,6 +1139,17 @@ TEST_F(DesignerFormTest, AnOnDemandSubreportOpensACustomersOrdersFromItsLink) {
         SendMessageW(tabs, TCM_GETITEMW, 1, reinterpret_cast<LPARAM>(&item));
         tab = caption;
         holdForScreenshots();
+        Person::click(GetDlgItem(orders->hwnd(), viewer::win::kExportButton));
+        if (HWND dialog = Person::waitForWindow(viewer::win::kExportCaption, window)) {
+          HWND list = GetDlgItem(dialog, viewer::win::kExportFormat);
+          for (int i = 0; i < static_cast<int>(SendMessageW(list, CB_GETCOUNT, 0, 0)); ++i) {
+            wchar_t name[80] = {};
+            SendMessageW(list, CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(name));
+            formatsOnTab.push_back(name);
+          }
+          p.pressKey(dialog, VK_ESCAPE);
+          Person::waitHidden(dialog);
+        }
         orders->exportTo(pdf.wstring());
         Person::waitFor([&] { return orders->lastExport().has_value(); });
         // Clicks beside the pages put the keys there.
@@ -1166,6 +1179,9 @@ TEST_F(DesignerFormTest, AnOnDemandSubreportOpensACustomersOrdersFromItsLink) {
   EXPECT_TRUE(opened);
   EXPECT_EQ(tab, L"Orders (198)");  // Anna Bergström, the first customer by name
   EXPECT_TRUE(fs::exists(pdf));  // read back by on_demand_pdf_read_back
+  // Its pages go out in every format made from pages; data only needs a whole report.
+  EXPECT_EQ(formatsOnTab, (std::vector<std::wstring>{L"PDF document", L"Excel workbook, as printed",
+                                                     L"Web page (HTML)", L"CSV, comma-separated values"}));
   EXPECT_TRUE(backByEsc);
   EXPECT_TRUE(byKeys);
   EXPECT_TRUE(closed);

@@ -38,8 +38,8 @@ ExportFormat lastFormat = ExportFormat::Pdf;
 
 class ExportForm final : public mervane::win::Form {
  public:
-  ExportForm(std::int32_t current, std::int32_t known, std::optional<std::int32_t> count)
-      : Form(kExportCaption, 5400, 2760), current_(current), known_(known), count_(count) {
+  ExportForm(std::int32_t current, std::int32_t known, std::optional<std::int32_t> count, bool wholeData)
+      : Form(kExportCaption, 5400, 2760), current_(current), known_(known), count_(count), wholeData_(wholeData) {
     keepDialogFocus(kExportFormat, IDOK);
   }
 
@@ -58,6 +58,7 @@ class ExportForm final : public mervane::win::Form {
     HWND list = control(kExportFormat);
     int selected = 0;
     for (const auto& info : exportFormats()) {
+      if (!info.byPages && !wholeData_) continue;
       const int index = static_cast<int>(
           SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(toWide(info.name).c_str())));
       SendMessageW(list, CB_SETITEMDATA, static_cast<WPARAM>(index), static_cast<LPARAM>(info.format));
@@ -130,6 +131,7 @@ class ExportForm final : public mervane::win::Form {
   std::int32_t current_;
   std::int32_t known_;
   std::optional<std::int32_t> count_;
+  bool wholeData_;
   bool accepted_ = false;
   ExportFormat format_ = ExportFormat::Pdf;
   ExportPages pages_;
@@ -161,8 +163,9 @@ std::optional<std::wstring> askPath(HWND owner, const Text& title, ExportFormat 
 }  // namespace
 
 std::optional<ExportRequest> askExport(HWND owner, const Text& title, std::int32_t currentPage,
-                                       std::int32_t pagesKnown, std::optional<std::int32_t> pageCount) {
-  ExportForm form(currentPage, pagesKnown, pageCount);
+                                       std::int32_t pagesKnown, std::optional<std::int32_t> pageCount,
+                                       bool wholeData) {
+  ExportForm form(currentPage, pagesKnown, pageCount, wholeData);
   form.load();
   if (!form.hwnd()) return std::nullopt;
   form.centreOver(owner);

@@ -40,8 +40,11 @@ void ViewerControl::print(const printing::win::PrintChoice& choice) {
 
 void ViewerControl::exportTo() {
   if (!source_ || !hwnd_ || (exportJob_ && !exportJob_->finished())) return;
+  // Data only is made from the report itself: pages without one (an
+  // on-demand subreport's) go out as pages.
   auto request = askExport(GetAncestor(hwnd_, GA_ROOT), report_ ? report_->title() : title_, nav_.current(),
-                           nav_.last(), nav_.final() ? std::optional<std::int32_t>(nav_.last()) : std::nullopt);
+                           nav_.last(), nav_.final() ? std::optional<std::int32_t>(nav_.last()) : std::nullopt,
+                           report_ != nullptr);
   if (request) exportTo(*request);
 }
 
