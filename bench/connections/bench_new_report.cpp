@@ -108,7 +108,7 @@ int main(int argc, char** argv) {
   parts.catalogues = [](const DataSource& connect) { return engine::data::openCatalogue(connect); };
   engine::Engine engine(parts);
   // A SQLite file stands as the server; the database is its base name.
-  const DataSource sql = engine::data::serverDataSource(fromUtf8(path), u"two-thousand-tables", Text(), Text());
+  const DataSource sql = serverDataSource(fromUtf8(path), u"two-thousand-tables", Text(), Text());
 
   std::vector<double> build, listing;
   std::size_t tables = 0, links = 0;

@@ -100,7 +100,7 @@ void cursor(const std::string& label, const Text& connectText, const Text& user,
   for (const char16_t* name : {u"Customers", u"Orders", u"Order Lines"}) {
     model::Table t;
     t.alias = t.location = name;
-    t.connection = engine::data::readDataSource(connectText);
+    t.connection = readDataSource(connectText);
     data.tables.push_back(t);
   }
   data.links.push_back({field(u"Customers", u"CustomerID"), field(u"Orders", u"CustomerID")});
@@ -149,12 +149,12 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s\n", toUtf8(r.error).c_str());
     return 1;
   }
-  engine::data::AttributeList attributes = r.connection->attributes;
+  AttributeList attributes = r.connection->attributes;
   if (!user.empty()) {
     attributes.set(u"UID", user);
     attributes.set(u"PWD", password);
   }
-  driverAlone(label, engine::data::formatOdbc(attributes));
+  driverAlone(label, formatOdbc(attributes));
   cursor(label, connectText, user, password);
   return 0;
 }

@@ -17,8 +17,8 @@ void fillChooser(ForgivingTableChooser& chooser, const ServerDatabase& database)
 
 void addTickedTables(const DataSource& sql, const std::vector<ChooserNodeState>& nodes,
                      ForgivingDatabase& reportDatabase) {
-  const DataSource integrated = engine::data::serverDataSource(sql.server, sql.database, Text(), Text());
-  const DataSource login = engine::data::serverDataSource(sql.server, sql.database, sql.user, sql.password);
+  const DataSource integrated = serverDataSource(sql.server, sql.database, Text(), Text());
+  const DataSource login = serverDataSource(sql.server, sql.database, sql.user, sql.password);
   for (const ChooserNodeState& node : nodes) {
     if (!node.checked || node.hasChildren) continue;
     if (!reportDatabase.addOleDbSource(integrated, node.text)) reportDatabase.addOleDbSource(login, node.text);

@@ -20,14 +20,9 @@
 #include <vector>
 
 #include "base/text.h"
-#include "engine/data/data_source.h"
+#include "components/data_source.h"
 
 namespace mervane {
-
-// Where a database is and how to log on to it (engine/data/data_source.h):
-// what the log-on and location calls below take, read once from the texts
-// and settings that name it.
-using engine::data::DataSource;
 
 enum class OpenMethod : int { Default = 0, ByTemporaryCopy = 1 };
 constexpr int kReportFileFormat = 1792;

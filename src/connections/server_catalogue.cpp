@@ -10,7 +10,7 @@ using engine::data::DatabaseCatalogue;
 using engine::data::DataError;
 
 OdbcDatabaseServer::OdbcDatabaseServer()
-    : OdbcDatabaseServer([](const engine::data::DataSource& source, int seconds) {
+    : OdbcDatabaseServer([](const DataSource& source, int seconds) {
         return engine::data::openCatalogue(source, seconds);
       }) {}
 
@@ -22,10 +22,10 @@ void OdbcDatabaseServer::setLoginTimeout(int seconds) { timeoutSeconds_ = second
 
 // The database on the server, with the log-on it was connected with.
 std::unique_ptr<DatabaseCatalogue> OdbcDatabaseServer::open(const Text& database) {
-  const engine::data::DataSource source = login_
-                                              ? engine::data::serverDataSource(server_, database, login_->first,
+  const DataSource source = login_
+                                              ? serverDataSource(server_, database, login_->first,
                                                                                login_->second)
-                                              : engine::data::serverDataSource(server_, database, Text(), Text());
+                                              : serverDataSource(server_, database, Text(), Text());
   if (timeoutSeconds_ <= 0) return open_(source, 0);  // no time-out asked for
   const Clock::time_point now = Clock::now();
   if (!deadline_) deadline_ = now + std::chrono::seconds(timeoutSeconds_);

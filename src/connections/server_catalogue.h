@@ -5,7 +5,7 @@
 //
 // The ODBC implementation reaches the server through the data door: each
 // log-on is the data source a new report's tables are added with
-// (engine::data::serverDataSource), which the connection resolver turns into
+// (serverDataSource), which the connection resolver turns into
 // an ODBC connection (a SQLite file, an ODBC data source, a SQL Server name). Every attempt to
 // reach a server shares one allowance of the login time-out, so a server
 // that does not answer costs the caller that long once, not once per
@@ -20,7 +20,7 @@
 
 #include "base/attempt.h"
 #include "base/text.h"
-#include "engine/data/data_source.h"
+#include "components/data_source.h"
 
 namespace mervane {
 
@@ -78,7 +78,7 @@ class OdbcDatabaseServer final : public DatabaseServer {
   // Opens a catalogue for a data source, waiting at most the given seconds
   // for the log-on; throws when it cannot.
   using Opener =
-      std::function<std::unique_ptr<engine::data::DatabaseCatalogue>(const engine::data::DataSource&, int)>;
+      std::function<std::unique_ptr<engine::data::DatabaseCatalogue>(const DataSource&, int)>;
 
   OdbcDatabaseServer();  // through engine::data::openCatalogue
   explicit OdbcDatabaseServer(Opener open);

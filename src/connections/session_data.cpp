@@ -4,7 +4,6 @@
 namespace mervane {
 
 SessionData readSessionData(const SessionSettings& s) {
-  using namespace engine::data;
   return SessionData{hostDataSource(kHostDatabase, s.userName, s.userPassword, s.odbcServer),
                      serverDataSource(s.sqlServer, s.sqlDatabase, s.sqlLogin, s.sqlPassword),
                      readDataSource(s.sqlConnString)};

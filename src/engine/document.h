@@ -22,7 +22,7 @@ struct ServerLogOn {
   Text database;
   Text user;
   Text password;
-  data::DataSource connection;
+  DataSource connection;
   bool given = false;
 };
 

@@ -30,7 +30,7 @@ bool forgetPasswords(model::ReportDefinition& definition, const std::vector<Text
     // those pieces.
     Text text = table.connection.connectText();
     if (forget(text)) {
-      table.connection = data::readDataSource(text);
+      table.connection = readDataSource(text);
       changed = true;
     }
   }

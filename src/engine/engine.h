@@ -29,7 +29,7 @@ class UnsupportedFormat : public std::exception {
 
 // Opens the catalogue of the database a data source reaches (normally
 // data::openCatalogue); throws when it cannot.
-using CatalogueOpener = std::function<std::unique_ptr<data::DatabaseCatalogue>(const data::DataSource& connection)>;
+using CatalogueOpener = std::function<std::unique_ptr<data::DatabaseCatalogue>(const DataSource& connection)>;
 
 // What a report reaches outside itself: its file store, its data, and the
 // catalogues of databases (to add tables and link them).

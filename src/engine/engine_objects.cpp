@@ -205,7 +205,7 @@ void TableObject::setLogOnInfo(const DataSource& server, const Text& database, c
   // A whole connection in place of a server (the host's data, "ODBC;
   // DATABASE=...;UID=...;PWD=...;DSN=...") is the table's connection, and
   // the table names it by its text.
-  const bool wholeConnection = server.form == data::TextForm::HostConnect;
+  const bool wholeConnection = server.form == TextForm::HostConnect;
   t.logOn.server = wholeConnection ? server.connectText() : server.server;
   t.logOn.database = database;
   t.logOn.user = user;

@@ -68,12 +68,12 @@ TEST(ForgivingReportEngine, MissingObjectsAndFailedCallsGiveEmptyValues) {
   std::vector<ForgivingTable> tables = borrowed.database().tables();
   ASSERT_EQ(tables.size(), 3u);
   EXPECT_EQ(tables[0].databaseType(), kSqlTableDatabaseType);
-  EXPECT_TRUE(tables[0].setLogOnInfo(engine::data::readDataSource(u"ODBC;DSN=Halyard"), u"", u"", u""));
+  EXPECT_TRUE(tables[0].setLogOnInfo(readDataSource(u"ODBC;DSN=Halyard"), u"", u"", u""));
   EXPECT_EQ(healthy->logOn.text, u"ODBC;DSN=Halyard");
   for (ForgivingTable* t : {&tables[1], &tables[2]}) {
     EXPECT_EQ(t->databaseType(), 0);
     EXPECT_EQ(t->location(), u"");
-    EXPECT_FALSE(t->setLogOnInfo(engine::data::readDataSource(u"x"), u"", u"", u""));
+    EXPECT_FALSE(t->setLogOnInfo(readDataSource(u"x"), u"", u"", u""));
   }
 
   std::vector<ForgivingSection> sections = borrowed.sections();

@@ -19,7 +19,7 @@ using Log = std::vector<std::string>;
 
 std::string u8(const Text& t) { return toUtf8(t); }
 
-const DataSource kSql = engine::data::serverDataSource(u"srv", u"Company", u"sa", u"pw;1");
+const DataSource kSql = serverDataSource(u"srv", u"Company", u"sa", u"pw;1");
 const Text kIntegrated =
     u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial Catalog=Company;Data "
     u"Source=srv";

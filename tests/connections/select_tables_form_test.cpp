@@ -244,7 +244,7 @@ TEST(SelectTablesFormTest, FileDatabaseIsLookedUpByItsName) {
       });
       OdbcDatabaseServer server;
       QuietWindow window;
-      EXPECT_FALSE(buildNewReport(engine::data::serverDataSource(u"Halyard", database, u"", u""), server, loadSelectTablesForm, window));
+      EXPECT_FALSE(buildNewReport(serverDataSource(u"Halyard", database, u"", u""), server, loadSelectTablesForm, window));
     }
     if (database == Text(u"archive")) {
       EXPECT_EQ(count, 0);

@@ -65,7 +65,7 @@ std::vector<std::pair<Text, Text>> chooserTree(const Sql& sql, std::chrono::mill
   OdbcDatabaseServer server;
   QuietWindow window;
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_FALSE(buildNewReport(engine::data::serverDataSource(sql.server, sql.database, sql.login, sql.password),
+  EXPECT_FALSE(buildNewReport(serverDataSource(sql.server, sql.database, sql.login, sql.password),
                               server, [&] { return std::make_unique<RecordingChooser>(added); }, window));
   if (took)
     *took = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
@@ -148,7 +148,7 @@ Text firstCity(const Settings& given) {
   engine::model::Table table;
   table.alias = table.location = u"Customers";
   table.logOn = {u"oldserver", u"oldcompany", u"olduser", {}, {}};
-  table.connection = engine::data::readDataSource(
+  table.connection = readDataSource(
       u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Initial Catalog=oldcompany;Data Source=oldserver");
   doc.definition.data.tables.push_back(table);
   using engine::model::FieldRef;
@@ -172,8 +172,8 @@ TEST_F(ServerCatalogueOdbcTest, RepointedTableReadsTheSessionsDatabase) {
   ASSERT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", u""}), city);
   EXPECT_FALSE(city.empty());
   EXPECT_EQ(city.find(u"connection"), Text::npos) << toUtf8(city);
-  for (const Text& named : {engine::data::logOnConnectText(u"company_sqlite", u"archive", u"", u""),
-                           engine::data::logOnConnectText(u"company_sqlite", u"company", u"", u""),
+  for (const Text& named : {logOnConnectText(u"company_sqlite", u"archive", u"", u""),
+                           logOnConnectText(u"company_sqlite", u"company", u"", u""),
                            Text(u"Driver={SQLite3};Database=/nowhere/archive.db")})
     EXPECT_EQ(firstCity({u"Halyard", u"ana", u"pw", u"company_sqlite", u"company", u"", u"", named}), city);
   // Without a server, the file the connection string names is the database.

@@ -115,7 +115,7 @@ TEST(Engine, NewTablesAreLinkedOnlyWhereTheDataSaysHow) {
   db.tables[u"categories"] = {{number(u"category_id"), text(u"name")}, {}};
   db.tables[u"products_by_category"] = {{number(u"category_id"), number(u"customer_id")}, {}};
 
-  const DataSource shop = data::readDataSource(u"DSN=shop"), refused = data::readDataSource(u"DSN=refused");
+  const DataSource shop = readDataSource(u"DSN=shop"), refused = readDataSource(u"DSN=refused");
   Engine engine(EngineParts{std::make_shared<FakeFiles>(), nullptr, [&](const DataSource& connect) {
                               ++db.opens;
                               if (connect == refused) throw data::LogOnRefused(u"Login failed.");

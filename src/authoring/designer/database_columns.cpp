@@ -19,7 +19,7 @@ class DatabaseColumns final : public ColumnSource {
   std::optional<std::vector<FieldColumn>> columns(const engine::ReportDocument& document,
                                                   const model::Table& table) override {
     if (table.type != model::DatabaseType::SqlTable || table.location.empty()) return std::nullopt;
-    const engine::data::DataSource source = engine::data::tableDataSource(document, table);
+    const DataSource source = engine::data::tableDataSource(document, table);
     if (!source.given()) return std::nullopt;
     // One connection per database, not per table; a database that did not
     // answer is not asked again.
@@ -46,7 +46,7 @@ class DatabaseColumns final : public ColumnSource {
 
  private:
   int timeout_;
-  std::vector<std::pair<engine::data::DataSource, std::unique_ptr<engine::data::DatabaseCatalogue>>> catalogues_;
+  std::vector<std::pair<DataSource, std::unique_ptr<engine::data::DatabaseCatalogue>>> catalogues_;
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The data door: every data source a report's tables read (data_source.h)
+// The data door: every data source a report's tables read (components/data_source.h)
 // becomes one ODBC connection string.
 //
 // The resolver is a pure function of the data source and of what the machine
@@ -24,8 +24,8 @@
 #include <vector>
 
 #include "base/text.h"
-#include "engine/data/attribute_list.h"
-#include "engine/data/data_source.h"
+#include "components/attribute_list.h"
+#include "components/data_source.h"
 
 namespace mervane::engine::data {
 

@@ -11,7 +11,7 @@
 
 #include <zlib.h>
 
-#include "engine/data/data_source.h"
+#include "components/data_source.h"
 
 namespace mervane::engine::model {
 namespace {
@@ -364,7 +364,7 @@ class Reader {
         case 5: t.subLocation = text(f, e); return true;
         case 6: t.delimiter = text(f, e); return true;
         case 7: t.headerRow = flag(f, e); return true;
-        case 8: t.connection = data::readDataSource(text(f, e)); return true;
+        case 8: t.connection = readDataSource(text(f, e)); return true;
         default: return false;
       }
     });
@@ -633,13 +633,13 @@ void writeTable(Writer& w, const Table& t) {
   w.text(1, t.alias);
   w.enumeration(2, t.type);
   w.record(3, [&](Writer& lw) {
-    lw.text(1, data::withoutPasswords(t.logOn.server));
+    lw.text(1, withoutPasswords(t.logOn.server));
     lw.text(2, t.logOn.database);
     lw.text(3, t.logOn.user);
     lw.unknown(t.logOn.unknown);
   });
-  w.text(4, data::withoutPasswords(t.location));
-  w.text(5, data::withoutPasswords(t.subLocation));
+  w.text(4, withoutPasswords(t.location));
+  w.text(5, withoutPasswords(t.subLocation));
   w.text(6, t.delimiter);
   w.flag(7, t.headerRow);
   w.text(8, t.connection.storedText());

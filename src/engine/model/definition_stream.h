@@ -96,7 +96,7 @@
 //   Passwords the model holds in memory (a log-on's, a table's connection's)
 //   are never written, and a connect text that reaches a log-on, location or
 //   connection field is written without its password values, read as the
-//   data door reads the text (data::withoutPasswords).
+//   data door reads the text (withoutPasswords).
 #pragma once
 
 #include <cstddef>

@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "base/text.h"
-#include "engine/data/data_source.h"
+#include "components/data_source.h"
 
 namespace mervane::engine::model {
 
@@ -332,7 +332,7 @@ struct Table {
   // an OLE DB string, the host's "ODBC;..." text or an ODBC string, or given
   // as settings); not given: the report's own log-on. Stored as its text
   // without the password.
-  data::DataSource connection;
+  DataSource connection;
   Text delimiter = u",";  // text files only
   bool headerRow = true;  // text files only: the first line names the columns
   UnknownFields unknown;

@@ -405,8 +405,8 @@ TEST(FieldList, DatabaseColumnsElseTheColumnsTheReportUses) {
   EXPECT_EQ(buildFieldList(doc, &source).tables[1].columns, used.tables[1].columns);
 
   // The columns come from the table's own connection, else the report's.
-  doc.definition.data.tables[0].connection = engine::data::readDataSource(u"DSN=Company;PWD=x");
-  doc.logOn.connection = engine::data::readDataSource(u"DSN=Report");
+  doc.definition.data.tables[0].connection = readDataSource(u"DSN=Company;PWD=x");
+  doc.logOn.connection = readDataSource(u"DSN=Report");
   EXPECT_EQ(engine::data::tableDataSource(doc, doc.definition.data.tables[0]).text, u"DSN=Company;PWD=x");
   EXPECT_EQ(engine::data::tableDataSource(doc, doc.definition.data.tables[1]).text, u"DSN=Report");
 }

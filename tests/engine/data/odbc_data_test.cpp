@@ -19,7 +19,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "engine/data/attribute_list.h"
+#include "components/attribute_list.h"
 #include "engine/data/catalogue.h"
 #include "engine/data/odbc_data_provider.h"
 #include "engine/export/xlsx_writer.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/data/data_source.h"
+#include "components/data_source.h"
 #include "engine/data/report_data.h"
 #include "engine/document.h"
 #include "../../support/postgres_env.h"

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <map>
 
-#include "engine/data/attribute_list.h"
+#include "components/attribute_list.h"
 #include "engine/data/catalogue.h"
 #include "engine/data/odbc.h"
 #include "engine/data/odbc_data_provider.h"

@@ -159,7 +159,7 @@ struct DesignerControl::Impl {
   // The main report's database, read once for Insert Subreport and Tables.
   bool databaseTried = false;
   std::unique_ptr<engine::CatalogueCache> database;
-  engine::data::DataSource databaseSource;
+  DataSource databaseSource;
   Text databaseProblem;
   std::shared_ptr<designer::ColumnSource> columnSource;
   bool defaultSource = true;

@@ -1,10 +1,10 @@
 // Reading connection texts and settings into one value; see data_source.h.
-#include "engine/data/data_source.h"
+#include "components/data_source.h"
 
 #include <algorithm>
 #include <array>
 
-namespace mervane::engine::data {
+namespace mervane {
 namespace {
 
 bool startsWithNoCase(TextView text, TextView prefix) {
@@ -356,4 +356,4 @@ Text withoutPasswords(TextView connectionText) {
   return blanks + listWithoutPasswords(text);
 }
 
-}  // namespace mervane::engine::data
+}  // namespace mervane

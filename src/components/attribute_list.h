@@ -15,7 +15,7 @@
 
 #include "base/text.h"
 
-namespace mervane::engine::data {
+namespace mervane {
 
 struct Attribute {
   Text key;
@@ -65,4 +65,4 @@ bool isSecretKey(TextView key);
 // The list in ODBC form. With redact, every secret value reads "***".
 Text formatOdbc(const AttributeList& list, bool redact = false);
 
-}  // namespace mervane::engine::data
+}  // namespace mervane

@@ -1,7 +1,7 @@
 // Reading and writing OLE DB / ODBC attribute lists; see attribute_list.h.
-#include "engine/data/attribute_list.h"
+#include "components/attribute_list.h"
 
-namespace mervane::engine::data {
+namespace mervane {
 namespace {
 
 bool isSpace(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
@@ -148,4 +148,4 @@ Text formatOdbc(const AttributeList& list, bool redact) {
   return out;
 }
 
-}  // namespace mervane::engine::data
+}  // namespace mervane

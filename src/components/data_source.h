@@ -22,9 +22,9 @@
 #include <vector>
 
 #include "base/text.h"
-#include "engine/data/attribute_list.h"
+#include "components/attribute_list.h"
 
-namespace mervane::engine::data {
+namespace mervane {
 
 enum class TextForm { OleDb, HostConnect, Odbc };
 
@@ -93,4 +93,4 @@ Text logOnConnectText(TextView server, TextView database, TextView user, TextVie
 // was.
 Text withoutPasswords(TextView connectionText);
 
-}  // namespace mervane::engine::data
+}  // namespace mervane
