@@ -41,7 +41,7 @@ namespace {
 constexpr wchar_t kClassName[] = L"MervaneDesigner";
 constexpr UINT kColumnsRead = WM_APP + 0x41;  // the field list's columns are in
 constexpr int kTreeId = 1, kCanvasId = 2, kListId = 3, kToolbarId = 4, kTabsId = 5;
-constexpr int kTreeWidth = 190, kPanelWidth = 250, kTabsHeight = 24;  // pixels
+constexpr int kTreeWidth = 190, kPanelWidth = 250, kTabsHeight = 24;  // pixels at 96 dpi
 
 // The clipboard, open for a scope.
 class OpenClipboardScope {
@@ -240,15 +240,18 @@ struct DesignerControl::Impl {
   void arrange() {
     RECT client;
     GetClientRect(hwnd, &client);
-    const int treeWidth = showFieldList ? std::min<int>(kTreeWidth, client.right / 4) : 0;
-    const int panelWidth = std::min<int>(kPanelWidth, client.right / 3);
+    // The field list, panel and tabs grow with the screen's text size, as
+    // the texts in them do.
+    const int dpi = mervane::win::dpiOf(hwnd);
+    const int treeWidth = showFieldList ? std::min<int>(MulDiv(kTreeWidth, dpi, 96), client.right / 4) : 0;
+    const int panelWidth = std::min<int>(MulDiv(kPanelWidth, dpi, 96), client.right / 3);
     toolbar.resize(client.right);
     const int top = toolbar.height(), height = std::max<int>(client.bottom - top, 0);
     MoveWindow(tree, 0, top, treeWidth, height, TRUE);
     ShowWindow(tree, showFieldList ? SW_SHOW : SW_HIDE);
     const int canvasWidth = std::max<int>(client.right - treeWidth - panelWidth, 0);
     const bool tabbed = !subreportTabs.empty();
-    const int tabsHeight = tabbed ? std::min<int>(kTabsHeight, height) : 0;
+    const int tabsHeight = tabbed ? std::min<int>(MulDiv(kTabsHeight, dpi, 96), height) : 0;
     MoveWindow(tabs, treeWidth, top, canvasWidth, tabsHeight, TRUE);
     ShowWindow(tabs, tabbed ? SW_SHOW : SW_HIDE);
     MoveWindow(canvas.hwnd(), treeWidth, top + tabsHeight, canvasWidth, height - tabsHeight, TRUE);
